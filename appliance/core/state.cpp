@@ -1,0 +1,56 @@
+#include "core/state.h"
+
+#include <unistd.h>
+
+#include <memory>
+#include <vector>
+
+#include "core/schema.h"
+
+namespace appliance {
+
+namespace {
+
+/// A faster clock also makes SQLite's waits end sooner; an hour of it is still long enough.
+constexpr int kBusyTimeoutMs = 3'600'000;
+
+std::unique_ptr<SQLite::Database> open_state() {
+    auto database = std::make_unique<SQLite::Database>(
+        kStateFile, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, kBusyTimeoutMs);
+    // The state must survive a killed process, not a power cut of the machine.
+    database->exec("PRAGMA journal_mode = WAL");
+    database->exec("PRAGMA synchronous = OFF");
+    if (!database->tableExists("setting")) database->exec(kSchema);
+    return database;
+}
+
+}  // namespace
+
+SQLite::Database& state() {
+    static std::unique_ptr<SQLite::Database> connection;
+    static pid_t owner = 0;
+    // A connection must not be used or closed on the other side of a fork: the child sets what it
+    // inherited aside.
+    static std::vector<SQLite::Database*> inherited;
+    if (connection && owner != ::getpid()) inherited.push_back(connection.release());
+    if (!connection) {
+        connection = open_state();
+        owner = ::getpid();
+    }
+    return *connection;
+}
+
+std::string setting(const std::string& key, const std::string& fallback) {
+    SQLite::Statement query(state(), "SELECT value FROM setting WHERE key = ?");
+    query.bind(1, key);
+    return query.executeStep() ? query.getColumn(0).getString() : fallback;
+}
+
+void set_setting(const std::string& key, const std::string& value) {
+    SQLite::Statement statement(state(), "INSERT OR REPLACE INTO setting(key, value) VALUES(?, ?)");
+    statement.bind(1, key);
+    statement.bind(2, value);
+    statement.exec();
+}
+
+}  // namespace appliance

@@ -1,0 +1,319 @@
+/*
+ * libssd_op: how much over-provisioning does a set of SSDs need?
+ *
+ * An evaluation takes a set of solid-state drives, discards and measures them, builds a temporary
+ * RAID group, storage pool and volume on them, and has the add-on's test script measure the random
+ * write rate at each over-provisioning (OP) ratio: the share of the volume that is left free. All
+ * that is measured goes into one SQLite database; the storage is taken down again.
+ *
+ * What the names mean
+ *   record     one evaluation, in the database; its number is above 0
+ *   drive id   enclosure id << 16 | port id; a drive's data partition is partition 3
+ *   OP ratio   percent of the volume left free, 0 to 100; at most SSD_OP_MAX_RATIOS in a record
+ *
+ * Conventions
+ *   - A function returns 0, or a count, number or id above 0, on success and -1 on failure, unless
+ *     its comment says more. Results come back through the caller's pointers.
+ *   - No function throws, keeps a pointer it was given, or keeps state in memory between calls: all
+ *     state lies in the database, two ini files and the test script's files. Several processes may
+ *     call at once. The functions are not meant for several threads of one process.
+ *   - Database functions take the lock "kova_ssd_op_db" for the time of the call.
+ *   - Records and what hangs on them are heap blocks made with calloc; release them with the
+ *     SSD_OP_DB_Free_ functions.
+ *   - `need_fork` non-zero: the caller's side returns at once, a child whose standard streams point
+ *     at /dev/null goes on and returns from the same call.
+ *   - Messages go through the platform's SM_TRACE.
+ */
+#ifndef SSD_OP_H
+#define SSD_OP_H
+
+#include <stdint.h>
+#include <time.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define SSD_OP_API __attribute__((visibility("default")))
+
+/* The platform's description of a RAID group to create; see platform/storage.h. */
+typedef struct RAID_CONF RAID_CONF;
+
+#define SSD_OP_MAX_RATIOS 20  /* OP ratios in a record */
+#define SSD_OP_MAX_DRIVES 64  /* member drives of a RAID group */
+#define SSD_OP_MAX_SKIPPED 20 /* OP ratios remembered as skipped */
+#define SSD_OP_MAX_RECORDS 256 /* records looked at by functions that go through all of them */
+
+/* ---- Types ---- */
+
+typedef enum ssd_op_test_status {
+    SSD_OP_TEST_STATUS_FAILED = -2,
+    SSD_OP_TEST_STATUS_STOPPED = -1,
+    SSD_OP_TEST_STATUS_NEW = 0,        /* created, not begun */
+    SSD_OP_TEST_STATUS_INITIATING = 1, /* drives are prepared, the storage is created */
+    SSD_OP_TEST_STATUS_TESTING = 2,    /* the test script runs */
+    SSD_OP_TEST_STATUS_FINISHING = 3,  /* results are saved, the storage is removed */
+    SSD_OP_TEST_STATUS_COMPLETED = 4
+} ssd_op_test_status;
+
+/** One row of the test script's runtime report. */
+typedef struct ssd_op_db_runtime_report {
+    int percentage;        /* OP ratio */
+    int64_t time_slap;     /* milliseconds since the ratio's start */
+    int result;            /* IOPS */
+    uint64_t write_amount; /* KiB written since the ratio's start */
+    struct ssd_op_db_runtime_report *next;
+} ssd_op_db_runtime_report;
+
+/** One temperature sample of a drive. */
+typedef struct ssd_op_db_ssd_runtime_data {
+    int percentage;    /* OP ratio */
+    int64_t time_slap; /* milliseconds since the ratio's start */
+    int temperature;   /* degrees Celsius */
+    struct ssd_op_db_ssd_runtime_data *next;
+} ssd_op_db_ssd_runtime_data;
+
+/** A member drive, as it was when the record was created. */
+typedef struct ssd_op_db_ssd_dev {
+    uint32_t dev_id;
+    char vendor[32];
+    char model[41];
+    char serial_no[65];
+    uint64_t capacity; /* bytes when read from the database; blocks in a record just created */
+    char log_name[32]; /* name of the slot; only a page of records fills it */
+    char revision[16]; /* firmware */
+    char bus_type[16]; /* for example SATA */
+    uint64_t performance_write_s; /* sequential write, KiB a second */
+    uint64_t performance_write_r; /* random write, IOPS */
+    uint64_t performance_read_s;  /* sequential read, KiB a second */
+    uint64_t performance_read_r;  /* random read, IOPS */
+    ssd_op_db_ssd_runtime_data *runtime_data;
+} ssd_op_db_ssd_dev;
+
+/** A RAID group of a record. */
+typedef struct ssd_op_db_raid_conf {
+    int raid_level;
+    int raid_id;
+    uint64_t raid_capacity; /* KiB */
+    int ssd_drive_num;
+    ssd_op_db_ssd_dev ssd_drives[SSD_OP_MAX_DRIVES];
+    struct ssd_op_db_raid_conf *next;
+} ssd_op_db_raid_conf;
+
+/** One evaluation. */
+typedef struct ssd_op_db_record {
+    time_t start_time;
+    time_t end_time; /* 0 while it runs */
+    int status;      /* ssd_op_test_status */
+    int percentage[SSD_OP_MAX_RATIOS]; /* OP ratios with results, ascending */
+    long double result_1[SSD_OP_MAX_RATIOS];
+    long double result_2[SSD_OP_MAX_RATIOS]; /* IOPS in the steady state */
+    int count;                               /* valid entries of the three arrays */
+    int sequential;                          /* 1: sequential test mode */
+    int record_no;
+    int max_op;
+    int min_op;
+    int interval;
+    int stop_service;   /* 1: the file services were stopped for the test */
+    uint64_t lv_size;   /* test volume, MiB */
+    uint64_t test_size; /* tested area, MiB */
+    char title[256];
+    char nas_model[32];
+    char nas_fw_version[128];
+    char nas_serial_no[128];
+    char nas_cpu_info[128];
+    char nas_mem_info[1024];
+    ssd_op_db_runtime_report *runtime_report;
+    ssd_op_db_raid_conf *raid_conf;
+    struct ssd_op_db_record *next; /* next of a page of records */
+} ssd_op_db_record;
+
+enum { SSD_OP_TEST_TYPE_RANDOM = 0, SSD_OP_TEST_TYPE_SEQUENTIAL = 1, SSD_OP_TEST_TYPE_ALL = 2 };
+
+/** A request for an evaluation. */
+typedef struct ssd_op_test_param {
+    char title[256];
+    int lv_id;     /* pass 0; receives the test volume's id or a negative error */
+    int test_type; /* SSD_OP_TEST_TYPE_... */
+    int min_op;
+    int max_op;
+    int interval;         /* becomes 1 when min_op equals max_op */
+    char log_prefix[256]; /* written by the run: path prefix of the script's files */
+    uint64_t test_size;   /* MiB; 0: the whole volume */
+    int stop_service;     /* non-zero: stop the file services while the storage is created */
+    uint64_t min_iops;    /* see the add-on: a ratio below it is not measured to the end */
+    int abort_time;       /* see the add-on: seconds after which a ratio is given up; 0: never */
+} ssd_op_test_param;
+
+/** Who asks, for the event log. */
+typedef struct ssd_op_requester {
+    char session[17]; /* not read */
+    char address[65];
+    char user[65];
+} ssd_op_requester;
+
+/* ---- Where the database lies ---- */
+
+enum { SSD_OP_DB_LOCATION_NONE = 0, SSD_OP_DB_LOCATION_VOLUME = 1, SSD_OP_DB_LOCATION_SYSTEM = 2 };
+
+SSD_OP_API int SSD_OP_DB_Get_Location_Usage(int location, unsigned long long *used_kb,
+                                            unsigned long long *avail_kb);
+SSD_OP_API int SSD_OP_DB_Get_Location(int *location, char *path, int path_size);
+SSD_OP_API int SSD_OP_DB_Get_Size(unsigned long long *size_kb);
+SSD_OP_API int SSD_OP_DB_Set_Location(int location);
+
+/* ---- Its version ---- */
+
+SSD_OP_API int SSD_OP_DB_Version_Upgrade(void);
+SSD_OP_API int SSD_OP_DB_Version_Downgrade(int version);
+
+/* ---- Records ---- */
+
+SSD_OP_API int SSD_OP_DB_New_Record(ssd_op_db_record *record);
+SSD_OP_API int SSD_OP_DB_Update_Record_Test_Size(unsigned long long test_size, int record_no);
+SSD_OP_API int SSD_OP_DB_Update_Record_LV_Size(unsigned long long lv_size, int record_no);
+SSD_OP_API int SSD_OP_DB_Update_Record_RAID_Capacity(unsigned long long capacity, int record_no,
+                                                     int raid_id);
+SSD_OP_API int SSD_OP_DB_Update_Record_Status(int status, int record_no);
+SSD_OP_API int SSD_OP_DB_Update_Record_End_Time(int end_time, int record_no);
+SSD_OP_API int SSD_OP_DB_Record_Is_Exist(int record_no);
+SSD_OP_API void SSD_OP_DB_Free_Record(ssd_op_db_record *record);
+SSD_OP_API void SSD_OP_DB_Free_RAID_Conf(ssd_op_db_record *record);
+SSD_OP_API void SSD_OP_DB_Free_Runtime_Report(ssd_op_db_record *record);
+SSD_OP_API void SSD_OP_DB_Free_SSD_Runtime_Data(ssd_op_db_raid_conf *raid);
+
+/* ---- Queries ---- */
+
+#define SSD_OP_ANY_STATUS 999 /* status for SSD_OP_DB_Query_Record_Simple: all of them */
+
+SSD_OP_API int SSD_OP_DB_Query_Record(int record_no, ssd_op_db_record *record);
+SSD_OP_API int SSD_OP_DB_Query_Record_Simple(ssd_op_db_record **list, int offset, int count,
+                                             int status);
+SSD_OP_API int SSD_OP_DB_Query_Record_No(int *record_nos, int max);
+SSD_OP_API int SSD_OP_DB_Query_Record_Count(void);
+SSD_OP_API int SSD_OP_DB_Get_Newest_Record(void);
+SSD_OP_API int SSD_OP_DB_Query_Record_Status(int record_no);
+SSD_OP_API int SSD_OP_DB_Query_SSD_Select_No(int record_no, int raid_id, int dev_id);
+SSD_OP_API int SSD_OP_DB_Query_SSD_In_Testing(int *dev_ids, int n);
+SSD_OP_API int SSD_OP_DB_Query_Runtime_Percentage(int *percentages, int max, int record_no);
+SSD_OP_API int SSD_OP_DB_Query_Record_Runtime_Count(int record_no, int percentage);
+SSD_OP_API int SSD_OP_DB_Query_Record_Test_Data(ssd_op_db_record *record, int record_no);
+SSD_OP_API int SSD_OP_DB_Query_Record_Runtime_Report(ssd_op_db_record *record, int record_no,
+                                                     int percentage, int every);
+SSD_OP_API int SSD_OP_DB_Query_SSD_Runtime_Data(ssd_op_db_ssd_dev *ssd, int record_no,
+                                                int percentage);
+
+/* ---- Imports ---- */
+
+SSD_OP_API int SSD_OP_DB_Update_Test_Data(ssd_op_db_record *record);
+SSD_OP_API int SSD_OP_DB_Update_Test_Result(int record_no, int percentage, long double result_1,
+                                            long double result_2);
+SSD_OP_API int SSD_OP_DB_Update_Runtime_Report(int record_no, int percentage,
+                                               const char *report_csv, int reason_code);
+SSD_OP_API int SSD_OP_DB_Update_SSD_Runtime_Data(int record_no, int percentage,
+                                                 const char *runtime_csv);
+
+/* ---- Runtime state ---- */
+
+SSD_OP_API int SSD_OP_Test_Get_Step_Progress(int record_no, int *step_progress);
+SSD_OP_API int SSD_OP_Test_Set_Step_Progress(int record_no, int step_progress);
+SSD_OP_API int SSD_OP_Test_Get_Stop_Service_PID(int record_no, int *pid);
+SSD_OP_API int SSD_OP_Test_Set_Stop_Service_PID(int record_no, int pid);
+SSD_OP_API int SSD_OP_Test_Get_OP_Count(int record_no, ssd_op_db_record *record, int *op_count);
+SSD_OP_API int SSD_OP_Test_Set_OP_Count(int record_no, int op_count);
+SSD_OP_API int SSD_OP_Test_Get_Skip_OP_Event_Sent(int record_no, int *sent);
+SSD_OP_API int SSD_OP_Test_Set_Skip_OP_Event_Sent(int record_no, int sent);
+SSD_OP_API int SSD_OP_Test_Get_Stop_Type(int record_no, int *stop_type);
+SSD_OP_API int SSD_OP_Test_Set_Stop_Type(int record_no, int stop_type);
+SSD_OP_API int SSD_OP_Test_Get_User_Agreement(int *agreement);
+SSD_OP_API int SSD_OP_Test_Set_User_Agreement(int agreement);
+SSD_OP_API int SSD_OP_Test_Get_Skip_OP_Count(int record_no, int *count);
+SSD_OP_API int SSD_OP_Test_Set_Skip_OP_Count(int record_no, int count);
+SSD_OP_API int SSD_OP_Test_Get_Failed_Popup(int record_no, int *shown);
+SSD_OP_API int SSD_OP_Test_Set_Failed_Popup(int record_no, int shown);
+SSD_OP_API int SSD_OP_Test_Get_Skip_OP_Popup(int record_no, int *shown);
+SSD_OP_API int SSD_OP_Test_Set_Skip_OP_Popup(int record_no, int shown);
+SSD_OP_API int SSD_OP_Test_Get_Status(int record_no, int *status);
+SSD_OP_API int SSD_OP_Test_Set_Status(int record_no, int status);
+SSD_OP_API int SSD_OP_Test_Add_Skip_OP(int record_no, int op);
+SSD_OP_API int SSD_OP_Test_Is_Skip_OP(int record_no, int op);
+SSD_OP_API int SSD_OP_Test_Remove_Runtime_Info(int record_no);
+
+/* ---- Progress ---- */
+
+SSD_OP_API int SSD_OP_Test_Get_Current_OP_Percentage(int record_no, int *percentage);
+SSD_OP_API int SSD_OP_Test_Get_Current_OP_Total_Step(int record_no, int *steps);
+SSD_OP_API int SSD_OP_Test_Get_Current_OP_Running_Step(int record_no, int *step);
+SSD_OP_API int SSD_OP_Test_Get_Current_OP_Detail(int record_no, int *detail);
+SSD_OP_API int SSD_OP_Test_Get_Current_OP_Start_Time(int record_no, unsigned long long *start);
+SSD_OP_API int SSD_OP_Test_Get_Current_OP_Progress(int record_no, float *progress);
+SSD_OP_API int SSD_OP_Test_Get_Current_OP_ETA(int record_no, unsigned long long *eta_seconds);
+SSD_OP_API int SSD_OP_Test_Get_Current_OP_Test_Amount(int record_no, unsigned long long *amount);
+SSD_OP_API int SSD_OP_Test_Get_Current_OP_Test_Value(int record_no, long double *value);
+SSD_OP_API int SSD_OP_Test_Get_Progress(int record_no, ssd_op_db_record *record, float *progress);
+SSD_OP_API int SSD_OP_Test_Get_Remain_Time(int record_no, ssd_op_db_record *record,
+                                           unsigned long long *seconds);
+SSD_OP_API int SSD_OP_Test_Get_Total_Test_Count(int record_no, ssd_op_db_record *record,
+                                                int *total);
+SSD_OP_API int SSD_OP_Test_Get_Complete_Test_Count(int record_no, ssd_op_db_record *record,
+                                                   int *complete);
+
+/* ---- Events ---- */
+
+enum { /* type for SSD_OP_Write_System_Log, and what detail points to */
+    SSD_OP_EVENT_STARTED = 0,
+    SSD_OP_EVENT_STEP_FAILED = 1, /* ssd_op_event_step */
+    SSD_OP_EVENT_COMPLETED = 2,
+    SSD_OP_EVENT_STOPPED = 3,
+    SSD_OP_EVENT_UPLOADING = 4,
+    SSD_OP_EVENT_RECORD_DELETED = 5, /* const char: the record's title */
+    SSD_OP_EVENT_ALL_DELETED = 6,
+    SSD_OP_EVENT_DELETE_FAILED = 7,
+    SSD_OP_EVENT_FAILED = 8,         /* NULL or int: a RAID id, -1 for none */
+    SSD_OP_EVENT_STORAGE_CREATED = 9, /* int: a RAID id */
+    SSD_OP_EVENT_STORAGE_REMOVED = 10 /* int: a RAID id */
+};
+
+/** Detail of SSD_OP_EVENT_STEP_FAILED. */
+typedef struct ssd_op_event_step {
+    int code;       /* 255: drives take no discards, or the script failed; 254: a ratio is skipped */
+    int percentage; /* the skipped ratio */
+} ssd_op_event_step;
+
+SSD_OP_API int SSD_OP_Write_System_Log(const void *requester, int type, const int *record_no,
+                                       const void *detail);
+
+/* ---- Running an evaluation ---- */
+
+SSD_OP_API int NAS_SSD_OP_Test_Start(const void *requester, int need_fork,
+                                     RAID_CONF *local_raid_conf, ssd_op_test_param *param);
+SSD_OP_API int SSD_OP_Test_Check_RAID(RAID_CONF *raid_list);
+SSD_OP_API int SSD_OP_Test_Create_Storage(RAID_CONF *raid_list, int need_fork,
+                                          ssd_op_test_param *param, ssd_op_db_record *record);
+SSD_OP_API int SSD_OP_Test_Remove_Storage(int lv_id, int need_fork);
+SSD_OP_API int SSD_OP_Test_Start(ssd_op_test_param *param, ssd_op_db_record *record);
+SSD_OP_API int SSD_OP_Test_Save_Result(ssd_op_test_param *param, ssd_op_db_record *record);
+SSD_OP_API int SSD_OP_Test_Stop(int record_no, int type, int remove_storage, int old_status,
+                                int old_step_progress);
+
+/* ---- Steps of a running test, called by the test script's programs ---- */
+
+SSD_OP_API int SSD_OP_Test_Block_Discard_Device(int record_no, const char *lv_name,
+                                                int over_provisioning);
+SSD_OP_API int ssd_op_test_disk_write_performance_test(const unsigned *dev_ids, int count,
+                                                       const int *part_nos, int sequential,
+                                                       int background);
+SSD_OP_API int SSD_OP_DB_Update_Disk_Performance(int record_no, int raid_id, int dev_id,
+                                                 int is_write, int is_sequential,
+                                                 unsigned long long value);
+SSD_OP_API int SSD_OP_Test_Collect_SSD_Info(int record_no, const char *device_name,
+                                            int over_provisioning, int interval, const char *path);
+SSD_OP_API int SSD_OP_Test_Record_SSD_Info(int record_no, unsigned long long time_slap,
+                                           const char *path);
+SSD_OP_API struct timespec time_diff(struct timespec start, struct timespec end);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

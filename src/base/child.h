@@ -1,0 +1,40 @@
+#pragma once
+
+#include <sys/types.h>
+
+namespace ssd_op::base {
+
+/// Which side of a fork this process is on.
+class Fork {
+  public:
+    explicit Fork(pid_t pid) : pid_(pid) {}
+    bool failed() const { return pid_ < 0; }
+    bool in_child() const { return pid_ == 0; }
+    pid_t child() const { return pid_; }
+
+  private:
+    pid_t pid_;
+};
+
+/// The one place that forks. The child's standard streams point at /dev/null when `detach_streams`.
+Fork fork_process(bool detach_streams = true);
+
+/// Points descriptors 0, 1 and 2 at /dev/null; leaves them as they are when it cannot be opened.
+void standard_streams_to_null();
+
+/// A child that this process waits for, at the latest when the owner goes.
+class Child {
+  public:
+    explicit Child(pid_t pid) : pid_(pid) {}
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+    ~Child() { wait(); }
+    pid_t pid() const { return pid_; }
+    /// Its wait status; 0 when there is no child to wait for (any more).
+    int wait();
+
+  private:
+    pid_t pid_;
+};
+
+}  // namespace ssd_op::base

@@ -1,0 +1,60 @@
+/*
+ * The appliance's configuration library (libTavrel_ini.so): ini files, locks on them, bitmaps kept
+ * in them, and which add-on packages are installed.
+ *
+ * Calls return 0 or a positive value on success and a negative value on failure. Writes replace the
+ * file atomically; a file that does not exist is created by the first write. No call takes a lock by
+ * itself: a caller that must not be disturbed takes the file's lock first.
+ */
+#ifndef PLATFORM_INI_H
+#define PLATFORM_INI_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * Lock a name, usually a file's path, against every other process, waiting as long as it takes.
+ * Any number of readers or one writer. Re-entrant within a process; released when the holder dies;
+ * a forked child does not hold what its parent holds.
+ *
+ * @return a handle for Ini_Conf_Unlock_File, 0 or above; -1 when the lock cannot be taken
+ */
+int Ini_Conf_Read_Lock_File(const char *name);
+int Ini_Conf_Write_Lock_File(const char *name);
+int Ini_Conf_Unlock_File(int handle); /* an invalid handle is refused with -1 */
+
+/** Length of the text, cut to the buffer; -1 when file, section or key is absent. */
+int Ini_Conf_Get_Field(const char *file, const char *section, const char *key, char *buffer,
+                       int size);
+int Ini_Conf_Set_Field(const char *file, const char *section, const char *key, const char *value);
+/** When the key is absent *value stays as it is and the result is -1. flags is 0. */
+int Ini_Conf_Get_Field_Int(const char *file, const char *section, const char *key, int *value,
+                           int flags);
+int Ini_Conf_Set_Field_Int(const char *file, const char *section, const char *key, int value,
+                           int flags);
+/** 0 also when there is no such section; -1 when the file does not exist or cannot be written. */
+int Ini_Conf_Remove_Section(const char *file, const char *section);
+
+/**
+ * A bitmap is text: hexadecimal digits, four bits each, bit 0 the lowest bit of the first digit.
+ * Bits beyond the text are free; 4096 bits at the most. The search includes start itself.
+ *
+ * @param bit  receives the first free bit at or after start
+ * @return 0; non-zero when no bit is free
+ */
+int Ini_Conf_Bitmap_Get_Next_Free_Bit(const char *file, const char *section, const char *key,
+                                      int *bit, int start, int flags);
+int Ini_Conf_Bitmap_Set_Bit(const char *file, const char *section, const char *key, int bit);
+
+/** Copy a value, or the default when it is absent; returns the length copied. */
+int GetPrivateProfileString(const char *section, const char *key, const char *fallback,
+                            char *buffer, int size, const char *file);
+
+int Is_BRIX_Installed(const char *name); /* non-zero: the add-on package is installed */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

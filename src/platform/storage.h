@@ -1,0 +1,130 @@
+/*
+ * The appliance's storage library (libTavrel_Storage.so): RAID groups, storage pools, logical
+ * volumes, mounted volumes and the file services.
+ *
+ * Unless a call says otherwise it returns 0 on success and a negative value on failure. Calls
+ * serialise themselves against each other. A drive id is enclosure << 16 | port.
+ */
+#ifndef PLATFORM_STORAGE_H
+#define PLATFORM_STORAGE_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- RAID groups ---- */
+
+#define RAID_MAX_DRIVES 3072 /* room for ids in each of a group's two lists */
+
+#define RAID_FLAG_ID_RESERVED 1u /* RAID_CONF.flags bit 0: raid_id is reserved already */
+
+enum { /* RAID_CONF.raid_level, beside the plain levels 0, 1, 5, 6 and 10 */
+    RAID_LEVEL_JBOD = -2
+};
+
+typedef struct RAID_CONF {
+    int raid_id;
+    int raid_level;
+    int drive_num; /* member drives in drive_ids */
+    uint32_t drive_ids[RAID_MAX_DRIVES];
+    int spare_drive_num;
+    uint32_t spare_drive_ids[RAID_MAX_DRIVES];
+    uint32_t flags;
+    struct RAID_CONF *next; /* next group of a request */
+} RAID_CONF;
+
+typedef struct RAID_INFO {
+    int raid_id;
+    int raid_level;
+    int drive_num;
+    uint64_t capacity_kib; /* usable capacity of the group */
+} RAID_INFO;
+
+int RAID_ID_Is_Reserved(int raid_id); /* non-zero: the platform keeps this id for itself */
+int RAID_Is_Exist(int raid_id);       /* non-zero: the group or its configuration exists */
+int RAID_Remove_Conf(int raid_id);
+int RAID_Get_Info(int raid_id, int flags, RAID_INFO *info);
+int RAID_Get_Conf(int raid_id, RAID_CONF *conf);
+int RAID_Get_Id_By_Drive(unsigned dev_id); /* group that holds the drive; -1: none */
+
+/* While anything is registered, background rebuilds slow down. A registration is a text. */
+int RAID_Force_Speed_Down_Generate_UID(int pid, char *uid, int size);
+int RAID_Force_Speed_Down_Add(const char *uid);
+int RAID_Force_Speed_Down_Remove(const char *uid);
+
+/* ---- Disks ---- */
+
+#define DISK_META_CURRENT 7 /* the layout of this firmware; anything else wants an initialisation */
+
+int NAS_Disk_Check_Meta_Type(unsigned dev_id);
+int NAS_Disk_Fast_Init(unsigned dev_id, int meta_type);
+
+/* ---- Storage pools ---- */
+
+#define POOL_KIND_CACHE 3 /* kind for Pool_Get_Next_Available_Id: a pool for temporary use */
+
+typedef struct POOL_CREATE_OPTIONS {
+    int alignment; /* 0: the platform's choice */
+    int owner;     /* -1: nobody */
+    int reserved[6];
+} POOL_CREATE_OPTIONS;
+
+typedef struct POOL_MEMBER {
+    int raid_id;
+    int striped; /* non-zero: the pool stripes over this member and others */
+} POOL_MEMBER;
+
+int Pool_Get_Next_Available_Id(int flags, int kind); /* an id; negative: none */
+int Pool_Get_Id_By_Member_Id(int raid_id);           /* pool that holds the group; -1: none */
+int Pool_Get_Member_Count(int pool_id);
+int Pool_Get_Dev_Member(int pool_id, int index, POOL_MEMBER *member);
+/** Ids of up to max volumes of the pool; returns how many. */
+int Pool_Enumerate_LV(int pool_id, int *lv_ids, int max, int flags, int kind);
+/** Round a volume size, in sectors of 512 bytes, to what the pool can create. */
+int Pool_Calc_LV_Small_Create_Size(int pool_id, uint64_t *sectors);
+
+/** Make the groups of the list and a pool over them. Returns the pool's id or a negative value. */
+int NAS_Pool_Create(RAID_CONF *groups, int flags, int kind, const POOL_CREATE_OPTIONS *options,
+                    void *context);
+/** Remove a pool without volumes, and the groups under it. */
+int NAS_Pool_Remove(int pool_id, int flags, int kind);
+/* Mark a pool: /tmp/cv_initializing.tmp and /tmp/cv_removing.tmp hold its id. */
+int nas_set_initializing_cv_pool(int pool_id);
+int nas_set_removing_cv_pool(int pool_id);
+
+/* ---- Logical volumes; sizes in sectors of 512 bytes ---- */
+
+#define LV_TYPE_TEST 1073741825ull /* bits 30 and 0: a temporary volume, ids 1568 to 1599 */
+#define LV_MODE_STRIPED 2          /* over several groups */
+
+typedef struct LV_CREATE_REQUEST {
+    int pool_id;
+    int lv_id;
+    int mode;          /* 0, or LV_MODE_STRIPED */
+    uint64_t type;     /* LV_TYPE_... */
+    uint64_t sectors;  /* 0: all that the pool has free */
+} LV_CREATE_REQUEST;
+
+int LV_Get_Next_Available_Id(int flags, uint64_t type); /* an id; negative: none */
+int LV_Create(LV_CREATE_REQUEST *request, int flags, int kind);
+int LV_Destroy(int lv_id);
+int LV_Resize(int lv_id, uint64_t sectors);
+int LV_Is_Exist(int lv_id);                          /* non-zero: it exists */
+int LV_Get_Id(const char *name);                     /* negative: no such volume */
+int LV_Get_Name(int lv_id, char *name, int size);    /* for example /dev/mapper/lv1568 */
+int LV_Get_Pool_Id(int lv_id);                       /* negative: no pool */
+int LV_Get_Size(int lv_id, uint64_t *sectors);
+
+/* ---- Volumes and services ---- */
+
+int Check_Default_Share_in_All_Vol(int flags);       /* id of the volume; 0 or below: none */
+int Volume_Is_Mount(int volume_id, char *path, int size); /* non-zero: mounted, at path */
+int Start_Services(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
