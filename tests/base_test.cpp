@@ -1,0 +1,38 @@
+// Values from users and drives on their way through a real shell.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "base/command.h"
+
+namespace base = ssd_op::base;
+
+namespace {
+
+std::string every_byte_but_nul() {
+    std::string bytes;
+    for (int byte = 1; byte < 256; ++byte) bytes += static_cast<char>(byte);
+    return bytes + "'; touch /tmp/broken_out; ' $(touch /tmp/broken_out) `touch /tmp/broken_out` \\";
+}
+
+std::string printed(const std::string& line) { return base::run_and_read(line, 4096).text; }
+
+}  // namespace
+
+TEST(ShellQuoting, EveryByteArrivesUnchangedInEveryPlace) {
+    const std::string hostile = every_byte_but_nul() + "end";
+    EXPECT_EQ(printed("printf %s " + base::shell_word(hostile)), hostile);
+    EXPECT_EQ(printed("printf %s 'a" + base::inside_single_quotes(hostile) + "'"), "a" + hostile);
+    EXPECT_EQ(printed("printf %s \"a" + base::inside_double_quotes(hostile) + "\""), "a" + hostile);
+    EXPECT_EQ(printed("printf %s $'a" + base::inside_dollar_quotes(hostile) + "'"), "a" + hostile);
+    EXPECT_NE(base::run("test -e /tmp/broken_out"), 0) << "a value ran as a command";
+}
+
+TEST(ShellQuoting, HarmlessValuesStandAsTheyAre) {
+    EXPECT_EQ(base::shell_word("/dev/mapper/lv1568"), "/dev/mapper/lv1568");
+    EXPECT_EQ(base::shell_word(""), "''");
+    EXPECT_EQ(base::shell_word("a b"), "'a b'");
+    EXPECT_EQ(base::shell_word("~root"), "'~root'");
+}
