@@ -108,6 +108,9 @@ typedef struct PD_SMART_INFO {
     int temperature;   /* degrees Celsius, as the drive's one byte holds it: 0 to 255 */
     int power_on_hours;
     int wear_percent;  /* share of the rated endurance used up */
+    uint64_t host_written_kib;  /* written by the host since the drive was made */
+    uint64_t flash_written_kib; /* written to the flash for it; their quotient is the drive's write
+                                   amplification. A drive that does not count reports 0. */
 } PD_SMART_INFO;
 
 /** On success *info is a heap block that the caller frees; on failure it may be one too. */
