@@ -1,0 +1,104 @@
+/// The OP ratios that a test skipped, kept as text in the add-on's file: "30,40,55".
+#include "runtime/skip_list.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "base/boundary.h"
+#include "base/file_lock.h"
+#include "runtime/state_section.h"
+
+namespace ssd_op::runtime {
+
+namespace {
+
+constexpr const char* kKey = "skip_op_list";
+constexpr int kTextSize = 256;
+constexpr size_t kValueLength = 7;  // holds any percentage; a longer value is damage, and is cut
+
+/// Reads the number at the start of `text`; leaves `value` alone when there is none.
+bool parse_number(const char* text, int& value) {
+    char* end = nullptr;
+    const long number = std::strtol(text, &end, 10);
+    if (end == text) return false;
+    value = static_cast<int>(number);
+    return true;
+}
+
+/// The list in `section`; its file is locked by the caller. An absent list is an empty one.
+int read_list(const StateSection& section, SkipTable& table) {
+    char text[kTextSize] = {};
+    const int result =
+        Ini_Conf_Get_Field(section.file.c_str(), section.name.c_str(), kKey, text, kTextSize);
+    return result < 0 ? 0 : ssd_op_test_parse_int_list(text, table);
+}
+
+bool holds(const SkipTable& table, int count, int op) {
+    const auto end = table.begin() + count;
+    return std::find(table.begin(), end, op) != end;
+}
+
+int add(const StateSection& section, int record_no, int op) {
+    const auto lock = base::FileLock::for_writing(section.file.c_str());
+    SkipTable table{};
+    int count = read_list(section, table);
+    if (holds(table, count, op)) return 0;
+    if (count == SSD_OP_MAX_SKIPPED) {
+        SM_TRACE(SM_TRACE_ERROR,
+                 "%s: [Record(%d)] %d ratios are skipped already, %d is left out.\n",
+                 "SSD_OP_Test_Add_Skip_OP", record_no, count, op);
+        return -1;
+    }
+    table[static_cast<size_t>(count++)] = op;
+    const std::string text = list_text(table, count);
+    SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] value: %s.\n", "SSD_OP_Test_Add_Skip_OP", record_no,
+             text.c_str());
+    const int result =
+        Ini_Conf_Set_Field(section.file.c_str(), section.name.c_str(), kKey, text.c_str());
+    return result < 0 ? -1 : 0;
+}
+
+}  // namespace
+
+int ssd_op_test_parse_int_list(const char* text, SkipTable& table) {
+    if (text == nullptr) return 0;
+    size_t next = parse_number(text, table[0]) ? 1 : 0;
+    for (const char* comma = std::strchr(text, ','); comma != nullptr && next < table.size();
+         comma = std::strchr(comma + 1, ',')) {
+        parse_number(comma + 1, table[next++]);
+    }
+    return static_cast<int>(next);
+}
+
+std::string list_text(const SkipTable& table, int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) {
+        if (i > 0) text += ',';
+        text.append(std::to_string(table[static_cast<size_t>(i)]), 0, kValueLength);
+    }
+    return text;
+}
+
+}  // namespace ssd_op::runtime
+
+using namespace ssd_op;
+
+int SSD_OP_Test_Add_Skip_OP(int record_no, int op) {
+    return base::guarded(__func__, -1, [&] {
+        const auto section = runtime::addon_section(record_no);
+        return section ? runtime::add(*section, record_no, op) : -1;
+    });
+}
+
+int SSD_OP_Test_Is_Skip_OP(int record_no, int op) {
+    return base::guarded(__func__, -1, [&] {
+        const auto section = runtime::addon_section(record_no);
+        if (!section) return -1;
+        const auto lock = base::FileLock::for_reading(section->file.c_str());
+        runtime::SkipTable table{};
+        const int count = runtime::read_list(*section, table);
+        return runtime::holds(table, count, op) ? 1 : 0;
+    });
+}
