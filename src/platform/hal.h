@@ -18,10 +18,11 @@ extern "C" {
 /* ---- Commands ---- */
 
 /**
- * Run a shell command line with /bin/sh and wait for it.
+ * Run a shell command line with /bin/sh and wait for it, whatever the caller does with SIGCHLD.
  *
- * @param output  NULL, or receives the first size - 1 bytes that the command printed, without the
- *                last line end
+ * @param output  NULL: the command prints where the caller prints. Otherwise it receives the first
+ *                size - 1 bytes of standard output, without the last line end; the call then also
+ *                waits for whoever the command left behind with that output still open
  * @param size    size of output in bytes
  * @return 0 when the command's exit status was 0, otherwise its exit status, or -1 when it could
  *         not be run or was ended by a signal

@@ -3,8 +3,14 @@
  * in them, and which add-on packages are installed.
  *
  * Calls return 0 or a positive value on success and a negative value on failure. Writes replace the
- * file atomically; a file that does not exist is created by the first write. No call takes a lock by
- * itself: a caller that must not be disturbed takes the file's lock first.
+ * file atomically and keep its mode; a file that does not exist is created by the first write, a
+ * directory is not. No call takes a lock by itself: a caller that must not be disturbed takes the
+ * file's lock first.
+ *
+ * Sections and keys are found without regard to case. A value is any text on one line: it comes back
+ * byte for byte, blanks and quotes at its ends included. A value, key or section with a line break
+ * is refused, and so is a key that would read as something else (an equals sign in it, or one of
+ * [ ; # at its start).
  */
 #ifndef PLATFORM_INI_H
 #define PLATFORM_INI_H
@@ -15,10 +21,12 @@ extern "C" {
 
 /**
  * Lock a name, usually a file's path, against every other process, waiting as long as it takes.
- * Any number of readers or one writer. Re-entrant within a process; released when the holder dies;
- * a forked child does not hold what its parent holds.
+ * Any number of readers or one writer. Re-entrant within a process, which may also take for writing
+ * what it holds for reading; released when the holder dies; a forked child does not hold what its
+ * parent holds, and the parent's handles mean nothing in it.
  *
- * @return a handle for Ini_Conf_Unlock_File, 0 or above; -1 when the lock cannot be taken
+ * @return a handle for Ini_Conf_Unlock_File, 0 or above; -1 when the lock cannot be taken, for
+ *         example because two readers that both want to write would wait for each other
  */
 int Ini_Conf_Read_Lock_File(const char *name);
 int Ini_Conf_Write_Lock_File(const char *name);
@@ -28,7 +36,10 @@ int Ini_Conf_Unlock_File(int handle); /* an invalid handle is refused with -1 */
 int Ini_Conf_Get_Field(const char *file, const char *section, const char *key, char *buffer,
                        int size);
 int Ini_Conf_Set_Field(const char *file, const char *section, const char *key, const char *value);
-/** When the key is absent *value stays as it is and the result is -1. flags is 0. */
+/**
+ * A decimal number, with a sign or without. When the key is absent, or its text does not begin with
+ * a number, *value stays as it is and the result is -1. flags is 0.
+ */
 int Ini_Conf_Get_Field_Int(const char *file, const char *section, const char *key, int *value,
                            int flags);
 int Ini_Conf_Set_Field_Int(const char *file, const char *section, const char *key, int value,
@@ -40,7 +51,9 @@ int Ini_Conf_Remove_Section(const char *file, const char *section);
  * A bitmap is text: hexadecimal digits, four bits each, bit 0 the lowest bit of the first digit.
  * Bits beyond the text are free; 4096 bits at the most. The search includes start itself.
  *
- * @param bit  receives the first free bit at or after start
+ * An absent file or key is an empty bitmap. A character that is no digit counts as four taken bits.
+ *
+ * @param bit  receives the first free bit at or after start; untouched when there is none
  * @return 0; non-zero when no bit is free
  */
 int Ini_Conf_Bitmap_Get_Next_Free_Bit(const char *file, const char *section, const char *key,

@@ -17,6 +17,10 @@ enum { /* levels of SM_TRACE */
     SM_TRACE_INFO = 8
 };
 
+/**
+ * Append one line to the trace log. A line end at the text's end is dropped, one inside it shows as
+ * "\\n"; errno is left alone.
+ */
 void SM_TRACE(int level, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
 enum { /* types of an event */
@@ -37,6 +41,7 @@ typedef struct NASLOG_EVENT {
     char description[2049];
 } NASLOG_EVENT;
 
+/** Date and time are local, "YYYY-MM-DD" and "HH:MM:SS"; 0 on success. */
 int naslog_event_add(const NASLOG_EVENT *event);
 /** The newest events, newest first, up to max; returns how many. */
 int naslog_event_query(NASLOG_EVENT *events, int max);
@@ -54,13 +59,18 @@ typedef struct NASLOG_MESSAGE {
 
 extern const NASLOG_MESSAGE A255_list[A255_LIST_SIZE];
 
-/** Send a notification made from a table entry; the strings that fill it follow, then NULL. */
+/**
+ * Send a notification made from a table entry; the strings that fill it follow, then NULL. A string
+ * "%V001%" stands for the text of entry 1, and so on. 0 on success.
+ */
 int naslog_notice_send(int64_t application_id, int level, int channel, int64_t category_id,
                        int64_t message_id, int reserved_1, int reserved_2, int reserved_3,
                        const char *text, ...) __attribute__((sentinel));
 
+/** Severity of a notice, as syslog counts: 3 error, 4 warning, 6 information. */
 int ChangeLogTypeToNoticeSeverity(int event_type);
 
+/** Give the log engine a notice under its message id, for example "MSG_SFT_001"; 0 on success. */
 int SendNoticeToLogEngine(int severity, int reserved_1, int reserved_2, const char *reserved_text_1,
                           int facility, const char *title, int notice_no, int reserved_3,
                           int reserved_4, const char *user, const char *address,

@@ -1,0 +1,143 @@
+/// Notices: to the notification application, and to the log engine.
+
+#include <cstdarg>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <time.h>
+
+#include "core/call.h"
+#include "core/state.h"
+#include "platform/naslog.h"
+
+namespace {
+
+enum Severity {
+    kErrorSeverity = 3,
+    kWarningSeverity = 4,
+    kInformationSeverity = 6
+};  // as syslog's
+
+struct Notice {
+    const char* way;
+    std::string message_id;
+    int severity;
+    std::string title;
+    std::string message;
+    std::string detail;
+};
+
+int keep(const Notice& notice) {
+    SQLite::Statement insert(appliance::state(),
+                             "INSERT INTO notice(time, way, message_id, severity, title, message, "
+                             "detail) VALUES(?, ?, ?, ?, ?, ?, ?)");
+    insert.bind(1, static_cast<int64_t>(::time(nullptr)));
+    insert.bind(2, notice.way);
+    insert.bind(3, notice.message_id);
+    insert.bind(4, notice.severity);
+    insert.bind(5, notice.title);
+    insert.bind(6, notice.message);
+    insert.bind(7, notice.detail);
+    insert.exec();
+    return 0;
+}
+
+std::string text_or_empty(const char* text) { return text == nullptr ? "" : text; }
+
+/// An argument "%V001%" stands for the text of entry 1.
+std::string resolved(const std::string& argument) {
+    if (argument.size() < 3 || !argument.starts_with("%V") || !argument.ends_with('%'))
+        return argument;
+    const int entry = std::atoi(argument.c_str() + 2);
+    const bool known = entry >= 1 && entry < A255_LIST_SIZE && A255_list[entry].text != nullptr;
+    return known ? A255_list[entry].text : argument;
+}
+
+std::string rendered(std::string text, const std::vector<std::string>& values) {
+    size_t position = 0;
+    for (size_t index = 0; index < values.size(); ++index) {
+        const std::string placeholder = fmt::format("{{{}}}", index);
+        const size_t found = text.find(placeholder, position);
+        if (found == std::string::npos) continue;
+        const std::string value = resolved(values[index]);
+        text.replace(found, placeholder.size(), value);
+        position = found + value.size();  // what was filled in is no template
+    }
+    return text;
+}
+
+int severity_of_level(int level) {
+    switch (level) {
+        case 1:
+            return kErrorSeverity;
+        case 2:
+            return kWarningSeverity;
+        default:
+            return kInformationSeverity;
+    }
+}
+
+}  // namespace
+
+int naslog_notice_send(int64_t application_id, int level, int channel, int64_t category_id,
+                       int64_t message_id, int reserved_1, int reserved_2, int reserved_3,
+                       const char* text, ...) {
+    std::vector<std::string> values;
+    va_list list;
+    va_start(list, text);
+    for (const char* value = va_arg(list, const char*); value != nullptr;
+         value = va_arg(list, const char*))
+        values.emplace_back(value);
+    va_end(list);
+    const std::string message = rendered(text_or_empty(text), values);
+    return appliance::call(
+        __func__,
+        appliance::arguments(application_id, level, channel, category_id, message_id, reserved_1,
+                             reserved_2, reserved_3, message),
+        [&] {
+            return keep({.way = "notification",
+                         .message_id = std::to_string(message_id),
+                         .severity = severity_of_level(level),
+                         .title = "",
+                         .message = message,
+                         .detail = fmt::format("application {}, channel {}, category {}, level {}",
+                                               application_id, channel, category_id, level)});
+        });
+}
+
+int ChangeLogTypeToNoticeSeverity(int event_type) {
+    return appliance::call(__func__, appliance::arguments(event_type), [&]() -> int {
+        switch (event_type) {
+            case NASLOG_ERROR:
+                return kErrorSeverity;
+            case NASLOG_WARNING:
+                return kWarningSeverity;
+            default:
+                return kInformationSeverity;
+        }
+    });
+}
+
+int SendNoticeToLogEngine(int severity, int reserved_1, int reserved_2, const char* reserved_text_1,
+                          int facility, const char* title, int notice_no, int reserved_3,
+                          int reserved_4, const char* user, const char* address,
+                          const char* reserved_text_2, const char* message_id, int reserved_5,
+                          const char* reserved_text_3, const char* message) {
+    return appliance::call(
+        __func__,
+        appliance::arguments(severity, reserved_1, reserved_2, reserved_text_1, facility, title,
+                             notice_no, reserved_3, reserved_4, user, address, reserved_text_2,
+                             message_id, reserved_5, reserved_text_3, message),
+        [&] {
+            return keep(
+                {.way = "log engine",
+                 .message_id = text_or_empty(message_id),
+                 .severity = severity,
+                 .title = text_or_empty(title),
+                 .message = text_or_empty(message),
+                 .detail = fmt::format("facility {}, notice {}, user {}, address {}", facility,
+                                       notice_no, text_or_empty(user), text_or_empty(address))});
+        });
+}
