@@ -1,0 +1,83 @@
+// The flash as plain values, and back: what a drive's file holds. An image comes from outside, so
+// everything that later serves as an index is checked before it is used.
+#include <stdexcept>
+#include <utility>
+
+#include "flash/ftl.h"
+
+namespace appliance::flash {
+
+namespace {
+
+void require(bool holds, const char* what) {
+    if (!holds) throw std::invalid_argument(what);
+}
+
+}  // namespace
+
+Ftl::Image Ftl::image() const {
+    Image image;
+    image.logical_pages = logical_pages();
+    image.physical = owner_;
+    for (std::uint32_t block : head_) {
+        for (; block != kNone; block = links_[block].next) image.closed.push_back(block);
+    }
+    image.empty = empty_;
+    image.open_block = open_block_;
+    image.open_fill = open_fill_;
+    image.recent_copies = recent_copies_;
+    image.counters = counters_;
+    return image;
+}
+
+Ftl::Ftl(Image image)
+    : Ftl(image.logical_pages, static_cast<std::uint32_t>(image.physical.size() / kPagesPerBlock)) {
+    const auto blocks = static_cast<std::uint32_t>(valid_.size());
+    require(image.physical.size() == owner_.size(), "a block is incomplete");
+
+    for (std::uint32_t physical = 0; physical < image.physical.size(); ++physical) {
+        const std::uint32_t page = image.physical[physical];
+        if (page == kNone) continue;
+        require(page < logical_pages(), "a page is beyond the end");
+        require(location_[page] == kNone, "a page is mapped twice");
+        location_[page] = physical;
+        ++valid_[physical / kPagesPerBlock];
+        ++mapped_;
+    }
+    owner_ = std::move(image.physical);
+
+    std::vector<bool> seen(blocks, false);
+    const auto see = [&](std::uint32_t block) {
+        require(block < blocks && !seen[block], "a block is listed wrongly");
+        seen[block] = true;
+    };
+    for (const std::uint32_t block : image.empty) {
+        see(block);
+        require(valid_[block] == 0, "an empty block holds data");
+    }
+    require(!image.empty.empty(), "no block is empty");
+    for (const std::uint32_t block : image.closed) see(block);
+    if (image.open_block != kNone) see(image.open_block);
+    require(image.empty.size() + image.closed.size() + (image.open_block != kNone) == blocks,
+            "a block is missing");
+    // A block goes to the head of its list, so the last one of each list comes first.
+    for (auto block = image.closed.rbegin(); block != image.closed.rend(); ++block) link(*block);
+
+    require(image.open_fill <= kPagesPerBlock &&
+                (image.open_block != kNone || image.open_fill == kPagesPerBlock),
+            "the open block is overfull");
+    require(image.recent_copies >= 0.0 && image.recent_copies < kPagesPerBlock,
+            "the write amplification is impossible");
+    for (std::uint32_t at = image.open_fill; image.open_block != kNone && at < kPagesPerBlock;
+         ++at) {
+        require(owner_[image.open_block * kPagesPerBlock + at] == kNone,
+                "the open block holds data that was not written");
+    }
+    empty_ = std::move(image.empty);
+    open_block_ = image.open_block;
+    open_fill_ = image.open_fill;
+    recent_copies_ = image.recent_copies;
+    counters_ = image.counters;
+}
+
+}  // namespace appliance::flash
