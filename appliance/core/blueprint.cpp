@@ -1,29 +1,17 @@
 #include "core/blueprint.h"
 
-#include <cmath>
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include <fmt/format.h>
 
-#include "core/state.h"
+#include "core/partitions.h"
+#include "core/query.h"
 
 namespace appliance {
 
 namespace {
-
-constexpr uint64_t kKib = 1024;
-constexpr uint64_t kPartitionAlignmentKib = 1024;
-constexpr uint64_t kSystemPartitionKib = 256 * 1024;  // of each of partitions 1 and 2
-
-/// A statement with its values, run at once.
-template <typename... Values>
-void run(const char* sql, const Values&... values) {
-    SQLite::Statement statement(state(), sql);
-    int index = 0;
-    (statement.bind(++index, values), ...);
-    statement.exec();
-}
 
 /// Bytes that makers agreed on for a nominal size, so that drives of one size match to the block.
 uint64_t bytes_of(double size_gb) {
@@ -39,22 +27,6 @@ std::string system_name(int position) {
     return "/dev/sd" + letters;
 }
 
-void add_partitions(unsigned dev_id, const std::string& drive_name, uint64_t drive_kib) {
-    const auto add = [&](int number, uint64_t start, uint64_t size) {
-        run("INSERT INTO partition(dev_id, part_no, name, start_kib, size_kib) VALUES(?, ?, ?, ?, "
-            "?)",
-            dev_id, number, fmt::format("{}{}", drive_name, number), static_cast<int64_t>(start),
-            static_cast<int64_t>(size));
-    };
-    uint64_t start = kPartitionAlignmentKib;
-    for (const int number : {1, 2}) {
-        add(number, start, kSystemPartitionKib);
-        start += kSystemPartitionKib;
-    }
-    const uint64_t end = drive_kib / kPartitionAlignmentKib * kPartitionAlignmentKib;
-    if (end > start + kPartitionAlignmentKib) add(3, start, end - kPartitionAlignmentKib - start);
-}
-
 void add_drive(int position, const DriveBlueprint& drive) {
     const unsigned dev_id = drive_id(position);
     const std::string name = system_name(position);
@@ -66,16 +38,16 @@ void add_drive(int position, const DriveBlueprint& drive) {
                                       : drive.serial_no;
     const std::string wwn =
         drive.wwn.value_or(fmt::format("5a07b2c1{:08x}", 0x40d0'0000u + dev_id));
-    run("INSERT INTO drive(dev_id, vendor, model, serial_no, revision, wwn, block_size, "
-        "block_count,"
-        " form_factor, interface_type, rotation_speed, flags, sys_name, log_name,"
+    change(
+        "INSERT INTO drive(dev_id, vendor, model, serial_no, revision, wwn, block_size,"
+        " block_count, form_factor, interface_type, rotation_speed, flags, sys_name, log_name,"
         " factory_spare_percent, seed, meta_type, power_on_hours)"
         " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
         dev_id, drive.vendor, model, serial_no, drive.revision, wwn, drive.block_size,
-        static_cast<int64_t>(bytes / drive.block_size), drive.form_factor, drive.interface_type,
-        drive.rotation_speed, drive.flags, name, fmt::format("Disk {}", position + 1),
-        drive.factory_spare_percent, 1000 + position, drive.meta_type, 120 + 7 * position);
-    if (drive.partitioned) add_partitions(dev_id, name, bytes / kKib);
+        bytes / drive.block_size, drive.form_factor, drive.interface_type, drive.rotation_speed,
+        drive.flags, name, fmt::format("Disk {}", position + 1), drive.factory_spare_percent,
+        1000 + position, drive.meta_type, 120 + 7 * position);
+    if (drive.partitioned) partition_drive(dev_id);
 }
 
 DriveBlueprint hard_disk() {
@@ -91,30 +63,28 @@ DriveBlueprint hard_disk() {
 }
 
 /// RAID group 1, pool 1 and volume 1 on the two drives that follow the free ones.
-void add_system_pool(int first) {
+void add_system_pool(int position) {
     for (int member = 0; member < 2; ++member) {
-        add_drive(first + member, hard_disk());
-        run("INSERT INTO raid_drive(raid_id, position, dev_id) VALUES(1, ?, ?)", member,
-            drive_id(first + member));
+        add_drive(position + member, hard_disk());
+        change("INSERT INTO raid_drive(raid_id, position, dev_id) VALUES(1, ?, ?)", member,
+               drive_id(position + member));
     }
-    SQLite::Statement size(state(),
-                           "SELECT size_kib FROM partition WHERE dev_id = ? AND part_no = 3");
-    size.bind(1, drive_id(first));
-    const int64_t capacity_kib = size.executeStep() ? size.getColumn(0).getInt64() : 0;
-    run("INSERT INTO raid(raid_id, raid_level, capacity_kib) VALUES(1, 1, ?)", capacity_kib);
-    run("INSERT INTO pool(pool_id) VALUES(1)");
-    run("INSERT INTO pool_member(pool_id, position, raid_id, striped) VALUES(1, 0, 1, 0)");
-    run("INSERT INTO lv(lv_id, pool_id, name, mode, type, sectors)"
+    const auto capacity_kib =
+        first("SELECT size_kib FROM partition WHERE dev_id = ? AND part_no = ?", drive_id(position),
+              kDataPartition);
+    change("INSERT INTO raid(raid_id, raid_level, capacity_kib) VALUES(1, 1, ?)",
+           capacity_kib.value_or(0));
+    change("INSERT INTO pool(pool_id) VALUES(1)");
+    change("INSERT INTO pool_member(pool_id, position, raid_id, striped) VALUES(1, 0, 1, 0)");
+    change(
+        "INSERT INTO lv(lv_id, pool_id, name, mode, type, sectors)"
         " VALUES(1, 1, '/dev/mapper/lv1', 0, 1, ?)",
-        capacity_kib * 2);
+        capacity_kib.value_or(0) * 2);
 }
 
 void empty_every_table() {
-    std::vector<std::string> tables;
-    SQLite::Statement query(
-        state(), "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite%'");
-    while (query.executeStep()) tables.push_back(query.getColumn(0).getString());
-    query.reset();
+    const auto tables = all<std::string>(
+        "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite%'");
     for (const std::string& table : tables) state().exec("DELETE FROM " + table);
 }
 
@@ -126,14 +96,14 @@ void install_state(const Blueprint& blueprint) {
     }
     if (blueprint.system_pool) add_system_pool(blueprint.drives);
     for (const int raid_id : blueprint.reserved_raid_ids)
-        run("INSERT INTO reserved_raid(raid_id) VALUES(?)", raid_id);
+        change("INSERT INTO reserved_raid(raid_id) VALUES(?)", raid_id);
     if (blueprint.data_volume) {
-        run("INSERT INTO volume(volume_id, path, mounted, default_share) VALUES(1, ?, ?, 1)",
-            kDataVolumePath, blueprint.data_volume_mounted ? 1 : 0);
+        change("INSERT INTO volume(volume_id, path, mounted, default_share) VALUES(1, ?, ?, 1)",
+               kDataVolumePath, blueprint.data_volume_mounted ? 1 : 0);
     }
     for (const char* service : {"services", "rsyncd"}) {
-        run("INSERT INTO service(name, running) VALUES(?, ?)", service,
-            blueprint.services_running ? 1 : 0);
+        change("INSERT INTO service(name, running) VALUES(?, ?)", service,
+               blueprint.services_running ? 1 : 0);
     }
 }
 

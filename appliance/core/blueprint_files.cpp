@@ -81,12 +81,9 @@ void install_addon() {
     link(util / "disk_opr_util", "/opt/appliance/bin/disk_opr_util");
 }
 
-void link_programs(const Blueprint& blueprint) {
+void link_scripts(const Blueprint& blueprint) {
     for (const char* service : {"services.sh", "rsyncd.sh"})
         link(fs::path("/etc/init.d") / service, fs::path("/opt/appliance/bin") / service);
-    for (const char* tool : {"fio", "kblkdiscard"})
-        link(fs::path("/sbin") / tool, fs::path("/opt/appliance/bin") / tool);
-    link("/usr/local/bin/kanalytic_tool", "/opt/appliance/bin/kanalytic_tool");
     const fs::path notify = "/usr/local/sbin/notify";
     if (blueprint.notice_hall_installed)
         link(notify, fs::path(kNoticeHallPath) / "bin/notify");
@@ -108,7 +105,7 @@ void install_files(const Blueprint& blueprint) {
 
     write_configuration(blueprint);
     if (blueprint.addon_installed) install_addon();
-    link_programs(blueprint);
+    link_scripts(blueprint);
     // The appliance has come up, and is not on its way down.
     write_file("/tmp/opr_run_once_on_boot", "");
     fs::remove("/var/kfunc/rcK");

@@ -44,7 +44,7 @@ void suffer_afterwards(const std::optional<Fault>& fault);
 /// The arguments of a call as the journal shows them: separated by ", ", null pointers as "null".
 template <typename... Values>
 std::string arguments(const Values&... values) {
-    const auto readable = [](const auto& value) {
+    [[maybe_unused]] const auto readable = [](const auto& value) {
         using Value = std::decay_t<decltype(value)>;
         if constexpr (std::is_same_v<Value, const char*> || std::is_same_v<Value, char*>)
             return std::string(value == nullptr ? "null" : value);
