@@ -1,0 +1,336 @@
+#!/bin/bash
+# Measure a test volume at one over-provisioning ratio.
+#
+#   SOPT.sh VOLUME TYPE OP RECORD SIZE MIN_IOPS ABORT_TIME [INDEX COUNT FILLED]
+#
+#   OP                  ratio, percent of the volume to leave free
+#   INDEX, COUNT        place of this ratio among all, from 0, and how many there are; default 0 1
+#   FILLED              1 when the volume holds data throughout; default 0: it is filled first
+#   the other ones      as for test-all.sh, which runs this for each ratio
+#
+# Sets the ratio, fills the volume if need be, writes twice the area under test, then measures in
+# rounds of a minute until the last five are steady or 25 have passed. README.md has the details.
+#
+# Exit status: 0 measured, whatever the label; 1 a step failed; 2 wrong arguments; 3 the record was
+# stopped; 254 the ratio cannot be set and is skipped; 128 + n ended by signal n.
+
+set -u
+
+UTIL=${BASH_SOURCE[0]%/*}
+# shellcheck source=opr_common.sh
+. "$UTIL/opr_common.sh"
+
+readonly WINDOW=5 MAX_ROUNDS=25 ROUND_SECONDS=60
+readonly PASSES=2  # over the area under test, to precondition it
+readonly SLICES=20 # in which a preconditioning, or the fill, is written
+readonly THROTTLE_CELSIUS=70
+
+usage() {
+    echo "usage: ${0##*/} VOLUME random|sequential|all OP RECORD SIZE MIN_IOPS ABORT_TIME" \
+        "[INDEX COUNT FILLED]" >&2
+    exit "$EXIT_USAGE"
+}
+
+take_arguments() {
+    (($# == 7 || $# == 10)) || usage
+    VOLUME=$1 TYPE=$2 OP=$3 RECORD=$4 SIZE=${5%M} MIN_IOPS=$6 ABORT_TIME=$7
+    INDEX=${8:-0} COUNT=${9:-1} FILLED=${10:-0}
+    local number
+    for number in "$OP" "$RECORD" "$SIZE" "$MIN_IOPS" "$ABORT_TIME" "$INDEX" "$COUNT" "$FILLED"; do
+        is_number "$number" || usage
+    done
+    ((OP <= 100 && COUNT > 0)) || usage
+    case $TYPE in
+        random | sequential) PARTS=("$TYPE") ;;
+        all) PARTS=(sequential random) ;;
+        *) usage ;;
+    esac
+}
+
+# What is known before anything is measured.
+prepare() {
+    file_prefix "$VOLUME" "$TYPE"
+    REPORT=${PREFIX}runtime_$OP.csv TEMPERATURES=${PREFIX}temperature_$OP.csv
+    mkdir -p "$UTIL/log" "$UTIL/history"
+    rm -f -- "$REPORT" "$TEMPERATURES"
+    : >"$REPORT"
+    LABEL='' WA=0 RESULT_1=0 RESULT_2=0 PART=0
+    ROUNDS=()
+    HOST_KIB=(0) FLASH_KIB=(0) CELSIUS=(0) # then at the ratio's start and after each step
+}
+
+# ---- Progress ----
+
+# Tell the front end that a ratio begins; -1 stands for the fill before the first one.
+begin() {
+    START_US=${EPOCHREALTIME/./}
+    STEP=1 PERCENT=0 ETA=0 WRITTEN_KIB=0 IOPS=0
+    local before=$((20 + 80 * INDEX / COUNT))
+    (($1 >= 0)) || before=0
+    publish --ratio="$1" --steps="$((1 + 2 * ${#PARTS[@]}))" --start="$((START_US / 1000000))" \
+        --script-progress="$before"
+}
+
+# Write the ratio's figures, and the keys given. Does not come back when the record was stopped.
+publish() {
+    local status=0
+    run "$OPR" progress "$RECORD" "$VOLUME" --step="$STEP" --percent="$PERCENT" --eta="$ETA" \
+        --written="$WRITTEN_KIB" --iops="$IOPS" "$@" || status=$?
+    ((status != EXIT_STOPPED)) || give_up "$EXIT_STOPPED" "the record is no longer testing"
+}
+
+elapsed() {
+    ELAPSED_MS=$(((${EPOCHREALTIME/./} - START_US) / 1000))
+}
+
+# Publish how far the current part is, in percent, and the seconds that it still takes. A part that
+# comes after it is taken to last as long.
+publish_part() {
+    local later=$((${#PARTS[@]} - 1 - PART))
+    PERCENT=$(((100 * PART + $1) / ${#PARTS[@]}))
+    ETA=$(($2 + later * (ELAPSED_MS / 1000 + $2)))
+    publish
+}
+
+# ---- Writing ----
+
+# Write to the volume with fio; sets IOPS. Arguments: random|sequential, what and how much.
+write_volume() {
+    local pattern=randwrite block=4k block_kib=4 output
+    if [[ $1 == sequential ]]; then pattern=write block=1M block_kib=1024; fi
+    shift
+    if ! run /sbin/fio --filename="$VOLUME" --name=opr --direct=1 --ioengine=libaio --iodepth=32 \
+        --randrepeat=0 --rw="$pattern" --bs="$block" "$@" >"$PREFIX"fio.txt 2>&1; then
+        publish # a stop ends in here
+        give_up "$EXIT_FAILED" "fio failed"
+    fi
+    output=$(<"$PREFIX"fio.txt)
+    [[ $output =~ 'write: io='.*iops=([0-9]+),\ runt=\ *([0-9]+)msec ]] ||
+        give_up "$EXIT_FAILED" "fio printed no summary"
+    IOPS=${BASH_REMATCH[1]}
+    WRITTEN_KIB=$((WRITTEN_KIB + IOPS * block_kib * BASH_REMATCH[2] / 1000))
+}
+
+# Write the n-th of the slices in which an area is written over: all over it when random, one after
+# the other when sequential. Arguments: random|sequential, n from 0, MiB of the area, passes over it.
+write_slice() {
+    local amount=$(($3 * $4)) from to
+    from=$((amount * $2 / SLICES)) to=$((amount * ($2 + 1) / SLICES))
+    if [[ $1 == sequential ]]; then
+        write_volume sequential --offset="$((from % $3))M" --size="$((to - from))M"
+    else
+        write_volume random --size="${3}M" --io_limit="$((to - from))M"
+    fi
+}
+
+# Put data everywhere, so that nothing is free but what a ratio leaves free.
+fill_volume() {
+    local n
+    for ((n = 1; n <= SLICES; ++n)); do
+        write_slice sequential "$((n - 1))" "$VOLUME_MIB" 1
+        elapsed
+        PERCENT=$((100 * n / SLICES)) ETA=$((ELAPSED_MS * (SLICES - n) / n / 1000))
+        publish
+    done
+}
+
+# ---- Observing ----
+
+# Take what the drives say: their counters, and a row of temperatures. A failed reading repeats the
+# last one, so that a drive that does not answer costs no measurement.
+observe_drives() {
+    elapsed
+    ask "$OPR" sample "$RECORD" "$VOLUME" "$ELAPSED_MS" "$TEMPERATURES" ||
+        ANSWER=("${HOST_KIB[-1]}" "${FLASH_KIB[-1]}" "${CELSIUS[-1]}")
+    HOST_KIB+=("${ANSWER[0]}") FLASH_KIB+=("${ANSWER[1]}") CELSIUS+=("${ANSWER[2]}")
+}
+
+# Set WA to the drives' write amplification over the last $1 steps: flash writes per host write.
+take_write_amplification() {
+    local host=$((HOST_KIB[-1] - HOST_KIB[-1 - $1])) flash=$((FLASH_KIB[-1] - FLASH_KIB[-1 - $1]))
+    WA=0
+    ((host <= 0)) || printf -v WA '%d.%02d' "$((flash / host))" "$((flash % host * 100 / host))"
+}
+
+# After a step, a line of the runtime report: milliseconds, IOPS, write amplification, temperature
+# of the hottest drive, KiB written.
+observe_step() {
+    observe_drives
+    take_write_amplification 1
+    echo "$ELAPSED_MS, $IOPS, $WA, ${CELSIUS[-1]}, $WRITTEN_KIB" >>"$REPORT"
+}
+
+# ---- Measuring ----
+
+set_ratio() {
+    local status=0
+    ask "$OPR" set-op "$RECORD" "$VOLUME" "$OP" || status=$?
+    case $status in
+        0) VOLUME_MIB=${ANSWER[0]} ;;
+        "$EXIT_SKIPPED") skip ;;
+        "$EXIT_STOPPED") give_up "$EXIT_STOPPED" "the record is no longer testing" ;;
+        *) give_up "$EXIT_FAILED" "set-op ended with status $status" ;;
+    esac
+    AREA_MIB=$((SIZE < VOLUME_MIB ? SIZE : VOLUME_MIB))
+    ((AREA_MIB >= SLICES)) || give_up "$EXIT_FAILED" "$AREA_MIB MiB is too small an area to test"
+}
+
+# Takes the first four fifths of a part's progress.
+precondition() {
+    local n began left
+    elapsed
+    began=$ELAPSED_MS
+    for ((n = 1; n <= SLICES; ++n)); do
+        write_slice "$1" "$((n - 1))" "$AREA_MIB" "$PASSES"
+        observe_step
+        left=$(((ELAPSED_MS - began) * (SLICES - n) / n / 1000))
+        publish_part "$((80 * n / SLICES))" "$((left + WINDOW * ROUND_SECONDS))"
+        abort_in_time
+        [[ -z $LABEL ]] || return 0
+    done
+}
+
+# Rounds until there is a label. Progress counts on five of them and waits at 99 for any more.
+measure_rounds() {
+    local n
+    for ((n = 1; n <= MAX_ROUNDS; ++n)); do
+        write_volume "$1" --size="${AREA_MIB}M" --runtime="$ROUND_SECONDS" --time_based
+        ROUNDS+=("$IOPS")
+        observe_step
+        if ((n < WINDOW)); then
+            publish_part "$((80 + 4 * n))" "$(((WINDOW - n) * ROUND_SECONDS))"
+        else
+            publish_part 99 "$ROUND_SECONDS"
+            judge_window "$1"
+        fi
+        [[ -n $LABEL ]] || abort_in_time
+        [[ -z $LABEL ]] || return 0
+    done
+    LABEL='cap reached'
+}
+
+# The lowest rate that the user accepts is one of the type's last part: of "all", the random writes.
+judge_window() {
+    local last=("${ROUNDS[@]: -WINDOW}")
+    if [[ $1 == "${PARTS[-1]}" ]] &&
+        ((last[0] + last[1] + last[2] + last[3] + last[4] < MIN_IOPS * WINDOW)); then
+        LABEL=aborted
+    elif run "$OPR" steady "${last[@]}"; then
+        LABEL=steady
+    fi
+}
+
+abort_in_time() {
+    ((ABORT_TIME == 0 || ELAPSED_MS < ABORT_TIME * 1000)) || LABEL=aborted
+}
+
+was_throttled() {
+    local celsius
+    for celsius in "${CELSIUS[@]: -$1}"; do
+        ((celsius < THROTTLE_CELSIUS)) || return 0
+    done
+    return 1
+}
+
+# The part's figures: MEAN and WA over the last five rounds, or over as many as there are; without a
+# round, those of the last slice.
+evaluate_part() {
+    local n=$((${#ROUNDS[@]} < WINDOW ? ${#ROUNDS[@]} : WINDOW)) rate sum=0
+    if ((n > 0)); then
+        for rate in "${ROUNDS[@]: -n}"; do ((sum += rate)); done
+    else
+        n=1 sum=$IOPS
+    fi
+    printf -v MEAN '%d.%d' "$((sum / n))" "$((sum % n * 10 / n))"
+    take_write_amplification "$n"
+    if [[ $LABEL != aborted ]] && was_throttled "$n"; then LABEL=throttled; fi
+}
+
+# The first result is the first round's, right after the preconditioning; of "all" it is the steady
+# rate of the sequential writes.
+keep_results() {
+    if ((${#PARTS[@]} == 1)); then
+        RESULT_1=${ROUNDS[0]:-$IOPS} RESULT_2=$MEAN
+    elif ((PART == 0)); then
+        RESULT_1=$MEAN
+    else
+        RESULT_2=$MEAN
+    fi
+}
+
+measure_part() {
+    ROUNDS=() LABEL='' IOPS=0
+    STEP=$((2 + 2 * PART))
+    precondition "$1"
+    STEP=$((3 + 2 * PART))
+    [[ -n $LABEL ]] || measure_rounds "$1"
+    evaluate_part
+    keep_results
+}
+
+# A ratio is as good as the worse of its parts. An aborted part is the last one.
+measure() {
+    local worst=''
+    observe_drives
+    for ((PART = 0; PART < ${#PARTS[@]}; ++PART)); do
+        measure_part "${PARTS[PART]}"
+        case $LABEL,$worst in
+            steady,?* | 'cap reached,throttled') LABEL=$worst ;;
+        esac
+        worst=$LABEL
+        [[ $LABEL != aborted ]] || return 0
+    done
+}
+
+# ---- Ending ----
+
+# The summary line, the line of the history, and what was observed into the database. The name of a
+# ratio stands nowhere else in the summary file, where it is searched for.
+conclude() {
+    echo "OP_$OP%, $RESULT_1, $RESULT_2, $WA, ${#ROUNDS[@]}, $LABEL" >>"$PREFIX"report.csv
+    remember
+    run "$OPR" import-report "$RECORD" "$VOLUME" "$OP" "$REPORT" || log "OP $OP: report not imported"
+    run "$OPR" import-temperatures "$RECORD" "$VOLUME" "$OP" "$TEMPERATURES" ||
+        log "OP $OP: temperatures not imported"
+}
+
+remember() {
+    echo "$OP,$RESULT_1,$RESULT_2,$WA,$LABEL,${#ROUNDS[@]}" >>"$UTIL/history/Record_$RECORD.csv"
+    log "OP $OP: $LABEL, results $RESULT_1 and $RESULT_2, write amplification $WA"
+}
+
+skip() {
+    LABEL=skipped
+    remember
+    run "$OPR" import-report "$RECORD" "$VOLUME" "$OP" "$REPORT" "$EXIT_SKIPPED" ||
+        log "OP $OP: skip not recorded"
+    exit "$EXIT_SKIPPED"
+}
+
+# End with a status and a reason, and keep what has been measured.
+give_up() {
+    log "OP $OP: $2"
+    LABEL=aborted
+    if [[ -s $REPORT ]]; then
+        evaluate_part
+        keep_results
+        conclude
+    fi
+    exit "$1"
+}
+
+# A parent that died between starting this and now is not noticed by the kernel's signal.
+[[ $PPID == "${OPR_PARENT:-$PPID}" ]] || exit "$EXIT_STOPPED"
+take_arguments "$@"
+prepare
+if ((FILLED)); then
+    begin "$OP"
+    set_ratio
+else
+    begin -1
+    set_ratio
+    fill_volume
+    begin "$OP"
+fi
+measure
+conclude

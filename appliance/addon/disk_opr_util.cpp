@@ -1,0 +1,187 @@
+/// The test scripts' helper: each step of a measurement that needs the library or the platform is
+/// one sub-command. The volume's name is an argument of all that can take long, because a stop
+/// finds the processes of a test by it.
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "addon/drive_reading.h"
+#include "addon/progress.h"
+#include "addon/steady_state.h"
+#include "platform/storage.h"
+#include "ssd_op.h"
+
+namespace appliance::addon {
+
+namespace {
+
+enum ExitCode {
+    kOk = 0,
+    kFailed = 1,
+    kBadArguments = 2,
+    kNotTesting = 3,    // the record is no longer testing: it was stopped
+    kUnreachable = 254  // the ratio cannot be set
+};
+
+bool is_testing(int record_no) {
+    int status = SSD_OP_TEST_STATUS_NEW;
+    SSD_OP_Test_Get_Status(record_no, &status);
+    return status == SSD_OP_TEST_STATUS_TESTING;
+}
+
+int set_op(int record_no, const std::string& volume, int ratio) {
+    const int result = SSD_OP_Test_Block_Discard_Device(record_no, volume.c_str(), ratio);
+    if (!is_testing(record_no)) return kNotTesting;
+    uint64_t sectors = 0;
+    if (result != 0 || LV_Get_Size(LV_Get_Id(volume.c_str()), &sectors) != 0) return kUnreachable;
+    fmt::print("{}\n", sectors >> 11);
+    return kOk;
+}
+
+int sample(int record_no, uint64_t time_ms, const std::string& file) {
+    const auto reading = read_drives(record_no);
+    if (!reading) return kFailed;
+    SSD_OP_Test_Record_SSD_Info(record_no, time_ms, file.c_str());
+    fmt::print("{} {} {}\n", reading->host_written_kib, reading->flash_written_kib,
+               reading->hottest);
+    return kOk;
+}
+
+/// The keys go first: whoever reads between the two sees the new ratio with the old figures for
+/// less time than one reading takes.
+int progress(int record_no, const std::string& volume, const ProgressKeys& keys,
+             const Status& status) {
+    const bool written =
+        write_keys(record_no, keys) && write_status_file(record_no, volume, status);
+    if (!is_testing(record_no)) return kNotTesting;
+    return written ? kOk : kFailed;
+}
+
+int finish(int record_no) {
+    constexpr int kNoRatio = -2;
+    const bool written =
+        write_keys(record_no, {.percentage = kNoRatio, .detail = 0, .script_progress = 100});
+    remove_status_file(record_no);
+    return written ? kOk : kFailed;
+}
+
+/// What the command line asks for; a sub-command uses the part that it declares.
+struct Request {
+    int record_no = 0;
+    std::string volume;
+    int ratio = 0;
+    uint64_t time_ms = 0;
+    std::string file;
+    int reason_code = 0;
+    ProgressKeys keys;
+    Status status;
+    Window rounds{};
+    std::function<int()> action;
+};
+
+CLI::App* add_command(CLI::App& app, Request& request, const char* name, const char* description,
+                      std::function<int()> action) {
+    CLI::App* command = app.add_subcommand(name, description);
+    command->add_option("record", request.record_no, "Record number")
+        ->required()
+        ->check(CLI::PositiveNumber);
+    command->add_option("volume", request.volume, "Test volume, for example /dev/mapper/lv1568")
+        ->required();
+    command->callback([&request, action = std::move(action)] { request.action = action; });
+    return command;
+}
+
+void add_measuring_commands(CLI::App& app, Request& request) {
+    auto* set =
+        add_command(app, request, "set-op", "Set an OP ratio; prints the volume's size in MiB",
+                    [&] { return set_op(request.record_no, request.volume, request.ratio); });
+    set->add_option("ratio", request.ratio, "Percent to leave free")
+        ->required()
+        ->check(CLI::Range(0, 100));
+
+    auto* take =
+        add_command(app, request, "sample",
+                    "Append the drives' temperatures to a file; prints KiB written by the "
+                    "host, KiB written to the flash, highest temperature",
+                    [&] { return sample(request.record_no, request.time_ms, request.file); });
+    take->add_option("time", request.time_ms, "Milliseconds since the ratio's start")->required();
+    take->add_option("file", request.file, "Temperature file")->required();
+
+    auto* steady =
+        app.add_subcommand("steady", "Exit status 0 when five rounds are steady, else 1");
+    steady->add_option("iops", request.rounds, "IOPS of five rounds, the oldest first")->required();
+    steady->callback(
+        [&] { request.action = [&] { return is_steady(request.rounds) ? kOk : kFailed; }; });
+}
+
+void add_import_commands(CLI::App& app, Request& request) {
+    auto* report =
+        add_command(app, request, "import-report", "Import a ratio's runtime report", [&] {
+            return SSD_OP_DB_Update_Runtime_Report(request.record_no, request.ratio,
+                                                   request.file.c_str(), request.reason_code) == 0
+                       ? kOk
+                       : kFailed;
+        });
+    auto* temperatures =
+        add_command(app, request, "import-temperatures", "Import a ratio's temperatures", [&] {
+            return SSD_OP_DB_Update_SSD_Runtime_Data(request.record_no, request.ratio,
+                                                     request.file.c_str()) == 0
+                       ? kOk
+                       : kFailed;
+        });
+    for (auto* command : {report, temperatures}) {
+        command->add_option("ratio", request.ratio, "OP ratio, percent")->required();
+        command->add_option("file", request.file, "File to import")->required();
+    }
+    report->add_option("reason", request.reason_code, "0, or 254: the ratio is skipped");
+}
+
+void add_progress_commands(CLI::App& app, Request& request) {
+    auto* show = add_command(
+        app, request, "progress", "Publish progress; exit status 3 when the test was stopped",
+        [&] { return progress(request.record_no, request.volume, request.keys, request.status); });
+    show->add_option("--ratio", request.keys.percentage, "Ratio; -1 for the initial fill");
+    show->add_option("--steps", request.keys.total_step, "Steps of a ratio");
+    show->add_option("--step", request.keys.running_step, "Step running now, from 1");
+    show->add_option("--start", request.keys.start_time, "Ratio's start, seconds since the epoch");
+    show->add_option("--script-progress", request.keys.script_progress,
+                     "Percent of the script done before this ratio");
+    show->add_option("--percent", request.status.percent, "Progress of the ratio");
+    show->add_option("--eta", request.status.eta_seconds, "Seconds left for the ratio");
+    show->add_option("--written", request.status.written_kib, "KiB written since its start");
+    show->add_option("--iops", request.status.iops, "Rate of the latest step");
+    request.keys.detail = 1;
+
+    add_command(app, request, "finish", "Publish that the script is done",
+                [&] { return finish(request.record_no); });
+}
+
+}  // namespace
+
+}  // namespace appliance::addon
+
+int main(int argc, char** argv) {
+    using namespace appliance::addon;
+    CLI::App app("Helper of the over-provisioning test scripts", "disk_opr_util");
+    app.require_subcommand(1);
+    Request request;
+    add_measuring_commands(app, request);
+    add_import_commands(app, request);
+    add_progress_commands(app, request);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kOk : kBadArguments;
+    }
+    try {
+        return request.action();
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "disk_opr_util: {}\n", error.what());
+        return kFailed;
+    }
+}

@@ -1,0 +1,44 @@
+/// What the add-on tells the front end while it measures: its keys in the record's section of the
+/// runtime-info file, and the figures of the current ratio in its status file.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace appliance::addon {
+
+/// The keys to write; one that is left out keeps its value.
+struct ProgressKeys {
+    std::optional<int> percentage{};       ///< ratio being measured; -1: the initial fill; -2: none
+    std::optional<int> total_step{};       ///< steps of a ratio
+    std::optional<int> running_step{};     ///< step running now, from 1
+    std::optional<uint64_t> start_time{};  ///< start of the ratio, seconds since the epoch
+    std::optional<int> detail{};           ///< 1: the status file's figures are to be used
+    std::optional<int> script_progress{};  ///< percent of the whole script, less the current ratio
+};
+
+/// Writes the keys under one hold of the file's write lock, so that a reader finds them together.
+/// @return false when a key could not be written; the others are written all the same
+bool write_keys(int record_no, const ProgressKeys& keys);
+
+/// The current ratio's figures.
+struct Status {
+    double percent = 0;        ///< progress of the ratio
+    uint64_t eta_seconds = 0;  ///< time left for the ratio
+    uint64_t written_kib = 0;  ///< amount written since the ratio's start
+    double iops = 0;           ///< rate of the latest step
+};
+
+/// Time left as the front end reads it: 6s, 5m:6s, 4h:5m:6s or 3d:4h:5m:6s.
+std::string eta_text(uint64_t seconds);
+
+/// The status file's one line of 51 fields, separated by semicolons. Fields used: 1 record,
+/// 2 volume, 6 percent, 7 time left, 49 KiB written, 51 IOPS.
+std::string status_line(int record_no, const std::string& volume, const Status& status);
+
+/// Replaces the record's status file in one step, since it is read without a lock.
+bool write_status_file(int record_no, const std::string& volume, const Status& status);
+void remove_status_file(int record_no);
+
+}  // namespace appliance::addon
