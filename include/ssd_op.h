@@ -213,73 +213,196 @@ SSD_OP_API int SSD_OP_DB_Update_Runtime_Report(int record_no, int percentage,
 SSD_OP_API int SSD_OP_DB_Update_SSD_Runtime_Data(int record_no, int percentage,
                                                  const char *runtime_csv);
 
-/* ---- Runtime state ---- */
+/* ---- Runtime state ----
+ *
+ * What a running test shows to other processes, in two ini files with a section "Record_<number>"
+ * for each record: the runtime-info file (/etc/.sm_v2_ssd_op_runtime_info), in which the test script
+ * keeps keys of its own, and the add-on's ssd_opr.conf.
+ *
+ * A function holds the lock of the file it reads or writes and no other. A value that nobody has
+ * written yet makes its getter return -1 and leave *value as it was, so set a default before the
+ * call. Functions of the add-on's file (marked "add-on") return -1 when the add-on is not installed;
+ * nothing is read or written then.
+ */
 
+/** Advance inside the record's present status, 0 to 100; every change of status puts it at 0. */
 SSD_OP_API int SSD_OP_Test_Get_Step_Progress(int record_no, int *step_progress);
 SSD_OP_API int SSD_OP_Test_Set_Step_Progress(int record_no, int step_progress);
+
+/** Process id of the child that stops the file services while the storage is created. */
 SSD_OP_API int SSD_OP_Test_Get_Stop_Service_PID(int record_no, int *pid);
 SSD_OP_API int SSD_OP_Test_Set_Stop_Service_PID(int record_no, int pid);
+
+/**
+ * How many OP ratios a record tests: 1 when min_op equals max_op or interval is 0, otherwise
+ * (max_op - min_op) / interval + 1. Computed from the record, not read from the state.
+ *
+ * @param record    the record, or NULL to have it read from the database (takes its lock)
+ * @param op_count  receives the count; damaged limits can make it 0 or less
+ * @return 0; -1 when the record has to be read and cannot be, *op_count then stays as it was
+ */
 SSD_OP_API int SSD_OP_Test_Get_OP_Count(int record_no, ssd_op_db_record *record, int *op_count);
+/** Publish the count for readers of the file. */
 SSD_OP_API int SSD_OP_Test_Set_OP_Count(int record_no, int op_count);
+
+/** For the front end: whether the event about skipped ratios has been sent. */
 SSD_OP_API int SSD_OP_Test_Get_Skip_OP_Event_Sent(int record_no, int *sent);
 SSD_OP_API int SSD_OP_Test_Set_Skip_OP_Event_Sent(int record_no, int sent);
+
+/** For the front end: the kind of a stop. *stop_type is 0 when none has been stored. */
 SSD_OP_API int SSD_OP_Test_Get_Stop_Type(int record_no, int *stop_type);
 SSD_OP_API int SSD_OP_Test_Set_Stop_Type(int record_no, int stop_type);
+
+/** Add-on, one for all records: 1 when the user agreed to the anonymous upload of results. */
 SSD_OP_API int SSD_OP_Test_Get_User_Agreement(int *agreement);
 SSD_OP_API int SSD_OP_Test_Set_User_Agreement(int agreement);
+
+/** Add-on: number of OP ratios that the test skipped. */
 SSD_OP_API int SSD_OP_Test_Get_Skip_OP_Count(int record_no, int *count);
 SSD_OP_API int SSD_OP_Test_Set_Skip_OP_Count(int record_no, int count);
+
+/** Add-on: whether the front end has shown its message about the failed test. */
 SSD_OP_API int SSD_OP_Test_Get_Failed_Popup(int record_no, int *shown);
 SSD_OP_API int SSD_OP_Test_Set_Failed_Popup(int record_no, int shown);
+
+/** Add-on: whether the front end has shown its message about skipped ratios. */
 SSD_OP_API int SSD_OP_Test_Get_Skip_OP_Popup(int record_no, int *shown);
 SSD_OP_API int SSD_OP_Test_Set_Skip_OP_Popup(int record_no, int shown);
+
+/**
+ * Status of a record (ssd_op_test_status), from the database.
+ *
+ * @param status  receives it; -1 also when there is no such record, see SSD_OP_DB_Record_Is_Exist
+ * @return 0
+ */
 SSD_OP_API int SSD_OP_Test_Get_Status(int record_no, int *status);
+
+/**
+ * Move a record to a status: in the database, then its step progress to 0, then the copy in the
+ * runtime-info file. All three are tried whatever the others do.
+ *
+ * @return 0; -1 when the database or the step progress could not be written
+ * Locks: the database, then the runtime-info file twice, one after the other.
+ */
 SSD_OP_API int SSD_OP_Test_Set_Status(int record_no, int status);
+
+/**
+ * Add-on: remember an OP ratio as skipped. One that is known changes nothing. Safe against other
+ * processes that add at the same moment.
+ *
+ * @param op  the ratio, in percent; at most seven characters of its text are kept
+ * @return 0; -1 when it cannot be written, or SSD_OP_MAX_SKIPPED ratios are remembered already (with
+ *         a trace, the list stays as it was)
+ */
 SSD_OP_API int SSD_OP_Test_Add_Skip_OP(int record_no, int op);
+
+/** Add-on: 1 when the ratio was skipped, 0 when not, -1 when the add-on is not installed. */
 SSD_OP_API int SSD_OP_Test_Is_Skip_OP(int record_no, int op);
+
+/**
+ * Remove a record's section from both files. The user's agreement stays.
+ *
+ * @return 0; -1 when one of the files could not be changed. Without the add-on nothing is removed.
+ */
 SSD_OP_API int SSD_OP_Test_Remove_Runtime_Info(int record_no);
 
-/* ---- Progress ---- */
+/* ---- Progress ----
+ *
+ * Figures for whoever watches a test. They come from the record, the keys that the test script keeps
+ * in the runtime-info file, and the script's status file /etc/.sm_v2_ssd_op_test_<number>. Nothing is
+ * locked from one read to the next: figures of one moment may differ by a step. A NULL record is read
+ * from the database, under its lock.
+ */
 
+/** Key of the script: the OP ratio measured now, in percent; -1 while the volume is being filled. */
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Percentage(int record_no, int *percentage);
+/** Key of the script: steps for each ratio, and the one running now, from 1. */
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Total_Step(int record_no, int *steps);
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Running_Step(int record_no, int *step);
+/** Key of the script: non-zero when its status file tells about the current ratio. */
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Detail(int record_no, int *detail);
+/** Key of the script: when the current ratio began, in seconds since the epoch. */
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Start_Time(int record_no, unsigned long long *start);
+
+/**
+ * Fields of the script's status file: progress of the current ratio in percent, time left for it in
+ * seconds, its test amount and its test value. Each call runs one command.
+ *
+ * @return 0; otherwise the command's result, and the value stays as it was. A time in none of the
+ *         known forms ("1d:2h:3m:4s", "2h:3m:4s", "3m:4s", "4s") also leaves the value as it was.
+ */
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Progress(int record_no, float *progress);
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_ETA(int record_no, unsigned long long *eta_seconds);
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Test_Amount(int record_no, unsigned long long *amount);
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Test_Value(int record_no, long double *value);
+
+/**
+ * Overall progress in percent: 0 for a new record, up to 10 while it is initiating, 11 to 90 while
+ * the script tests, 91 to 100 while it is finishing, 100 when it has ended in whatever way. Figures
+ * that cannot be read count as 0; an unknown status leaves *progress as it was.
+ *
+ * @return 0
+ */
 SSD_OP_API int SSD_OP_Test_Get_Progress(int record_no, ssd_op_db_record *record, float *progress);
+
+/**
+ * Estimated seconds until the script is done: what the current ratio has left, and for each ratio
+ * above it 80 percent of the current one's whole time. 0 unless the record is testing, and before its
+ * first ratio.
+ *
+ * @return 0; -1 when the record has to be read and cannot be
+ */
 SSD_OP_API int SSD_OP_Test_Get_Remain_Time(int record_no, ssd_op_db_record *record,
                                            unsigned long long *seconds);
+
+/** Steps of the whole test: ratios times steps for each. -1 when one of them is not known. */
 SSD_OP_API int SSD_OP_Test_Get_Total_Test_Count(int record_no, ssd_op_db_record *record,
                                                 int *total);
+
+/**
+ * Steps done, for a script that goes from max_op down to min_op: all of the ratios above the current
+ * one and those of the current one before the running step. Stays as it was before the first ratio.
+ *
+ * @return 0; -1 when the record has to be read and cannot be
+ */
 SSD_OP_API int SSD_OP_Test_Get_Complete_Test_Count(int record_no, ssd_op_db_record *record,
                                                    int *complete);
 
 /* ---- Events ---- */
 
-enum { /* type for SSD_OP_Write_System_Log, and what detail points to */
-    SSD_OP_EVENT_STARTED = 0,
-    SSD_OP_EVENT_STEP_FAILED = 1, /* ssd_op_event_step */
-    SSD_OP_EVENT_COMPLETED = 2,
-    SSD_OP_EVENT_STOPPED = 3,
-    SSD_OP_EVENT_UPLOADING = 4,
-    SSD_OP_EVENT_RECORD_DELETED = 5, /* const char: the record's title */
+enum { /* type for SSD_OP_Write_System_Log: does it want a record_no, what does detail point to */
+    SSD_OP_EVENT_STARTED = 0,          /* record */
+    SSD_OP_EVENT_STEP_FAILED = 1,      /* record; ssd_op_event_step */
+    SSD_OP_EVENT_COMPLETED = 2,        /* record */
+    SSD_OP_EVENT_STOPPED = 3,          /* record */
+    SSD_OP_EVENT_UPLOADING = 4,        /* record */
+    SSD_OP_EVENT_RECORD_DELETED = 5,   /* const char: the record's title */
     SSD_OP_EVENT_ALL_DELETED = 6,
     SSD_OP_EVENT_DELETE_FAILED = 7,
-    SSD_OP_EVENT_FAILED = 8,         /* NULL or int: a RAID id, -1 for none */
-    SSD_OP_EVENT_STORAGE_CREATED = 9, /* int: a RAID id */
-    SSD_OP_EVENT_STORAGE_REMOVED = 10 /* int: a RAID id */
+    SSD_OP_EVENT_FAILED = 8,           /* record; NULL before the test, or int: a RAID id, or -1 */
+    SSD_OP_EVENT_STORAGE_CREATED = 9,  /* int: a RAID id */
+    SSD_OP_EVENT_STORAGE_REMOVED = 10  /* int: a RAID id */
 };
 
-/** Detail of SSD_OP_EVENT_STEP_FAILED. */
+/** Detail of SSD_OP_EVENT_STEP_FAILED. Any other code reports nothing. */
 typedef struct ssd_op_event_step {
     int code;       /* 255: drives take no discards, or the script failed; 254: a ratio is skipped */
     int percentage; /* the skipped ratio */
 } ssd_op_event_step;
 
+/**
+ * Report an event to the user: to the notification service when that application is installed and
+ * active, otherwise to the event log. Start, completion, stop, and a failure with a detail go to the
+ * log engine too.
+ *
+ * @param requester  an ssd_op_requester, whose user and address the entry names, or NULL
+ * @param type       SSD_OP_EVENT_...; any other value does nothing
+ * @param record_no  record that the event is about, or NULL; when given it must exist, for any type
+ * @param detail     what the type asks for, or NULL
+ * @return 0, whatever the services make of it; -1 when something the type wants is missing, or the
+ *         record cannot be read: nothing is reported then
+ * Locks: the database while the record is read.
+ */
 SSD_OP_API int SSD_OP_Write_System_Log(const void *requester, int type, const int *record_no,
                                        const void *detail);
 
