@@ -1,0 +1,112 @@
+#include "db/database.h"
+
+#include <cstdio>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "base/owners.h"
+#include "db/schema.h"
+
+namespace ssd_op::db {
+
+namespace {
+
+constexpr int kPathSize = 512;
+constexpr int kCreationBusyTimeoutMs = 20000;
+
+bool is_filled_file(const char* path) {
+    struct stat status {};
+    return ::stat(path, &status) == 0 && status.st_size > 0;
+}
+
+bool set_up_connection(sqlite3* db) {
+    const int timeout = sqlite3_busy_timeout(db, kCreationBusyTimeoutMs);
+    const int page_size = execute(db, "PRAGMA page_size = 2048;");
+    const int foreign_keys = execute(db, "PRAGMA foreign_keys = ON;");
+    return (timeout | page_size | foreign_keys) == SQLITE_OK;
+}
+
+bool create_tables(sqlite3* db) {
+    Transaction transaction(db);
+    int result = SQLITE_OK;
+    for (const char* statement :
+         {kCreateSsdDev, kCreateTestRecord, kCreateRaidGroup, kCreateSelectDev, kCreateTestData,
+          kCreateRuntimeReport, kCreateDbVersion, kCreateSsdRuntimeData})
+        result |= execute(db, statement);
+    result |= execute(db, sql(kInsertVersion, kCurrentVersion));
+    result |= execute(db, sql(kCreateTrigger, kDefaultRecordLimit, kDefaultRecordLimit));
+    return result == SQLITE_OK && transaction.is_open() && transaction.commit();
+}
+
+/// Makes a complete database in `scratch`; messages name the path that it is for.
+bool create_in(const std::string& scratch, const char* path) {
+    constexpr const char* kFunction = "ssd_op_db_create";
+    sqlite3* db = nullptr;
+    const int opened = sqlite3_open(scratch.c_str(), &db);
+    const Connection connection(db);
+    if (opened != SQLITE_OK) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to open db(%s)\n", kFunction, path);
+        return false;
+    }
+    if (!set_up_connection(db)) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to setup db(%s)\n", kFunction, path);
+        return false;
+    }
+    return create_tables(db);
+}
+
+/// Gives a finished file its name, for good: also after a loss of power.
+bool put_in_place(const std::string& scratch, const std::string& path) {
+    if (std::rename(scratch.c_str(), path.c_str()) != 0) return false;
+    const base::Descriptor folder(
+        ::open(path.substr(0, path.rfind('/') + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder) ::fsync(folder.get());
+    return true;
+}
+
+bool create_database(const char* path) {
+    const base::FileLock lock = base::FileLock::for_writing(kDatabaseLock);
+    const std::string scratch = std::string(path) + ".new";
+    remove_database_file(scratch.c_str());
+    if (create_in(scratch, path) && put_in_place(scratch, path)) return true;
+    remove_database_file(scratch.c_str());
+    return false;
+}
+
+}  // namespace
+
+void remove_database_file(const char* path) {
+    ::unlink(path);
+    ::unlink((std::string(path) + "-journal").c_str());
+}
+
+}  // namespace ssd_op::db
+
+int ssd_op_db_open(sqlite3** db) {
+    using namespace ssd_op::db;
+    *db = nullptr;
+    char path[kPathSize] = "";
+    int location = SSD_OP_DB_LOCATION_NONE;
+    if (SSD_OP_DB_Get_Location(&location, path, kPathSize) != 0) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to get database name.\n", __func__);
+        return -1;
+    }
+    if (!is_filled_file(path)) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: database(%s) is not exist.\n", __func__, path);
+        remove_database_file(path);
+        if (!create_database(path)) {
+            SM_TRACE(SM_TRACE_ERROR, "%s: Fail to create database(%s).\n", "ssd_op_db_create",
+                     path);
+            return -1;
+        }
+    }
+    const int result = sqlite3_open(path, db);
+    if (result != SQLITE_OK) {
+        sqlite3_close(*db);
+        *db = nullptr;
+    }
+    return result;
+}

@@ -1,0 +1,216 @@
+// Where the database lies: beside the default shares on the data volume, or in the system area.
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "base/boundary.h"
+#include "base/command.h"
+#include "base/file_lock.h"
+#include "base/text.h"
+#include "db/database.h"
+#include "platform/storage.h"
+#include "ssd_op.h"
+
+namespace base = ssd_op::base;
+
+namespace {
+
+constexpr size_t kPathSize = 256;
+constexpr int kFigureSize = 64;  // what df prints for one figure
+constexpr const char* kSystemArea = "/mnt/HDA_ROOT";
+
+std::string cut_to_path(std::string path) {
+    path.resize(std::min(path.size(), kPathSize - 1));
+    return path;
+}
+
+std::string system_path() { return std::string(kSystemArea) + "/.config/Oprella/ssd_op.db"; }
+
+/// The volume that holds the default shares.
+struct DataVolume {
+    bool is_mounted = false;
+    std::string mount_path;
+
+    std::string database_path() const {
+        return is_mounted ? cut_to_path(mount_path + "/.Oprella/ssd_op.db") : std::string();
+    }
+};
+
+DataVolume find_data_volume() {
+    const int volume = Check_Default_Share_in_All_Vol(0);
+    char mount_path[kPathSize] = "";
+    if (volume <= 0 || Volume_Is_Mount(volume, mount_path, kPathSize) == 0) return {};
+    return {true, std::string(base::field_text(mount_path))};
+}
+
+bool is_there(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+int make_volume_folder(const DataVolume& volume) {
+    return base::run("/bin/mkdir -p " + base::shell_word(volume.mount_path + "/.Oprella") +
+                     " &>/dev/null 2>>/dev/null");
+}
+
+int make_system_folder() {
+    return base::run("/bin/mkdir -p /mnt/HDA_ROOT/.config/Oprella &>/dev/null 2>>/dev/null");
+}
+
+/// One figure of the file system that holds `path`; `field` counts from the end of df's last line.
+int read_figure(const std::string& path, const char* field, unsigned long long& figure) {
+    const auto [result, text] = base::run_and_read(
+        "/bin/df -k " + base::shell_word(path) +
+            " 2>>/dev/null | /usr/bin/tail -n1 | /bin/awk -F ' ' '{print " + field + "}'",
+        kFigureSize);
+    if (result == 0) figure = std::strtoull(text.c_str(), nullptr, 10);
+    return result;
+}
+
+int read_usage(int location, unsigned long long& used_kb, unsigned long long& avail_kb) {
+    used_kb = avail_kb = 0;
+    std::string path = kSystemArea;
+    if (location == SSD_OP_DB_LOCATION_VOLUME) {
+        const DataVolume volume = find_data_volume();
+        if (!volume.is_mounted) return -1;
+        path = volume.mount_path;
+    } else if (location != SSD_OP_DB_LOCATION_SYSTEM) {
+        return -1;
+    }
+    if (path.empty()) return 0;
+    const int used_result = read_figure(path, "$(NF-3)", used_kb);
+    unsigned long long available = 0;
+    const int result = used_result | read_figure(path, "$(NF-2)", available);
+    if (result == 0) avail_kb = available;
+    return result;
+}
+
+/// Chooses the place for a new database, the one with more room, and makes its folder.
+int prepare_new_place(const DataVolume& volume, std::string& path) {
+    unsigned long long used = 0;
+    unsigned long long on_volume = 0;
+    unsigned long long on_system = 0;
+    if (volume.is_mounted && read_usage(SSD_OP_DB_LOCATION_VOLUME, used, on_volume) == 0) {
+        read_usage(SSD_OP_DB_LOCATION_SYSTEM, used, on_system);
+        if (on_volume >= on_system) {
+            path = volume.database_path();
+            return make_volume_folder(volume);
+        }
+    }
+    path = system_path();
+    return make_system_folder();
+}
+
+/// A journal that a killed process left beside the database holds what must be undone in it. It
+/// would stay behind when the file moves, so it is played back before.
+void settle_journal(const std::string& path) {
+    if (!is_there(path + "-journal")) return;
+    sqlite3* db = nullptr;
+    const int opened = sqlite3_open(path.c_str(), &db);
+    const ssd_op::db::Connection connection(db);
+    if (opened == SQLITE_OK) ssd_op::db::execute(db, "SELECT COUNT() FROM sqlite_master;");
+}
+
+int move_file(const std::string& from, const std::string& to) {
+    settle_journal(from);
+    ::unlink((to + "-journal").c_str());  // of an older file there
+    return base::run("/bin/mv -f " + base::shell_word(from) + " " + base::shell_word(to) +
+                     " &>/dev/null 2>>/dev/null");
+}
+
+bool has_room_on_volume() {
+    unsigned long long used = 0;
+    unsigned long long on_volume = 0;
+    unsigned long long on_system = 0;
+    unsigned long long size = 0;
+    return read_usage(SSD_OP_DB_LOCATION_VOLUME, used, on_volume) == 0 &&
+           read_usage(SSD_OP_DB_LOCATION_SYSTEM, used, on_system) == 0 &&
+           SSD_OP_DB_Get_Size(&size) == 0 && on_volume > on_system + size;
+}
+
+bool has_room_in_system_area() {
+    unsigned long long used = 0;
+    unsigned long long on_system = 0;
+    unsigned long long size = 0;
+    return read_usage(SSD_OP_DB_LOCATION_SYSTEM, used, on_system) == 0 &&
+           SSD_OP_DB_Get_Size(&size) == 0 && on_system > size;
+}
+
+int move_to(int location, int current) {
+    const DataVolume volume = find_data_volume();
+    if (volume.mount_path.empty()) return -1;
+    if (location == SSD_OP_DB_LOCATION_VOLUME && current == SSD_OP_DB_LOCATION_SYSTEM &&
+        has_room_on_volume()) {
+        const int folder = make_volume_folder(volume);
+        return folder | move_file(system_path(), volume.database_path());
+    }
+    if (location == SSD_OP_DB_LOCATION_SYSTEM && current == SSD_OP_DB_LOCATION_VOLUME &&
+        has_room_in_system_area()) {
+        const int folder = make_system_folder();
+        return folder | move_file(volume.database_path(), system_path());
+    }
+    return -1;
+}
+
+}  // namespace
+
+int SSD_OP_DB_Get_Location_Usage(int location, unsigned long long* used_kb,
+                                 unsigned long long* avail_kb) {
+    if (used_kb == nullptr || avail_kb == nullptr) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", __func__);
+        return -1;
+    }
+    return base::guarded(__func__, -1, [&] { return read_usage(location, *used_kb, *avail_kb); });
+}
+
+int SSD_OP_DB_Get_Location(int* location, char* path, int path_size) {
+    if (location == nullptr || (path != nullptr && path_size <= 0)) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", __func__);
+        return -1;
+    }
+    *location = SSD_OP_DB_LOCATION_NONE;
+    return base::guarded(__func__, -1, [&] {
+        const DataVolume volume = find_data_volume();
+        std::string found = volume.database_path();
+        int result = 0;
+        if (volume.is_mounted && is_there(found)) {
+            *location = SSD_OP_DB_LOCATION_VOLUME;
+        } else if (found = system_path(); is_there(found)) {
+            *location = SSD_OP_DB_LOCATION_SYSTEM;
+        } else if (path != nullptr) {
+            result = prepare_new_place(volume, found);
+        }
+        if (path != nullptr) base::copy_text(path, static_cast<size_t>(path_size), found);
+        return result;
+    });
+}
+
+int SSD_OP_DB_Get_Size(unsigned long long* size_kb) {
+    if (size_kb == nullptr) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", __func__);
+        return -1;
+    }
+    *size_kb = 0;
+    int location = SSD_OP_DB_LOCATION_NONE;
+    char path[kPathSize] = "";
+    const int result = SSD_OP_DB_Get_Location(&location, path, kPathSize);
+    struct stat status {};
+    if (result == 0 && location != SSD_OP_DB_LOCATION_NONE && path[0] != '\0' &&
+        ::stat(path, &status) == 0)
+        *size_kb = static_cast<unsigned long long>(status.st_size) >> 10;
+    return result;
+}
+
+int SSD_OP_DB_Set_Location(int location) {
+    return base::guarded(__func__, -1, [&] {
+        int current = SSD_OP_DB_LOCATION_NONE;
+        SSD_OP_DB_Get_Location(&current, nullptr, 0);
+        if (location != SSD_OP_DB_LOCATION_NONE && location == current) return 0;
+        const base::FileLock lock = base::FileLock::for_writing(ssd_op::db::kDatabaseLock);
+        return move_to(location, current);
+    });
+}

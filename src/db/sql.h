@@ -1,0 +1,110 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <type_traits>
+
+#include <sqlite3.h>
+
+namespace ssd_op::db {
+
+struct FreeSql {
+    void operator()(char* text) const { sqlite3_free(text); }
+};
+using Sql = std::unique_ptr<char, FreeSql>;
+
+/// The text of a statement, as sqlite3_mprintf makes it. A text value that stands between single
+/// quotes has the placeholder %q, so that it reaches the database byte for byte.
+template <typename... Values>
+Sql sql(const char* format, Values... values) {
+    static_assert((std::is_scalar_v<Values> && ...),
+                  "values go through a C variable argument list");
+    Sql text(sqlite3_mprintf(format, values...));
+    if (!text) throw std::bad_alloc();
+    return text;
+}
+
+struct CloseConnection {
+    void operator()(sqlite3* db) const { sqlite3_close(db); }
+};
+using Connection = std::unique_ptr<sqlite3, CloseConnection>;
+
+struct FinalizeStatement {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
+
+/// The current row of a query. A NULL column reads as an empty text or 0.
+class Row {
+  public:
+    explicit Row(sqlite3_stmt* statement) : statement_(statement) {}
+
+    const char* text(int column) const {
+        const unsigned char* text = sqlite3_column_text(statement_, column);
+        return text == nullptr ? "" : reinterpret_cast<const char*>(text);
+    }
+    int64_t integer64(int column) const { return sqlite3_column_int64(statement_, column); }
+    int integer(int column) const { return static_cast<int>(integer64(column)); }
+    /// Sizes and figures are text in the database: SQLite's integers end at 63 bits.
+    uint64_t unsigned_decimal(int column) const { return std::strtoull(text(column), nullptr, 10); }
+    uint64_t unsigned_any_base(int column) const { return std::strtoull(text(column), nullptr, 0); }
+
+  private:
+    sqlite3_stmt* statement_;
+};
+
+/// Runs a statement whose rows nobody wants. SQLITE_OK, or what failed.
+int execute(sqlite3* db, const Sql& statement);
+int execute(sqlite3* db, const char* statement);
+
+/// What a statement that ended with `code` has to say, until the connection's next use.
+const char* error_text(sqlite3* db, int code);
+
+/// Calls `on_row` for each row; one that returns false aborts the query, as does a result of other
+/// than `columns` columns. SQLITE_OK, or what failed.
+template <typename OnRow>
+int query(sqlite3* db, const Sql& statement, int columns, OnRow&& on_row) {
+    sqlite3_stmt* prepared = nullptr;
+    const int code = sqlite3_prepare_v2(db, statement.get(), -1, &prepared, nullptr);
+    const Statement owner(prepared);
+    if (code != SQLITE_OK) return code;
+    if (sqlite3_column_count(prepared) != columns) return SQLITE_ABORT;
+    const Row row(prepared);
+    for (;;) {
+        const int step = sqlite3_step(prepared);
+        if (step != SQLITE_ROW) return step == SQLITE_DONE ? SQLITE_OK : step;
+        if constexpr (std::is_void_v<std::invoke_result_t<OnRow, const Row&>>)
+            on_row(row);
+        else if (!on_row(row))
+            return SQLITE_ABORT;
+    }
+}
+
+/// Reads one number: the first column of the last row. `value` stays as it is when no row comes.
+int query_number(sqlite3* db, const Sql& statement, int& value);
+
+/// A transaction that is rolled back unless it was committed.
+class Transaction {
+  public:
+    explicit Transaction(sqlite3* db)
+        : db_(db), open_(execute(db, "BEGIN TRANSACTION") == SQLITE_OK) {}
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    ~Transaction() {
+        if (open_) execute(db_, "ROLLBACK TRANSACTION");
+    }
+    bool is_open() const { return open_; }
+    bool commit() {
+        if (open_ && execute(db_, "COMMIT TRANSACTION") != SQLITE_OK) return false;
+        open_ = false;
+        return true;
+    }
+
+  private:
+    sqlite3* db_;
+    bool open_;
+};
+
+}  // namespace ssd_op::db
