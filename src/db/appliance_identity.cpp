@@ -1,0 +1,95 @@
+#include "db/appliance_identity.h"
+
+#include <cstdio>
+#include <string>
+
+#include "base/text.h"
+#include "platform/hal.h"
+#include "platform/naslog.h"
+
+namespace ssd_op::db {
+
+namespace {
+
+constexpr const char* kUnknown = "--";
+constexpr int kVersionSize = 32;
+constexpr size_t kSlotEntrySize = 64;
+constexpr int kMegabytesToGigabytes = 10;  // bits
+
+bool read_firmware_version(ssd_op_db_record& record) {
+    char version[kVersionSize] = "";
+    char number[kVersionSize] = "";
+    char build[kVersionSize] = "";
+    if (Get_System_Version(version, kVersionSize) != 0 ||
+        Get_System_Number(number, kVersionSize) != 0 || Get_Build_Number(build, kVersionSize) != 0)
+        return false;
+    std::snprintf(record.nas_fw_version, sizeof record.nas_fw_version, "%s.%s (%s)", version,
+                  number, build);
+    return true;
+}
+
+char channel_letter(int channel) {
+    return channel >= 1 && channel <= 26 ? static_cast<char>('A' + channel - 1) : '?';
+}
+
+std::string slot_entry(const HAL_MEM_INFO& info) {
+    char entry[kSlotEntrySize];
+    const char channel = channel_letter(info.channel);
+    if (info.present != 0)
+        std::snprintf(entry, sizeof entry, "Slot %d (Channel %c. DIMM %d) : %d GB (%s)", info.slot,
+                      channel, info.slot, info.size_mb >> kMegabytesToGigabytes,
+                      std::string(base::field_text(info.type)).c_str());
+    else
+        std::snprintf(entry, sizeof entry, "Slot %d (Channel %c. DIMM %d) : --", info.slot, channel,
+                      info.slot);
+    return entry;
+}
+
+std::string memory_totals() {
+    SYSTEM_RESOURCE memory{};
+    if (Get_System_Resource(&memory, SYSTEM_RESOURCE_MEMORY) != 0)
+        return "Total Memory(-- KB),Free Memory(-- KB)";
+    return "Total Memory(" + std::to_string(memory.total_memory_kb) + " KB),Free Memory(" +
+           std::to_string(memory.free_memory_kb) + " KB)";
+}
+
+void read_memory(ssd_op_db_record& record) {
+    std::string text = memory_totals();
+    if (HAL_MB_Mem_Is_Info_Available() == 0) {
+        text += std::string(",") + kUnknown;
+    } else {
+        const int slots = HAL_MB_Mem_Get_Slots();
+        for (int slot = 1; slot <= slots; ++slot) {
+            HAL_MEM_INFO info{};
+            if (HAL_MB_Mem_Get_Info(slot, &info) != 0) continue;
+            const std::string entry = "," + slot_entry(info);
+            if (text.size() + entry.size() >= sizeof record.nas_mem_info) break;
+            text += entry;
+        }
+    }
+    base::copy_text(record.nas_mem_info, text);
+}
+
+}  // namespace
+
+void capture_appliance_identity(const char* function, ssd_op_db_record& record) {
+    if (Get_Display_Model_Name(record.nas_model, sizeof record.nas_model) != 0) {
+        SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS model name.\n", function);
+        base::copy_text(record.nas_model, kUnknown);
+    }
+    if (!read_firmware_version(record)) {
+        SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS FW version.\n", function);
+        base::copy_text(record.nas_fw_version, kUnknown);
+    }
+    if (HAL_MB_Get_CPU_Info(record.nas_cpu_info, sizeof record.nas_cpu_info) != 0) {
+        SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS CPU Info.\n", function);
+        base::copy_text(record.nas_cpu_info, kUnknown);
+    }
+    if (SE_Get_Serial_No(0, record.nas_serial_no, sizeof record.nas_serial_no) != 0) {
+        SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS Serial Number.\n", function);
+        base::copy_text(record.nas_serial_no, kUnknown);
+    }
+    read_memory(record);
+}
+
+}  // namespace ssd_op::db

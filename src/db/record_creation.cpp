@@ -1,0 +1,217 @@
+// Creation of a record: the evaluation, its RAID groups and their drives. Each statement commits by
+// itself; what was written is deleted again when a later step fails. A process that dies in between
+// leaves a record without (all) its drives, which the record queries do not show.
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "base/drive_id.h"
+#include "base/text.h"
+#include "db/appliance_identity.h"
+#include "db/database.h"
+#include "db/interface_name.h"
+#include "platform/hal.h"
+
+namespace ssd_op::db {
+
+namespace {
+
+constexpr const char* kFunction = "ssd_op_db_insert_simple";
+
+/// What the platform says of a drive, as texts that end.
+struct Drive {
+    PD_INFO info;
+    std::string vendor;
+    std::string model;
+    std::string serial_no;
+    std::string revision;
+};
+
+bool read_drive(uint32_t dev_id, Drive& drive) {
+    const base::Slot slot = base::slot_of(dev_id);
+    drive.info = {};
+    if (PD_Is_Exist(slot.enclosure, slot.port) == 0 ||
+        PD_Get_Info(slot.enclosure, slot.port, &drive.info) != 0) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: The PD(%d) is not exist.\n", kFunction,
+                 static_cast<int>(dev_id));
+        return false;
+    }
+    drive.vendor = base::field_text(drive.info.vendor);
+    drive.model = base::field_text(drive.info.model);
+    drive.serial_no = base::field_text(drive.info.serial_no);
+    drive.revision = base::field_text(drive.info.revision);
+    return true;
+}
+
+void copy_identity(const Drive& drive, ssd_op_db_ssd_dev& target) {
+    base::copy_text(target.vendor, drive.vendor);
+    base::copy_text(target.model, drive.model);
+    base::copy_text(target.serial_no, drive.serial_no);
+    base::copy_text(target.revision, drive.revision);
+    target.capacity = drive.info.block_count;
+}
+
+/// Creates the rows of one record and remembers what there is to undo.
+class Creation {
+  public:
+    Creation(sqlite3* db, ssd_op_db_record& record) : db_(db), record_(record) {}
+
+    bool create() {
+        if (!insert_record()) return false;
+        for (ssd_op_db_raid_conf* group = record_.raid_conf; group != nullptr;
+             group = group->next) {
+            if (!insert_group(*group)) return false;
+        }
+        return true;
+    }
+
+    void undo() {
+        if (record_no_ <= 0) return;
+        execute(db_, sql("DELETE FROM SELECT_DEV WHERE f_raid_no IN     (SELECT raid_no FROM "
+                         "RAID_GROUP WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD "
+                         "WHERE record_no=%d));",
+                         record_no_));
+        if (raid_no_ > 0)
+            execute(db_, sql("DELETE FROM RAID_GROUP WHERE f_record_no = %d;", record_no_));
+        execute(db_, sql("DELETE FROM TEST_RECORD WHERE record_no = %d;", record_no_));
+    }
+
+  private:
+    bool insert_record() {
+        const Sql insert = sql(
+            "INSERT INTO TEST_RECORD (     nas_model, nas_fw_version, start_time, end_time,     "
+            "sequential, status, title, min_op, max_op, interval,     stop_service, lv_size, "
+            "test_size, nas_cpu_info, nas_mem_info, nas_serial_no)     VALUES ('%q', '%q', '%ld', "
+            "'%ld', '%d', '%d', '%q', %d, %d, %d, %d, '%llu', '%llu',    '%q', '%q', '%q');",
+            record_.nas_model, record_.nas_fw_version, record_.start_time, record_.end_time,
+            record_.sequential, record_.status, record_.title, record_.min_op, record_.max_op,
+            record_.interval, record_.stop_service, record_.lv_size, record_.test_size,
+            record_.nas_cpu_info, record_.nas_mem_info, record_.nas_serial_no);
+        if (execute(db_, insert) != SQLITE_OK) {
+            SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert test_record.\n", kFunction);
+            return false;
+        }
+        // The time as 64 bits: the same text until 2038, and the right one after.
+        const Sql find =
+            sql("SELECT record_no FROM TEST_RECORD WHERE start_time='%ld';", record_.start_time);
+        if (query_number(db_, find, record_no_) != SQLITE_OK || record_no_ <= 0) {
+            SM_TRACE(SM_TRACE_ERROR, "%s: Fail to get record id of test_record.\n", kFunction);
+            return false;
+        }
+        record_.record_no = record_no_;
+        return true;
+    }
+
+    bool insert_group(ssd_op_db_raid_conf& group) {
+        const Sql insert =
+            sql("INSERT INTO RAID_GROUP (     raid_id, raid_type, raid_capacity, f_record_no)     "
+                "VALUES ('%d', '%d', '%llu', '%d');",
+                group.raid_id, group.raid_level, group.raid_capacity, record_no_);
+        if (execute(db_, insert) != SQLITE_OK) {
+            SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert raid conf.\n", kFunction);
+            return false;
+        }
+        const Sql newest = sql("SELECT raid_no FROM RAID_GROUP ORDER BY raid_no DESC LIMIT 1;");
+        if (query_number(db_, newest, raid_no_) != SQLITE_OK) {
+            SM_TRACE(SM_TRACE_ERROR, "%s: Fail to select raid no.\n", kFunction);
+            return false;
+        }
+        const int drives = std::min(group.ssd_drive_num, SSD_OP_MAX_DRIVES);
+        if (drives < group.ssd_drive_num)
+            SM_TRACE(SM_TRACE_ERROR, "%s: RAID(%d) has %d drives, the first %d are kept.\n",
+                     kFunction, group.raid_id, group.ssd_drive_num, drives);
+        return std::all_of(group.ssd_drives, group.ssd_drives + std::max(drives, 0),
+                           [this](ssd_op_db_ssd_dev& drive) { return insert_drive(drive); });
+    }
+
+    bool insert_drive(ssd_op_db_ssd_dev& target) {
+        Drive drive;
+        if (!read_drive(target.dev_id, drive)) return false;
+        copy_identity(drive, target);
+        int ssd_no = 0;
+        return remember_drive(drive) && find_drive(drive, ssd_no) &&
+               link_drive(target.dev_id, drive, ssd_no);
+    }
+
+    /// A drive has one row for ever; a firmware update since its last test changes that row.
+    bool remember_drive(const Drive& drive) {
+        const uint64_t capacity = uint64_t{drive.info.block_size} * drive.info.block_count;
+        const Sql insert = sql(
+            "INSERT INTO SSD_DEV (     vendor, model, serial_no, capacity, revision)     VALUES "
+            "('%q', '%q', '%q', '%llu', '%q');",
+            drive.vendor.c_str(), drive.model.c_str(), drive.serial_no.c_str(), capacity,
+            drive.revision.c_str());
+        const int result = execute(db_, insert);
+        if (result == SQLITE_OK) return true;
+        const char* error = error_text(db_, result);
+        if (std::strstr(error, "are not unique") == nullptr &&
+            std::strstr(error, "UNIQUE constraint failed") == nullptr) {
+            SM_TRACE(SM_TRACE_ERROR, "%s: The PD(%s,%s) err_msg(%s) fail to insert to database.\n",
+                     kFunction, drive.vendor.c_str(), drive.model.c_str(), error);
+            return false;
+        }
+        execute(db_, sql("UPDATE SSD_DEV SET revision = '%q' WHERE vendor = '%q'     AND model = "
+                         "'%q' AND serial_no = '%q';",
+                         drive.revision.c_str(), drive.vendor.c_str(), drive.model.c_str(),
+                         drive.serial_no.c_str()));
+        return true;
+    }
+
+    bool find_drive(const Drive& drive, int& ssd_no) {
+        const Sql find =
+            sql("SELECT ssd_no FROM SSD_DEV WHERE vendor = '%q' AND model = '%q' AND serial_no = "
+                "'%q';",
+                drive.vendor.c_str(), drive.model.c_str(), drive.serial_no.c_str());
+        if (query_number(db_, find, ssd_no) == SQLITE_OK && ssd_no > 0) return true;
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to found ssd_dev_no of (%s,%s).\n", kFunction,
+                 drive.vendor.c_str(), drive.model.c_str());
+        return false;
+    }
+
+    /// The four figures are 0 until the drive is measured.
+    bool link_drive(uint32_t dev_id, const Drive& drive, int ssd_no) {
+        const Sql insert =
+            sql("INSERT INTO SELECT_DEV (     f_ssd_no, f_raid_no, dev_id, bus_type, "
+                "performance_write_r, performance_write_s,     performance_read_r, "
+                "performance_read_s) VALUES ('%d', '%d', '%d', '%q', '%d', '%d', '%d', '%d');",
+                ssd_no, raid_no_, static_cast<int>(dev_id), interface_name(drive.info), 0, 0, 0, 0);
+        if (execute(db_, insert) == SQLITE_OK) return true;
+        SM_TRACE(SM_TRACE_ERROR, "%s: The RECORD(%d,%d) fail to insert to SELECT_DEV database.\n",
+                 kFunction, ssd_no, raid_no_);
+        return false;
+    }
+
+    sqlite3* db_;
+    ssd_op_db_record& record_;
+    int record_no_ = 0;  // 0 until this record has one: what the caller's says may be another's
+    int raid_no_ = 0;
+};
+
+}  // namespace
+
+}  // namespace ssd_op::db
+
+int ssd_op_db_insert_simple(sqlite3* db, ssd_op_db_record* record) {
+    using namespace ssd_op::db;
+    capture_appliance_identity(__func__, *record);
+    Creation creation(db, *record);
+    const bool created = creation.create();
+    SM_TRACE(SM_TRACE_INFO, "%s: %s to insert record.\n", __func__, created ? "Success" : "Fail");
+    if (!created) creation.undo();
+    return created ? 0 : -1;
+}
+
+int SSD_OP_DB_New_Record(ssd_op_db_record* record) {
+    SM_TRACE(SM_TRACE_ENTRY, "%s: Enter.\n", __func__);
+    if (record == nullptr) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: The input record is NULL.\n", __func__);
+        return -1;
+    }
+    const char* function = __func__;
+    return ssd_op::db::with_session(function, -1, [&](sqlite3* db) {
+        const int result = ssd_op_db_insert_simple(db, record);
+        if (result != 0) SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert data.\n", function);
+        return result;
+    });
+}
