@@ -22,7 +22,7 @@ choose_build() {
     for candidate in "$repo/build/release" "$repo/build/dev"; do
         [[ -n $build || ! -d $candidate/lib ]] || build=$candidate
     done
-    [[ -d ${build:-none}/lib && -d $build/bin ]] || fail \
+    [[ -d ${build:-none}/lib && -x $build/bin/appliance-clock ]] || fail \
         "there is no build in ${build:-build/release or build/dev}." \
         "Please build first: cmake --preset release && cmake --build --preset release"
     realpath -- "$build"
