@@ -19,7 +19,7 @@ enum { /* levels of SM_TRACE */
 
 /**
  * Append one line to the trace log. A line end at the text's end is dropped, one inside it shows as
- * "\\n"; errno is left alone.
+ * "\n"; errno is left alone.
  */
 void SM_TRACE(int level, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
