@@ -18,6 +18,8 @@ inline constexpr unsigned kFirstPort = 1;
 inline constexpr const char* kDataVolumePath = "/share/DATA_1";
 inline constexpr const char* kAddonPath = "/share/DATA_1/.addons/Oprella";
 inline constexpr const char* kNoticeHallPath = "/share/DATA_1/.addons/NoticeHall";
+/// Sizes of the appliance's file systems, for its df: lines of "MOUNT_POINT SIZE_KIB [USED_KIB]".
+inline constexpr const char* kCapacityFile = "/var/lib/appliance/capacity";
 inline constexpr const char* kFlashDirectory = "/var/lib/appliance/flash";
 
 /// One drive as it leaves its maker, and how the appliance has laid it out.
@@ -51,6 +53,8 @@ struct Blueprint {
 
     bool data_volume = true;  ///< the volume that holds the default shares
     bool data_volume_mounted = true;
+    uint64_t data_volume_kib = 976'562'500;  ///< what df says of it, and of the small system area
+    uint64_t system_area_kib = 524'288;
     bool services_running = true;
     bool addon_installed = true;         ///< the add-on Oprella
     bool notice_hall_installed = false;  ///< the notification application, with its notify link

@@ -103,6 +103,9 @@ void install_files(const Blueprint& blueprint) {
     fs::remove("/root/KOVA_Number1");
     write_file("/var/log/sm_trace.log", "");
 
+    write_file(kCapacityFile, "/mnt/HDA_ROOT " + std::to_string(blueprint.system_area_kib) + "\n" +
+                                  kDataVolumePath + " " +
+                                  std::to_string(blueprint.data_volume_kib) + "\n");
     write_configuration(blueprint);
     if (blueprint.addon_installed) install_addon();
     link_scripts(blueprint);
