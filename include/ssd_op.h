@@ -408,31 +408,208 @@ SSD_OP_API int SSD_OP_Write_System_Log(const void *requester, int type, const in
 
 /* ---- Running an evaluation ---- */
 
+/**
+ * Run one evaluation from start to end. All data on the drives is lost.
+ *
+ * Checks the request, reserves RAID ids from 800 upwards, creates the record, and walks it through
+ * its statuses: INITIATING (drives discarded and measured, storage created), TESTING (the test
+ * script runs), FINISHING (results saved, storage removed), COMPLETED. A failed phase leaves
+ * FAILED; a stop by another process leaves what it set. In every case the results so far are saved,
+ * the storage is removed, the services are started again and the end time is stored. Takes minutes
+ * to days.
+ *
+ * Refused before anything is created: more than SSD_OP_MAX_RATIOS ratios, an interval below 1
+ * between different ratios, min_op above max_op, ratios outside 0 to 100, and more than
+ * SSD_OP_MAX_DRIVES drives in a group.
+ *
+ * @param requester        who asks, for the event log (ssd_op_requester), or NULL
+ * @param need_fork        0: run in this process; otherwise in a child that nobody needs to wait
+ *                         for, while the caller goes on as soon as the record is INITIATING
+ * @param local_raid_conf  groups to test; the caller's. raid_id and the flag RAID_FLAG_ID_RESERVED
+ *                         of its entries are written, unless the flag is set already
+ * @param param            the request; the caller's. interval, lv_id and log_prefix are written
+ * @return the record's number, above 0; -13 for a layout that SSD_OP_Test_Check_RAID rejects; -1
+ *         for a refused request, no free RAID id, no record, or a failed or stopped run. When no
+ *         child can be made the record becomes FAILED and the result is -1. The child of a forked
+ *         run returns from this call, too, with what an unforked run would have returned.
+ * Locks: the database and the RAID configuration while the record is created, afterwards only for
+ * single accesses.
+ */
 SSD_OP_API int NAS_SSD_OP_Test_Start(const void *requester, int need_fork,
                                      RAID_CONF *local_raid_conf, ssd_op_test_param *param);
+
+/**
+ * Check that every group's level fits its number of members: 1 drive: level 1; 2: 0, 1; 3: 0, 5;
+ * other odd numbers: 0, 5, 6; other even numbers: 0, 5, 6, 10.
+ *
+ * @param raid_list  the groups
+ * @return 0; -13 when a group breaks its rule, which a message names, and for an empty list, a list
+ *         that runs in a circle, or a count below 0 or above RAID_MAX_DRIVES
+ */
 SSD_OP_API int SSD_OP_Test_Check_RAID(RAID_CONF *raid_list);
+
+/**
+ * Prepare the drives of a new evaluation and create its storage: stop the file services when the
+ * record asks for it, discard and measure every drive, create groups, pool and volume.
+ *
+ * Reports its advance as the record's step progress, 1 to 100, and notices between its steps that
+ * the record is no longer INITIATING. Failed discards and measurements are reported and do not end
+ * it. Takes a few minutes for each drive.
+ *
+ * @param raid_list  groups to create, with their RAID ids
+ * @param need_fork  0: do it in this process; otherwise in a child
+ * @param param      the request, of which test_size is read
+ * @param record     the new record; its drives receive their measured figures, its groups their
+ *                   capacity, and its test_size (MiB) the volume's size when the request's is 0
+ * @return the volume's id, 0 or above; -1 stopped, and in the caller of a child; -10 out of memory;
+ *         -13 bad layout; -15 no pool; -24 no volume
+ * Locks: the database for single accesses.
+ */
 SSD_OP_API int SSD_OP_Test_Create_Storage(RAID_CONF *raid_list, int need_fork,
                                           ssd_op_test_param *param, ssd_op_db_record *record);
+
+/**
+ * Destroy a test volume and the pool and groups under it.
+ *
+ * @param lv_id      id of the volume
+ * @param need_fork  0: do it in this process; otherwise in a child, which alone learns the outcome
+ * @return 0, and in the caller of a child; -12 no such volume; -50 it has no pool; otherwise what
+ *         the platform's failed call returned. A pool that cannot be removed stays without a volume.
+ */
 SSD_OP_API int SSD_OP_Test_Remove_Storage(int lv_id, int need_fork);
+
+/**
+ * Run the add-on's test script for a request and wait for it.
+ *
+ * Two arguments of the script, min_iops and abort_time, can be overridden in section Oprella of
+ * /root/KOVA_Number1. A script that fails by itself is reported as an event: status 255, and status
+ * 254 with the ratio that the script was at (max_op when it did not say).
+ *
+ * @param param   the request; receives log_prefix, with which all files of the script begin. Files
+ *                of an earlier run with that prefix are deleted.
+ * @param record  the record, of which record_no and test_size (MiB) are read
+ * @return 0 when the script ended with status 0; otherwise -1, also without a volume or add-on and
+ *         when the prefix does not fit log_prefix
+ */
 SSD_OP_API int SSD_OP_Test_Start(ssd_op_test_param *param, ssd_op_db_record *record);
+
+/**
+ * Read the results of each ratio from the script's report, store them with the record, and delete
+ * the script's files.
+ *
+ * @param param   the request, with the log_prefix that SSD_OP_Test_Start wrote
+ * @param record  receives count, percentage, result_1 and result_2; a ratio that the report does not
+ *                have keeps what it had. Ratios beyond SSD_OP_MAX_RATIOS are ignored.
+ * @return what SSD_OP_DB_Update_Test_Data returned
+ */
 SSD_OP_API int SSD_OP_Test_Save_Result(ssd_op_test_param *param, ssd_op_db_record *record);
+
+/**
+ * Kill the processes that work on a record's drives and test volumes (ids 1568 to 1599) and, when
+ * asked, remove these volumes. Does not change the record's status.
+ *
+ * Processes are found by program and drive name in the process list and end with SIGKILL; the
+ * calling process is spared.
+ *
+ * @param record_no          the record
+ * @param type               not used
+ * @param remove_storage     non-zero: remove the volumes, with one event for each group
+ * @param old_status         status before the stop; INITIATING: also kill what prepares the drives
+ * @param old_step_progress  step progress before the stop, for the trace
+ * @return 0; also when the record cannot be read or one of its groups is gone already; otherwise
+ *         the OR of the failed kills and removals
+ */
 SSD_OP_API int SSD_OP_Test_Stop(int record_no, int type, int remove_storage, int old_status,
                                 int old_step_progress);
 
 /* ---- Steps of a running test, called by the test script's programs ---- */
 
+/**
+ * Move a running test to a new over-provisioning ratio.
+ *
+ * Shrinks the test volume to (100 - over_provisioning) percent of its recorded size and discards
+ * what was cut off, so that the drives count it as spare: on the member drives for RAID 5 and 6,
+ * through the volume otherwise. Waits until the drives' discards are done or timed out (one second
+ * for each GiB of the largest partition).
+ *
+ * @param record_no          record under test; its status must be TESTING
+ * @param lv_name            device path of its test volume
+ * @param over_provisioning  share to leave free, in percent of the volume, 0 to 100
+ * @return 0; -1 unknown volume or record, stopped test (the volume keeps its size), bad ratio or
+ *         discard timeout; otherwise the OR of the failed steps' results
+ * Locks: the database, briefly, several times. Call from the test script's process.
+ */
 SSD_OP_API int SSD_OP_Test_Block_Discard_Device(int record_no, const char *lv_name,
                                                 int over_provisioning);
+
+/**
+ * Measure the write performance of drives with direct I/O, and store it where the platform keeps a
+ * drive's figures. 50 seconds for each drive.
+ *
+ * A drive that is being measured already is skipped. While a measurement runs, the drive's figure
+ * reads "testing"; after a failed one, or when fio printed no number, "fail".
+ *
+ * @param dev_ids     the drives
+ * @param count       how many; below 1: nothing is done
+ * @param part_nos    for each drive the partition to write to; what lies there is lost
+ * @param sequential  non-zero: throughput, in bytes a second; zero: IOPS
+ * @param background  non-zero: measure all at the same time, each in a process of its own, and wait
+ *                    at most half a minute for them
+ * @return in the foreground 0, or -1 when a drive failed; in the background the OR of the process
+ *         ids, -1 when a process could not be made
+ */
 SSD_OP_API int ssd_op_test_disk_write_performance_test(const unsigned *dev_ids, int count,
                                                        const int *part_nos, int sequential,
                                                        int background);
+
+/**
+ * Store one measured figure of a record's drive.
+ *
+ * @param record_no      the record
+ * @param raid_id        the drive's group in it
+ * @param dev_id         the drive
+ * @param is_write       non-zero: a write figure; zero: a read figure
+ * @param is_sequential  non-zero: sequential, value in KiB a second; zero: random, value in IOPS
+ * @param value          the figure
+ * @return 0, also when the record has no such drive; -1 when the database fails
+ * Locks: the database.
+ */
 SSD_OP_API int SSD_OP_DB_Update_Disk_Performance(int record_no, int raid_id, int dev_id,
                                                  int is_write, int is_sequential,
                                                  unsigned long long value);
+
+/**
+ * Sample the temperatures of all drives under a test volume for as long as the record is TESTING.
+ *
+ * Each sample is one line for each drive: milliseconds since the start, drive id, selection number
+ * in the database, degrees Celsius (0 when the drive does not tell). The first comes after one
+ * interval. At most RAID_MAX_DRIVES drives.
+ *
+ * @param record_no          record under test
+ * @param device_name        device path of its test volume
+ * @param over_provisioning  only traced
+ * @param interval           seconds between samples; below 1: 1
+ * @param path               file for the samples; what was in it is lost
+ * @return -1, when it is over
+ * Locks: the database, briefly, for every sample.
+ */
 SSD_OP_API int SSD_OP_Test_Collect_SSD_Info(int record_no, const char *device_name,
                                             int over_provisioning, int interval, const char *path);
+
+/**
+ * Append one sample of the temperatures of a record's drives, in the format of
+ * SSD_OP_Test_Collect_SSD_Info.
+ *
+ * @param record_no  the record
+ * @param time_slap  time stamp to write, in milliseconds
+ * @param path       file to append to; created when missing
+ * @return 0, also when the record cannot be read or the file not opened
+ * Locks: the database, briefly, several times.
+ */
 SSD_OP_API int SSD_OP_Test_Record_SSD_Info(int record_no, unsigned long long time_slap,
                                            const char *path);
+
+/** end - start, with tv_nsec from 0 to 999999999. */
 SSD_OP_API struct timespec time_diff(struct timespec start, struct timespec end);
 
 #ifdef __cplusplus

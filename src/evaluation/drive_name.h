@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "base/drive_id.h"
+#include "base/text.h"
+#include "platform/hal.h"
+
+namespace ssd_op::evaluation {
+
+/// A device path as the platform resolved it, with the result of the look-up (0: resolved).
+struct DriveName {
+    int result;
+    std::string text;
+    explicit operator bool() const { return result == 0; }
+};
+
+constexpr int kDriveNameSize = 32;
+
+/// For example /dev/sda3.
+inline DriveName partition_name(uint32_t dev_id, int part_no = base::kDataPartition) {
+    const auto [enclosure, port] = base::slot_of(dev_id);
+    char name[kDriveNameSize] = "";
+    const int result = Part_Get_Name(enclosure, port, part_no, name, kDriveNameSize);
+    return {result, std::string(base::field_text(name))};
+}
+
+/// For example /dev/sda.
+inline DriveName device_name(uint32_t dev_id) {
+    const auto [enclosure, port] = base::slot_of(dev_id);
+    char name[kDriveNameSize] = "";
+    const int result = PD_Get_Sys_Name(enclosure, port, name, kDriveNameSize);
+    return {result, std::string(base::field_text(name))};
+}
+
+}  // namespace ssd_op::evaluation

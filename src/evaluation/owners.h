@@ -1,0 +1,57 @@
+#pragma once
+
+#include <signal.h>
+#include <unistd.h>
+
+#include "platform/storage.h"
+
+namespace ssd_op::evaluation {
+
+/// Keeps background rebuilds slow while storage is made or removed.
+class SpeedDown {
+  public:
+    SpeedDown() {
+        RAID_Force_Speed_Down_Generate_UID(::getpid(), uid_, sizeof uid_);
+        RAID_Force_Speed_Down_Add(uid_);
+    }
+    SpeedDown(const SpeedDown&) = delete;
+    SpeedDown& operator=(const SpeedDown&) = delete;
+    ~SpeedDown() { RAID_Force_Speed_Down_Remove(uid_); }
+
+  private:
+    char uid_[64] = {};
+};
+
+/// The platform's mark of a pool that is being made.
+class InitializingMark {
+  public:
+    explicit InitializingMark(int pool_id) { move_to(pool_id); }
+    InitializingMark(const InitializingMark&) = delete;
+    InitializingMark& operator=(const InitializingMark&) = delete;
+    ~InitializingMark() { ::unlink("/tmp/cv_initializing.tmp"); }
+    void move_to(int pool_id) { nas_set_initializing_cv_pool(pool_id); }
+};
+
+/// The platform's mark of a pool that is being removed.
+class RemovingMark {
+  public:
+    explicit RemovingMark(int pool_id) { nas_set_removing_cv_pool(pool_id); }
+    RemovingMark(const RemovingMark&) = delete;
+    RemovingMark& operator=(const RemovingMark&) = delete;
+    ~RemovingMark() { ::unlink("/tmp/cv_removing.tmp"); }
+};
+
+/// SIGCHLD at its default while a command is waited for: a caller that ignores the signal would
+/// make the wait fail.
+class DefaultChildSignal {
+  public:
+    DefaultChildSignal() : previous_(::signal(SIGCHLD, SIG_DFL)) {}
+    DefaultChildSignal(const DefaultChildSignal&) = delete;
+    DefaultChildSignal& operator=(const DefaultChildSignal&) = delete;
+    ~DefaultChildSignal() { ::signal(SIGCHLD, previous_); }
+
+  private:
+    sighandler_t previous_;
+};
+
+}  // namespace ssd_op::evaluation

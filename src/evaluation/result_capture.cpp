@@ -1,0 +1,83 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <optional>
+#include <string>
+
+#include "base/boundary.h"
+#include "base/command.h"
+#include "base/text.h"
+#include "evaluation/evaluation.h"
+#include "evaluation/ratios.h"
+#include "evaluation/script_files.h"
+#include "platform/naslog.h"
+
+namespace ssd_op::evaluation {
+
+namespace {
+
+constexpr const char* kFunction = "SSD_OP_Test_Save_Result";
+
+void fill_ratios(const ssd_op_test_param& request, ssd_op_db_record& record) {
+    const int64_t count = ratio_count(request.min_op, request.max_op, request.interval);
+    if (count > SSD_OP_MAX_RATIOS) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: More than %d OP ratios, the rest is ignored.\n", kFunction,
+                 SSD_OP_MAX_RATIOS);
+    }
+    record.count = static_cast<int>(std::clamp<int64_t>(count, 0, SSD_OP_MAX_RATIOS));
+    int64_t ratio = request.min_op;
+    for (int i = 0; i < record.count; ++i, ratio += request.interval)
+        record.percentage[i] = static_cast<int>(ratio);
+}
+
+/// A column of the report's summary line of a ratio; none when there is no such line or number.
+std::optional<long double> read_result(const std::string& report, int ratio, char column) {
+    const auto printed =
+        base::run_and_read("/bin/grep OP_" + std::to_string(ratio) + "% " +
+                               base::shell_word(report) + " 2>>/dev/null | /bin/awk '{print $" +
+                               column + "}' 2>>/dev/null | /bin/sed s/,// 2>>/dev/null",
+                           64);
+    if (printed.result != 0) return std::nullopt;
+    char* end = nullptr;
+    const long double value = std::strtold(printed.text.c_str(), &end);
+    if (end == printed.text.c_str() || !std::isfinite(value)) return std::nullopt;
+    return value;
+}
+
+void fill_results(const std::string& report, ssd_op_db_record& record) {
+    for (int i = 0; i < record.count; ++i) {
+        const int ratio = record.percentage[i];
+        SM_TRACE(SM_TRACE_INFO, "%s: ssd_op_db_recordP->percentage[%d]: %d.\n", kFunction, i,
+                 ratio);
+        record.result_1[i] = read_result(report, ratio, '2').value_or(record.result_1[i]);
+        SM_TRACE(SM_TRACE_INFO, "%s: ssd_op_db_recordP->result_1[%d]: %Lf.\n", kFunction, i,
+                 record.result_1[i]);
+        record.result_2[i] = read_result(report, ratio, '3').value_or(record.result_2[i]);
+        SM_TRACE(SM_TRACE_INFO, "%s: ssd_op_db_recordP->result_2[%d]: %Lf.\n", kFunction, i,
+                 record.result_2[i]);
+    }
+}
+
+int save_result(const ssd_op_test_param& request, ssd_op_db_record& record) {
+    fill_ratios(request, record);
+    SM_TRACE(SM_TRACE_INFO, "%s: ssd_op_db_recordP->count: %d.\n", kFunction, record.count);
+    const std::string prefix(base::field_text(request.log_prefix));
+    fill_results(prefix + "report.csv", record);
+    const int result = SSD_OP_DB_Update_Test_Data(&record);
+    if (!prefix.empty()) delete_script_files(prefix);
+    return result;
+}
+
+}  // namespace
+
+}  // namespace ssd_op::evaluation
+
+extern "C" int SSD_OP_Test_Save_Result(ssd_op_test_param* param, ssd_op_db_record* record) {
+    using namespace ssd_op;
+    if (param == nullptr || record == nullptr) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", evaluation::kFunction);
+        return -1;
+    }
+    return base::guarded(evaluation::kFunction, -1,
+                         [&] { return evaluation::save_result(*param, *record); });
+}

@@ -1,0 +1,175 @@
+#include "evaluation/run.h"
+
+#include <ctime>
+
+#include "evaluation/discard.h"
+#include "evaluation/evaluation.h"
+#include "evaluation/raid_ids.h"
+#include "evaluation/services.h"
+#include "event/upload.h"
+#include "platform/naslog.h"
+
+namespace ssd_op::evaluation {
+
+namespace {
+
+constexpr const char* kFunction = "NAS_SSD_OP_Test_Start";
+constexpr int kNoDiscard = 255;
+
+}  // namespace
+
+bool Run::finish() {
+    if (probe_drives()) {
+        create_storage();
+        test();
+    }
+    capture_results();
+    remove_storage();
+    progress_while_finishing(80);
+    if (record_.stop_service != 0) restart_services(record_.record_no);
+    store_end_time();
+    SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] %s to perform SSD OP testing.\n", kFunction,
+             request_.lv_id, record_.record_no, succeeded_ ? "Succeed" : "Fail");
+    upload();
+    complete();
+    return succeeded_;
+}
+
+void Run::give_up() {
+    SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to fork!\n", kFunction, record_.record_no);
+    remove_raid_configurations(groups_);
+    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_FAILED);
+    report(SSD_OP_EVENT_FAILED);
+    store_end_time();
+}
+
+bool Run::probe_drives() {
+    if (nas_ssd_op_test_check_block_discard(raid_list_) >= 0) return true;
+    SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Block discard is not supported!\n", kFunction,
+             record_.record_no);
+    const ssd_op_event_step detail{kNoDiscard, 0};
+    report(SSD_OP_EVENT_STEP_FAILED, &detail);
+    remove_raid_configurations(groups_);
+    succeeded_ = false;
+    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_FAILED);
+    return false;
+}
+
+void Run::create_storage() {
+    request_.lv_id = SSD_OP_Test_Create_Storage(raid_list_, 0, &request_, &record_);
+    if (request_.lv_id >= 0) {
+        for (const RAID_CONF* group : groups_) {
+            SSD_OP_Write_System_Log(requester_, SSD_OP_EVENT_STORAGE_CREATED, nullptr,
+                                    &group->raid_id);
+        }
+        return;
+    }
+    SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to create test storage!\n", kFunction,
+             record_.record_no);
+    remove_raid_configurations(groups_);
+    if (!status_is(SSD_OP_TEST_STATUS_INITIATING)) return;
+    SM_TRACE(SM_TRACE_INFO,
+             "%s: [Record(%d)] Status is initiating but creating storage fails, so set status to "
+             "\"Failed\".\n",
+             kFunction, record_.record_no);
+    succeeded_ = false;
+    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_FAILED);
+    report(SSD_OP_EVENT_FAILED);
+}
+
+void Run::test() {
+    if (const int status = status_of(record_.record_no); status != SSD_OP_TEST_STATUS_INITIATING) {
+        SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] status[1]: %d\n", kFunction,
+                 request_.lv_id, record_.record_no, status);
+        succeeded_ = false;
+        return;
+    }
+    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_TESTING);
+    if (SSD_OP_Test_Start(&request_, &record_) < 0) fail_test();
+
+    if (const int status = status_of(record_.record_no); status != SSD_OP_TEST_STATUS_TESTING) {
+        SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] status[2]: %d\n", kFunction,
+                 request_.lv_id, record_.record_no, status);
+        succeeded_ = false;
+        return;
+    }
+    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_FINISHING);
+    SSD_OP_Test_Set_Step_Progress(record_.record_no, 1);
+}
+
+void Run::fail_test() {
+    SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to test SSD OP!\n", kFunction,
+             request_.lv_id, record_.record_no);
+    succeeded_ = false;
+    if (!status_is(SSD_OP_TEST_STATUS_TESTING)) return;
+    SM_TRACE(SM_TRACE_INFO,
+             "%s: [LV(%d), Record(%d)] Status is testing but test return fail, so set status to "
+             "\"Failed\".\n",
+             kFunction, request_.lv_id, record_.record_no);
+    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_FAILED);
+    for (const RAID_CONF* group : groups_) {
+        const int raid_id = group->raid_id >= kFirstRaidId ? group->raid_id : -1;
+        report(SSD_OP_EVENT_FAILED, &raid_id);
+    }
+}
+
+void Run::capture_results() {
+    progress_while_finishing(30);
+    if (SSD_OP_Test_Save_Result(&request_, &record_) < 0) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to save test result!\n", kFunction,
+                 request_.lv_id, record_.record_no);
+        succeeded_ = false;
+    }
+    progress_while_finishing(60);
+}
+
+void Run::remove_storage() {
+    if (request_.lv_id <= 0 || !removed_at_once_or_later()) return;
+    for (const RAID_CONF* group : groups_) {
+        SSD_OP_Write_System_Log(requester_, SSD_OP_EVENT_STORAGE_REMOVED, nullptr, &group->raid_id);
+    }
+}
+
+bool Run::removed_at_once_or_later() {
+    if (SSD_OP_Test_Remove_Storage(request_.lv_id, 0) >= 0) return true;
+    SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to remove test storage 1st time!\n",
+             kFunction, request_.lv_id, record_.record_no);
+    // Whatever still works on the drives keeps the volume busy.
+    SSD_OP_Test_Stop(record_.record_no, 0, 0, SSD_OP_TEST_STATUS_INITIATING, 0);
+    if (SSD_OP_Test_Remove_Storage(request_.lv_id, 0) >= 0) return true;
+    SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to remove test storage 2nd time!\n",
+             kFunction, request_.lv_id, record_.record_no);
+    return false;
+}
+
+void Run::store_end_time() {
+    record_.end_time = std::time(nullptr);
+    SSD_OP_DB_Update_Record_End_Time(static_cast<int>(record_.end_time), record_.record_no);
+}
+
+void Run::upload() {
+    int agreement = 0;
+    if (SSD_OP_Test_Get_User_Agreement(&agreement) != 0 || agreement != 1) return;
+    report(SSD_OP_EVENT_UPLOADING);
+    event::ssd_op_analytics_upload(&record_);
+}
+
+void Run::complete() {
+    if (!status_is(SSD_OP_TEST_STATUS_FINISHING)) return;
+    SSD_OP_Test_Set_Step_Progress(record_.record_no, 100);
+    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_COMPLETED);
+    report(SSD_OP_EVENT_COMPLETED);
+}
+
+bool Run::status_is(int status) const { return status_of(record_.record_no) == status; }
+
+void Run::progress_while_finishing(int percent) const {
+    if (status_is(SSD_OP_TEST_STATUS_FINISHING))
+        SSD_OP_Test_Set_Step_Progress(record_.record_no, percent);
+}
+
+void Run::report(int type, const void* detail) const {
+    SSD_OP_Write_System_Log(requester_, type, &record_.record_no, detail);
+}
+
+}  // namespace ssd_op::evaluation

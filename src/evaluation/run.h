@@ -1,0 +1,54 @@
+#pragma once
+
+#include <vector>
+
+#include "db/record_owner.h"
+#include "platform/storage.h"
+
+namespace ssd_op::evaluation {
+
+/// An evaluation from its initiating record to its end. Each phase begins only while the database
+/// still has the status that the phase before it left, so that a stop by another process takes
+/// effect; the closing steps are taken in any case.
+class Run {
+  public:
+    /// All but the record's memory belongs to the caller.
+    Run(const void* requester, RAID_CONF* raid_list, const std::vector<RAID_CONF*>& groups,
+        ssd_op_test_param& request, ssd_op_db_record& record)
+        : requester_(requester),
+          raid_list_(raid_list),
+          groups_(groups),
+          request_(request),
+          record_(record) {}
+
+    /// Runs it. True when no phase failed and no stop came between.
+    bool finish();
+
+    /// Ends a run that cannot begin because no process could be made for it.
+    void give_up();
+
+  private:
+    bool probe_drives();
+    void create_storage();
+    void test();
+    void fail_test();
+    void capture_results();
+    void remove_storage();
+    bool removed_at_once_or_later();
+    void store_end_time();
+    void upload();
+    void complete();
+
+    bool status_is(int status) const;
+    void progress_while_finishing(int percent) const;
+    void report(int type, const void* detail = nullptr) const;
+
+    const void* requester_;
+    RAID_CONF* raid_list_;
+    const std::vector<RAID_CONF*>& groups_;
+    ssd_op_test_param& request_;
+    ssd_op_db_record& record_;
+    bool succeeded_ = true;
+};
+
+}  // namespace ssd_op::evaluation

@@ -1,0 +1,13 @@
+#pragma once
+
+namespace ssd_op::evaluation {
+
+/// Runs "/etc/init.d/<script> stop" and waits for it. Its process id is published first, as the
+/// record's `stop_service_pid`, so that a stop by another process can end it.
+void stop_service(const char* script, int record_no);
+
+/// Starts the file services again, unless another running evaluation stopped them too: the last one
+/// of them to finish does it.
+void restart_services(int record_no);
+
+}  // namespace ssd_op::evaluation
