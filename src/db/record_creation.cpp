@@ -7,10 +7,10 @@
 #include <string>
 
 #include "base/drive_id.h"
+#include "base/interface_name.h"
 #include "base/text.h"
 #include "db/appliance_identity.h"
 #include "db/database.h"
-#include "db/interface_name.h"
 #include "platform/hal.h"
 
 namespace ssd_op::db {
@@ -175,7 +175,8 @@ class Creation {
             sql("INSERT INTO SELECT_DEV (     f_ssd_no, f_raid_no, dev_id, bus_type, "
                 "performance_write_r, performance_write_s,     performance_read_r, "
                 "performance_read_s) VALUES ('%d', '%d', '%d', '%q', '%d', '%d', '%d', '%d');",
-                ssd_no, raid_no_, static_cast<int>(dev_id), interface_name(drive.info), 0, 0, 0, 0);
+                ssd_no, raid_no_, static_cast<int>(dev_id), base::interface_name(drive.info), 0, 0,
+                0, 0);
         if (execute(db_, insert) == SQLITE_OK) return true;
         SM_TRACE(SM_TRACE_ERROR, "%s: The RECORD(%d,%d) fail to insert to SELECT_DEV database.\n",
                  kFunction, ssd_no, raid_no_);
