@@ -97,7 +97,7 @@ class Transaction {
     }
     bool is_open() const { return open_; }
     bool commit() {
-        if (open_ && execute(db_, "COMMIT TRANSACTION") != SQLITE_OK) return false;
+        if (!open_ || execute(db_, "COMMIT TRANSACTION") != SQLITE_OK) return false;
         open_ = false;
         return true;
     }

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string_view>
+
+#include <sqlite3.h>
+
+#include "db/sql.h"
+
+namespace ssd_op::history {
+
+/// Rows into one table, all or none: a transaction and the statement that inserts. Every failure is
+/// traced under the name of the function that imports. What was not finished is rolled back.
+class BulkInsert {
+  public:
+    /// Begins the transaction and prepares `statement`, whose parameters are ?1, ?2, ...
+    BulkInsert(const char* function, sqlite3* db, std::string_view statement);
+
+    /// Whether rows can be inserted.
+    explicit operator bool() const { return insert_ != nullptr; }
+    /// Whether the transaction was begun, which the rest depends on.
+    bool has_begun() const { return transaction_.is_open(); }
+
+    /// Inserts a row. Texts have to live until the call returns.
+    template <typename... Values>
+    bool insert(Values... values) {
+        int index = 0;
+        int result = SQLITE_OK;
+        ((result |= bind(++index, values)), ...);
+        return result == SQLITE_OK ? step() : bind_failed();
+    }
+
+    bool finish();
+
+  private:
+    int bind(int index, int value) { return sqlite3_bind_int(insert_.get(), index, value); }
+    int bind(int index, std::string_view text) {
+        return sqlite3_bind_text(insert_.get(), index, text.data(), static_cast<int>(text.size()),
+                                 SQLITE_STATIC);
+    }
+    bool step();
+    bool bind_failed();
+
+    const char* function_;
+    db::Transaction transaction_;  // first: the statement goes before it rolls back
+    db::Statement insert_;
+};
+
+}  // namespace ssd_op::history
