@@ -14,7 +14,7 @@ __extension__ using Wide = unsigned __int128;
 
 Ftl new_flash(const Geometry& geometry) {
     const double spare = geometry.factory_spare_percent;
-    if (geometry.nominal_bytes < kUnitBytes || geometry.blocks < 2 || !(spare >= 0.0) ||
+    if (geometry.nominal_bytes < kUnitBytes || geometry.blocks < 3 || !(spare >= 0.0) ||
         spare > 1000.0) {
         throw std::invalid_argument("a drive of " + std::to_string(geometry.nominal_bytes) +
                                     " bytes, " + std::to_string(geometry.blocks) + " blocks and " +

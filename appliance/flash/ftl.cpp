@@ -1,7 +1,9 @@
 #include "flash/ftl.h"
 
+#include <algorithm>
 #include <bit>
 #include <stdexcept>
+#include <string>
 
 namespace appliance::flash {
 
@@ -35,7 +37,8 @@ Counters operator-(Counters later, const Counters& earlier) {
 
 Ftl::Ftl(std::uint32_t logical_pages, std::uint32_t blocks) {
     // With all pages mapped the closed blocks must still hold an invalid one at every collection.
-    if (blocks < 2 || blocks >= kNone / kPagesPerBlock || logical_pages == 0 ||
+    // One block is empty, one open, so at least one is closed whenever the collector looks for it.
+    if (blocks < 3 || blocks >= kNone / kPagesPerBlock || logical_pages == 0 ||
         logical_pages > (blocks - 1) * kPagesPerBlock) {
         throw std::invalid_argument("flash of " + std::to_string(blocks) + " blocks cannot offer " +
                                     std::to_string(logical_pages) + " pages");
@@ -77,6 +80,8 @@ void Ftl::trim(std::uint32_t first, std::uint32_t count) {
         --mapped_;
         ++counters_.trimmed_pages;
     }
+    // What was freed helps the very next collection: the past says nothing about it any more.
+    recent_copies_ = std::min<double>(recent_copies_, copies_ahead());
 }
 
 void Ftl::put(std::uint32_t page) {
@@ -121,6 +126,9 @@ void Ftl::collect(std::uint32_t victim) {
     valid_[victim] = 0;
     empty_.push_back(victim);
 }
+
+/// Pages to copy when the next block is opened, as things stand.
+std::uint32_t Ftl::copies_ahead() const { return empty_.size() > 1 ? 0 : valid_[fewest_valid()]; }
 
 std::uint32_t Ftl::fewest_valid() const {
     std::uint32_t word = 0;

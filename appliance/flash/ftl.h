@@ -51,6 +51,7 @@ class Ftl {
 
     /// New flash: nothing mapped.
     /// @param logical_pages  1 to (blocks - 1) * kPagesPerBlock
+    /// @param blocks         at least 3
     /// @throws std::invalid_argument outside of that range
     Ftl(std::uint32_t logical_pages, std::uint32_t blocks);
 
@@ -87,6 +88,7 @@ class Ftl {
     void invalidate(std::uint32_t physical);
     void open_next_block();
     void collect(std::uint32_t victim);
+    std::uint32_t copies_ahead() const;
     std::uint32_t fewest_valid() const;
     void link(std::uint32_t block);
     void unlink(std::uint32_t block);

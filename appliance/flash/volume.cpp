@@ -12,7 +12,7 @@ namespace {
 
 __extension__ using Wide = unsigned __int128;
 
-constexpr std::uint64_t kStripeChunkBytes = 64 * 1024;
+constexpr std::uint64_t kStripeChunkBytes = 65'536;
 
 /// Members' worth of data in a group: a fraction, for mirrored pairs of an odd number of members.
 struct Columns {
