@@ -42,7 +42,8 @@ CREATE TABLE IF NOT EXISTS notice(
     notice_no INTEGER PRIMARY KEY, time INTEGER, way TEXT, message_id TEXT, severity INTEGER,
     title TEXT, message TEXT, detail TEXT);
 CREATE TABLE IF NOT EXISTS upload(
-    upload_no INTEGER PRIMARY KEY, time INTEGER, action TEXT, product TEXT, test TEXT, event TEXT);
+    upload_no INTEGER PRIMARY KEY, time INTEGER, action TEXT, product TEXT, kind TEXT,
+    test TEXT, event TEXT);
 
 CREATE TABLE IF NOT EXISTS journal(
     row_no INTEGER PRIMARY KEY, time REAL, pid INTEGER, name TEXT, arguments TEXT, result TEXT);

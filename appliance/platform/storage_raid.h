@@ -4,12 +4,10 @@
 
 #include <cstdint>
 
+#include "core/raid_metadata.h"
 #include "platform/storage.h"
 
 namespace appliance {
-
-/// Keeps a group's metadata on each member, so that a group offers this much less of it.
-inline constexpr uint64_t kRaidMetadataKib = 32 * 1024;
 
 /// Whether the platform could make this group now: a level that fits the number of members, drives
 /// that are there and in no group, an id that is free.
