@@ -219,8 +219,8 @@ TEST(Run, SlowsDownWhileADriveFillsUp) {
     Drives drives(1);
     const Volume volume = drives.volume(Level::raid1);
     Job run(volume, kRandomWrite);
-    std::vector<double> iops;
-    for (int i = 0; i < 14; ++i) iops.push_back(run.for_bytes(volume.capacity() / 2).iops());
+    std::array<double, 14> iops{};
+    for (double& each : iops) each = run.for_bytes(volume.capacity() / 2).iops();
     EXPECT_GT(iops.front(), 8 * iops.back());
     EXPECT_NEAR(iops[13] / iops[12], 1.0, 0.05);
 }

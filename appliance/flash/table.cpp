@@ -16,7 +16,7 @@ namespace {
 using namespace appliance::flash;
 
 constexpr std::uint64_t kGigabyte = 1'000'000'000;
-constexpr std::uint64_t kDemoDrive = 128 * kGigabyte;
+constexpr std::uint64_t kDemoDrive = 64 * kGigabyte;
 constexpr Workload kRandomWrite{.pattern = Pattern::random, .direction = Direction::write};
 
 double cpu_seconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
@@ -66,7 +66,7 @@ void print_write_amplification() {
 }
 
 void print_over_provisioning(bool discard) {
-    fmt::print("\nRAID 5 over four drives of 128 GB, {} discards\n\n",
+    fmt::print("\nRAID 5 over four drives of 64 GB, {} discards\n\n",
                discard ? "with" : "without the");
     fmt::print(
         "| OP | write amplification | IOPS | gain | hours of the simulated clock | CPU "
@@ -123,7 +123,7 @@ void print_drives() {
 
 void print_levels() {
     fmt::print(
-        "\nVolumes over drives of 128 GB in the steady state, 4 KiB, queue depth 32 a "
+        "\nVolumes over drives of 64 GB in the steady state, 4 KiB, queue depth 32 a "
         "drive\n\n| volume | random write, IOPS | random read, IOPS | sequential write, MB/s | "
         "sequential read, MB/s |\n|---|---|---|---|---|\n");
     struct Row {
