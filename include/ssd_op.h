@@ -154,29 +154,142 @@ typedef struct ssd_op_requester {
 
 /* ---- Where the database lies ---- */
 
+/*
+ * The database is one file, ssd_op.db. It lies on the volume that holds the default shares, or,
+ * where there is none, in the system area. Nothing remembers which: each call looks on the volume
+ * first. Paths are cut at 255 characters.
+ */
 enum { SSD_OP_DB_LOCATION_NONE = 0, SSD_OP_DB_LOCATION_VOLUME = 1, SSD_OP_DB_LOCATION_SYSTEM = 2 };
 
+/**
+ * Space of the file system that a database at `location` lies on, as df sees it.
+ *
+ * @param location  SSD_OP_DB_LOCATION_VOLUME or SSD_OP_DB_LOCATION_SYSTEM
+ * @param used_kb   receives the KiB in use; 0 when they cannot be read
+ * @param avail_kb  receives the KiB free; 0 when they cannot be read
+ * @return 0; -1 for another location, or when the volume does not exist or is not mounted; else
+ *         what the command that failed returned
+ * Locks: none.
+ */
 SSD_OP_API int SSD_OP_DB_Get_Location_Usage(int location, unsigned long long *used_kb,
                                             unsigned long long *avail_kb);
+
+/**
+ * Find the database.
+ *
+ * @param location   receives SSD_OP_DB_LOCATION_...; NONE when there is no file. An empty file
+ *                   counts as one here.
+ * @param path       NULL, or receives the file's path. When there is no file: the path for a new
+ *                   one, on the side with more free space (the volume when equal), whose directory
+ *                   is then created.
+ * @param path_size  size of path in bytes, above 0 when there is a path
+ * @return 0; else what creating the directory returned
+ * Locks: none.
+ */
 SSD_OP_API int SSD_OP_DB_Get_Location(int *location, char *path, int path_size);
+
+/**
+ * Size of the database.
+ *
+ * @param size_kb  receives whole KiB; 0 when there is no database
+ * @return what SSD_OP_DB_Get_Location returns
+ * Locks: none.
+ */
 SSD_OP_API int SSD_OP_DB_Get_Size(unsigned long long *size_kb);
+
+/**
+ * Move the database to the other place.
+ *
+ * To the volume, it moves only when the volume's free space is greater than the system area's plus
+ * the file's size; to the system area, only when the free space there is greater than the file's
+ * size. What a killed process left undone in the file is undone first, since the file that says so
+ * would stay behind.
+ *
+ * @param location  SSD_OP_DB_LOCATION_VOLUME or SSD_OP_DB_LOCATION_SYSTEM
+ * @return 0, also when it lies there already; -1 when the move is refused, also because there is
+ *         no database or no mounted volume; else the OR of what the commands returned
+ * Locks: the database, while it moves.
+ */
 SSD_OP_API int SSD_OP_DB_Set_Location(int location);
 
 /* ---- Its version ---- */
 
+/*
+ * Not called by the library itself: the add-on's installer calls them before and after it replaces
+ * the library. One step leads from each version to the next. The stored version follows each step,
+ * so that an interrupted way can be taken up again.
+ *
+ * Records survive in both directions, save for what an older version has no place for (versions
+ * below 6: temperature samples; 2: what records say beyond title, times, status and range), with
+ * one exception: the step between versions 1 and 2 deletes the database, in either direction. The
+ * record limit is kept.
+ */
+
+/**
+ * Bring the database to the current version, 6.
+ *
+ * @return 0, also when there is nothing to do or the version cannot be read; -1 when a step
+ *         failed, which leaves the version of the last step that worked
+ * Locks: the database, several times.
+ */
 SSD_OP_API int SSD_OP_DB_Version_Upgrade(void);
+
+/**
+ * Bring the database down to an older version.
+ *
+ * @param version  from 0; at or above the stored version nothing is done
+ * @return 0, also when there is nothing to do; -1 when a step failed or the version is negative
+ * Locks: the database, several times.
+ */
 SSD_OP_API int SSD_OP_DB_Version_Downgrade(int version);
 
 /* ---- Records ---- */
 
+/**
+ * Store a new record with its groups and drives, and with who the appliance and the drives are
+ * now.
+ *
+ * A record's parts are stored one by one. When one fails, those before it are deleted again;
+ * drives stay known. A process that is killed in between leaves a record without (all of) its
+ * drives.
+ *
+ * @param record  in: start_time, end_time, status, title, sequential, min_op, max_op, interval,
+ *                stop_service, lv_size, test_size and for each group raid_level, raid_id,
+ *                raid_capacity, ssd_drive_num and each drive's dev_id. Out: record_no, the nas_
+ *                texts and each drive's vendor, model, serial_no, revision and capacity (in
+ *                blocks). Texts are stored byte for byte; those of a drive in full, even where the
+ *                record's field cuts them. An identity that cannot be read is "--". Memory slots
+ *                appear in nas_mem_info for as long as whole entries fit. Stays the caller's.
+ * @return 0; -1 when a drive is not there, when a part could not be stored, or without a database
+ * Locks: the database.
+ */
 SSD_OP_API int SSD_OP_DB_New_Record(ssd_op_db_record *record);
+
+/*
+ * Changes of one field. Each returns 0, also when there is no such record, or -1 when the database
+ * cannot be opened or written. A change of a record (not of a group) also deletes the oldest
+ * records beyond the record limit. Locks: the database.
+ */
 SSD_OP_API int SSD_OP_DB_Update_Record_Test_Size(unsigned long long test_size, int record_no);
 SSD_OP_API int SSD_OP_DB_Update_Record_LV_Size(unsigned long long lv_size, int record_no);
 SSD_OP_API int SSD_OP_DB_Update_Record_RAID_Capacity(unsigned long long capacity, int record_no,
                                                      int raid_id);
 SSD_OP_API int SSD_OP_DB_Update_Record_Status(int status, int record_no);
 SSD_OP_API int SSD_OP_DB_Update_Record_End_Time(int end_time, int record_no);
+
+/**
+ * Whether there is such a record.
+ *
+ * @return 1 or 0; 0 also when the question failed; -1 when the database cannot be opened
+ * Locks: the database.
+ */
 SSD_OP_API int SSD_OP_DB_Record_Is_Exist(int record_no);
+
+/*
+ * Release of memory. All of them accept NULL, and leave the list that they free empty.
+ * Free_Record frees a record, all that hangs on it, and every record that follows it in its list.
+ * Free_SSD_Runtime_Data frees the samples of all drives of one group, not of the groups after it.
+ */
 SSD_OP_API void SSD_OP_DB_Free_Record(ssd_op_db_record *record);
 SSD_OP_API void SSD_OP_DB_Free_RAID_Conf(ssd_op_db_record *record);
 SSD_OP_API void SSD_OP_DB_Free_Runtime_Report(ssd_op_db_record *record);
@@ -184,32 +297,171 @@ SSD_OP_API void SSD_OP_DB_Free_SSD_Runtime_Data(ssd_op_db_raid_conf *raid);
 
 /* ---- Queries ---- */
 
+/*
+ * All of them return -1 when the database cannot be opened, unless said otherwise, and take the
+ * database's lock. A database may hold more than an array of the result has room for (a damaged
+ * one, or one from elsewhere): what does not fit is left out, which is traced once. A column
+ * without a value reads as 0 or an empty text. When a query fails after some rows, those stay in
+ * the result, to be freed as usual.
+ */
+
 #define SSD_OP_ANY_STATUS 999 /* status for SSD_OP_DB_Query_Record_Simple: all of them */
 
+/**
+ * Read a record with its groups and drives, without results, reports and samples.
+ *
+ * @param record  zeroed by the caller (calloc); receives the record, and owns the groups added to
+ *                it. A record without drives leaves it as it is.
+ * @return 0; -1 without a record, for a record that does not exist, or when the query failed
+ */
 SSD_OP_API int SSD_OP_DB_Query_Record(int record_no, ssd_op_db_record *record);
+
+/**
+ * Read a page of records, newest first as they are counted, with their groups and drives and the
+ * names of the drives' slots. Records without drives are counted but not listed.
+ *
+ * @param list    points to NULL; receives the first record of a list, which the caller frees with
+ *                SSD_OP_DB_Free_Record
+ * @param offset  records to skip
+ * @param count   records to read, at most
+ * @param status  only those in this status; SSD_OP_ANY_STATUS: all
+ * @return 0; -1 when the query failed
+ */
 SSD_OP_API int SSD_OP_DB_Query_Record_Simple(ssd_op_db_record **list, int offset, int count,
                                              int status);
+
+/**
+ * Numbers of the oldest records, ascending.
+ *
+ * @param record_nos  room for max numbers
+ * @param max         above 0
+ * @return how many were stored; -1 on failure
+ */
 SSD_OP_API int SSD_OP_DB_Query_Record_No(int *record_nos, int max);
+
+/** How many records there are; -1 on failure. */
 SSD_OP_API int SSD_OP_DB_Query_Record_Count(void);
+
+/** Number of the newest record; 0 when there is none or the query failed. */
 SSD_OP_API int SSD_OP_DB_Get_Newest_Record(void);
+
+/**
+ * A record's status, ssd_op_test_status; -1 also when it does not exist or the query failed, which
+ * is what a stopped record gives. SSD_OP_DB_Record_Is_Exist tells them apart.
+ */
 SSD_OP_API int SSD_OP_DB_Query_Record_Status(int record_no);
+
+/**
+ * The number that connects a drive of a record with its temperature samples.
+ *
+ * @return above 0; 0 when the record has no such drive in that group; -1 when the record does not
+ *         exist or the query failed
+ */
 SSD_OP_API int SSD_OP_DB_Query_SSD_Select_No(int record_no, int raid_id, int dev_id);
+
+/**
+ * Whether one of the drives is in a test: belongs to the newest of the running records
+ * (initiating, testing or finishing). Older running records are not looked at.
+ *
+ * @param dev_ids  n drive ids
+ * @param n        0 or below: no drives, so none is in a test
+ * @return 1 or 0; 0 also when the database cannot be opened or asked; -1 without dev_ids
+ */
 SSD_OP_API int SSD_OP_DB_Query_SSD_In_Testing(int *dev_ids, int n);
+
+/**
+ * OP ratios for which a record has a runtime report, in no particular order.
+ *
+ * @param percentages  room for max ratios
+ * @param max          above 0
+ * @return how many were stored; -1 on failure
+ */
 SSD_OP_API int SSD_OP_DB_Query_Runtime_Percentage(int *percentages, int max, int record_no);
+
+/** Number of runtime-report rows of a record's ratio; 0 also when the query failed. */
 SSD_OP_API int SSD_OP_DB_Query_Record_Runtime_Count(int record_no, int percentage);
+
+/**
+ * Read a record's results into its count, percentage, result_1 and result_2, by ascending ratio.
+ *
+ * @return 0; -1 without a record or when the query failed
+ */
 SSD_OP_API int SSD_OP_DB_Query_Record_Test_Data(ssd_op_db_record *record, int record_no);
+
+/**
+ * Read the runtime report of a record's ratio into a new list, in the order of the import.
+ *
+ * @param record  its runtime_report receives the list; one that is there already is not freed.
+ *                Free it with SSD_OP_DB_Free_Runtime_Report or with the record.
+ * @param every   1: every row; n: only rows whose number in the whole table is a multiple of n, a
+ *                sample of about one in n; 0: none
+ * @return 0; -1 without a record, when the query failed or memory is short
+ */
 SSD_OP_API int SSD_OP_DB_Query_Record_Runtime_Report(ssd_op_db_record *record, int record_no,
                                                      int percentage, int every);
+
+/**
+ * Read a drive's temperature samples at a record's ratio into a new list, in the order of the
+ * import.
+ *
+ * @param ssd  names the drive by its dev_id; its runtime_data receives the list; one that is there
+ *             already is not freed. Free it with SSD_OP_DB_Free_SSD_Runtime_Data or with the
+ *             record.
+ * @return 0; -1 without a drive, when the query failed or memory is short
+ */
 SSD_OP_API int SSD_OP_DB_Query_SSD_Runtime_Data(ssd_op_db_ssd_dev *ssd, int record_no,
                                                 int percentage);
 
 /* ---- Imports ---- */
 
+/*
+ * Results of one test step into the database: a call adds all of its rows or none. Each takes the
+ * database's lock and returns 0, or -1 when the database cannot be opened or written.
+ *
+ * The two files hold one sample a line. Fields are separated by any run of blanks, tabs and
+ * commas; text after the last field that is read is ignored. A line that is empty or lacks a field
+ * makes the whole import fail; a file without lines is imported. Lines are read in pieces of 127
+ * bytes, each of which counts as a line. The last line needs no line end; of a line with a NUL
+ * byte only what stands before it is read.
+ */
+
+/**
+ * Store the results of a record's ratios: a ratio that has results gets the new ones, others of
+ * the record stay.
+ *
+ * @param record  record_no and the first count entries of percentage, result_1 and result_2; at
+ *                most SSD_OP_MAX_RATIOS. Not changed.
+ * @return also -1 without a record or without results
+ */
 SSD_OP_API int SSD_OP_DB_Update_Test_Data(ssd_op_db_record *record);
+
+/** The same for one ratio. */
 SSD_OP_API int SSD_OP_DB_Update_Test_Result(int record_no, int percentage, long double result_1,
                                             long double result_2);
+
+/**
+ * Import the runtime report of one ratio. Rows that are there already stay.
+ *
+ * @param report_csv   path of the file. Fields of a line: time_slap, result, two that are not
+ *                     stored, write_amount.
+ * @param reason_code  254: the ratio was skipped. That is counted in the runtime state and written
+ *                     to the event log, whatever becomes of the file. Others: nothing of that
+ *                     kind.
+ * @return also -1 without a path or for a record that does not exist
+ */
 SSD_OP_API int SSD_OP_DB_Update_Runtime_Report(int record_no, int percentage,
                                                const char *report_csv, int reason_code);
+
+/**
+ * Import the temperature samples of one ratio, in place of those that the record's drives have for
+ * it. When the file cannot be imported the ratio is left without samples.
+ *
+ * @param runtime_csv  path of the file. Fields of a line: time_slap, the drive's dev_id, its
+ *                     number from SSD_OP_DB_Query_SSD_Select_No, temperature.
+ *                     SSD_OP_Test_Collect_SSD_Info and SSD_OP_Test_Record_SSD_Info write such
+ *                     files.
+ * @return also -1 without a path or for a record that does not exist
+ */
 SSD_OP_API int SSD_OP_DB_Update_SSD_Runtime_Data(int record_no, int percentage,
                                                  const char *runtime_csv);
 
