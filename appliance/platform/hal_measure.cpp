@@ -1,0 +1,185 @@
+/// The platform's own measurements of drives, and the figures that it keeps of them: one ini file
+/// an enclosure, and one for all drives by their WWN.
+
+#include <cstdlib>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include <fmt/format.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "core/call.h"
+#include "core/query.h"
+#include "device/load.h"
+#include "platform/hal.h"
+#include "platform/hal_slot.h"
+#include "platform/ini.h"
+
+namespace {
+
+using namespace appliance;
+
+constexpr int kFailure = -1;
+constexpr double kSeconds = 15;
+constexpr uint64_t kMib = uint64_t{1} << 20;
+constexpr const char* kByWwn = "/etc/config/disk_performance.conf";
+
+/// A kind of measurement and the key under which its figure is kept.
+struct Kind {
+    flash::Pattern pattern;
+    flash::Direction direction;
+    const char* key;
+};
+
+Kind kind_of(bool sequential, flash::Direction direction) {
+    const bool read = direction == flash::Direction::read;
+    if (sequential)
+        return {flash::Pattern::sequential, direction, read ? "read_speed" : "write_speed"};
+    return {flash::Pattern::random, direction, read ? "read_iops" : "write_iops"};
+}
+
+int write_key(const std::string& file, const std::string& section, const char* key,
+              const std::string& value) {
+    const int lock = Ini_Conf_Write_Lock_File(file.c_str());
+    if (lock < 0) return kFailure;
+    const int result = Ini_Conf_Set_Field(file.c_str(), section.c_str(), key, value.c_str());
+    Ini_Conf_Unlock_File(lock);
+    return result < 0 ? kFailure : 0;
+}
+
+std::string enclosure_file(unsigned dev_id) {
+    return fmt::format("/etc/enclosure_{}.conf", enclosure_of(dev_id));
+}
+
+std::string section_of(unsigned dev_id) { return fmt::format("PhysicalDisk_{}", port_of(dev_id)); }
+
+int keep(unsigned dev_id, const char* key, const std::string& value) {
+    int result = write_key(enclosure_file(dev_id), section_of(dev_id), key, value);
+    const auto wwn = first<std::string>("SELECT wwn FROM drive WHERE dev_id = ?", dev_id);
+    if (wwn && !wwn->empty()) result |= write_key(kByWwn, *wwn, key, value);
+    return result;
+}
+
+/// Read speed is kept in KiB a second, write speed in bytes a second.
+uint64_t figure_of(const Kind& kind, const flash::Progress& progress) {
+    if (kind.pattern == flash::Pattern::random) return static_cast<uint64_t>(progress.iops());
+    const double divisor = kind.direction == flash::Direction::read ? 1024 : 1;
+    return static_cast<uint64_t>(progress.bytes_per_second() / divisor);
+}
+
+/// Through the file cache, which sends 128 KiB at a time and only a few of them at once.
+flash::Workload workload_of(const Kind& kind) {
+    flash::Workload workload;
+    workload.pattern = kind.pattern;
+    workload.direction = kind.direction;
+    const bool buffered = kind.direction == flash::Direction::write;
+    if (kind.pattern == flash::Pattern::sequential)
+        workload.block_bytes = buffered ? kMib / 8 : kMib;
+    workload.queue_depth = buffered && kind.pattern == flash::Pattern::sequential ? 4 : 32;
+    return workload;
+}
+
+std::string device_name(unsigned dev_id, int part_no) {
+    const auto name =
+        part_no > 0
+            ? first<std::string>("SELECT name FROM partition WHERE dev_id = ? AND part_no = ?",
+                                 dev_id, part_no)
+            : first<std::string>("SELECT sys_name FROM drive WHERE dev_id = ?", dev_id);
+    return name.value_or("");
+}
+
+int measure(unsigned dev_id, int part_no, const Kind& kind) {
+    int result = keep(dev_id, kind.key, "testing");
+    try {
+        const std::unique_ptr<Device> device = open_device(device_name(dev_id, part_no));
+        PacedLoad load(*device, workload_of(kind));
+        const uint64_t figure = figure_of(kind, load.for_seconds(kSeconds));
+        return result | keep(dev_id, kind.key, std::to_string(figure));
+    } catch (const std::exception&) {
+        keep(dev_id, kind.key, "fail");
+        return kFailure;
+    }
+}
+
+/// Runs the work in a process that belongs to nobody.
+int detach(const std::function<void()>& work) {
+    const pid_t child = ::fork();
+    if (child < 0) return kFailure;
+    if (child == 0) {
+        ::setsid();
+        if (::fork() == 0) work();
+        ::_exit(0);
+    }
+    ::waitpid(child, nullptr, 0);
+    return 0;
+}
+
+int measure_all(const unsigned* dev_ids, int count, const int* part_nos, const Kind& kind,
+                bool background) {
+    if (count > 0 && dev_ids == nullptr) return kFailure;
+    int result = 0;
+    for (int drive = 0; drive < count; ++drive) {
+        const int part_no = part_nos != nullptr ? part_nos[drive] : 0;
+        const auto work = [&] { return measure(dev_ids[drive], part_no, kind); };
+        result |= background ? detach([&] { work(); }) : work();
+    }
+    return result;
+}
+
+/// The figure kept under a key; none while a measurement runs, after a failed one, and before the
+/// first.
+int read_back(const char* name, const char* key, int enclosure, int port,
+              unsigned long long* value) {
+    return call(name, arguments(enclosure, port), [&] {
+        const unsigned dev_id = dev_id_of(enclosure, port);
+        char text[128] = "";
+        const int length = Ini_Conf_Get_Field(enclosure_file(dev_id).c_str(),
+                                              section_of(dev_id).c_str(), key, text, sizeof text);
+        char* end = nullptr;
+        const unsigned long long figure = std::strtoull(text, &end, 10);
+        if (value == nullptr || length <= 0 || end == text || *end != '\0') return kFailure;
+        *value = figure;
+        return 0;
+    });
+}
+
+}  // namespace
+
+int Disk_Read_Performance_Test(const unsigned* dev_ids, int count, int sequential, int background) {
+    return call(
+        "Disk_Read_Performance_Test",
+        arguments(dev_ids != nullptr && count > 0 ? dev_ids[0] : 0, count, sequential, background),
+        [&] {
+            const Kind kind = kind_of(sequential != 0, flash::Direction::read);
+            return measure_all(dev_ids, count, nullptr, kind, background != 0);
+        });
+}
+
+int Disk_Write_Performance_Test(const unsigned* dev_ids, int count, const int* part_nos,
+                                int sequential, int background) {
+    return call(
+        "Disk_Write_Performance_Test",
+        arguments(dev_ids != nullptr && count > 0 ? dev_ids[0] : 0, count, sequential, background),
+        [&] {
+            const Kind kind = kind_of(sequential != 0, flash::Direction::write);
+            return measure_all(dev_ids, count, part_nos, kind, background != 0);
+        });
+}
+
+int PD_Get_Read_Speed(int enclosure, int port, unsigned long long* value) {
+    return read_back("PD_Get_Read_Speed", "read_speed", enclosure, port, value);
+}
+
+int PD_Get_Write_Speed(int enclosure, int port, unsigned long long* value) {
+    return read_back("PD_Get_Write_Speed", "write_speed", enclosure, port, value);
+}
+
+int PD_Get_Read_IOPS(int enclosure, int port, unsigned long long* value) {
+    return read_back("PD_Get_Read_IOPS", "read_iops", enclosure, port, value);
+}
+
+int PD_Get_Write_IOPS(int enclosure, int port, unsigned long long* value) {
+    return read_back("PD_Get_Write_IOPS", "write_iops", enclosure, port, value);
+}
