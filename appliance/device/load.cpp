@@ -13,6 +13,7 @@ namespace {
 /// Of a time or an amount; a killed process loses one at the most.
 constexpr int kSlices = 10;
 constexpr double kShortestSlice = 1.0;
+constexpr double kLongestSlice = 10.0;
 
 double monotonic() {
     timespec time{};
@@ -46,7 +47,7 @@ void PacedLoad::pace(flash::Progress& sum, Slice&& slice) {
 
 flash::Progress PacedLoad::for_seconds(double seconds, std::optional<uint64_t> bytes) {
     flash::Progress sum;
-    const double length = std::max(seconds / kSlices, kShortestSlice);
+    const double length = std::clamp(seconds / kSlices, kShortestSlice, kLongestSlice);
     while (sum.seconds < seconds && (!bytes || sum.bytes < *bytes))
         pace(sum, [&] { return run_.for_seconds(std::min(length, seconds - sum.seconds)); });
     return sum;
