@@ -1,16 +1,14 @@
 # Powering an instance on and off.
 # shellcheck shell=bash
 
-# Powers on when it is off; then the sandbox's record is read.
+# Powers on when it is off; afterwards the sandbox's record is read.
 ensure_power() {
     local build=$1 rate=$2 bare=$3
-    if ! is_on; then
-        check_host
-        hold_instance
-        # Another terminal may have been faster.
-        is_on || power_on "$(choose_build "$build")" "${rate:-1}" "$bare"
-        leave_instance
-    fi
+    # Two terminals at once: the second waits, and finds what the first has started.
+    hold_instance
+    is_on || power_on "$(choose_build "$build")" "${rate:-1}"
+    [[ -n $bare ]] || install_appliance
+    leave_instance
     if [[ -n $rate && $rate != "$sandbox_rate" ]]; then
         echo "appliance: it is on, and its clock runs at rate $sandbox_rate until it is powered off" >&2
     fi
@@ -30,51 +28,52 @@ choose_build() {
 
 power_on() {
     sandbox_build=$1 sandbox_rate=$2
-    local bare=$3
     [[ -n $sandbox_build ]] || exit 125
     [[ $sandbox_rate =~ ^[1-9][0-9]{0,3}$ && $sandbox_rate -le 1000 ]] ||
         fail "a rate is a whole number from 1 to 1000, not '$sandbox_rate'"
+    check_host
     make_root
     sandbox_clock_start=$(next_clock_start) sandbox_clock_shared=''
     start_sandbox
     echo "$sandbox_build" >"$instance/build"
-    write_sandbox
-    [[ -n $bare ]] || install_appliance
 }
 
-# Starts the sandbox with a first process that stays; it says when the inside is ready.
+# Starts the sandbox with a first process that stays. That process says when the inside is ready,
+# and goes on only when it is told so, after the sandbox has been recorded: if this script is killed
+# before, no sandbox is left that nobody knows of.
 start_sandbox() {
     make_sandbox_options
     make_inside
     sandbox_wall_start=${EPOCHREALTIME/[.,]/}
-    local ready='' answer info
-    info=$(mktemp)
-    exec {answer}< <(
-        exec {instance_lock}>&- 3< <(printf '%s\0' "${sandbox_options[@]}") 4>"$info" \
-            </dev/null 2>"$instance/log"
+    coproc {
+        exec {instance_lock}>&- 3< <(printf '%s\0' "${sandbox_options[@]}") 4>"$instance/info" \
+            2>"$instance/log"
         exec setsid bwrap --args 3 --info-fd 4 \
-            "${inside[@]}" /usr/bin/bash /opt/appliance/rootfs/init "$sandbox_rate"
-    )
-    read -r -t 30 -u "$answer" ready sandbox_clock_shared || true
-    exec {answer}<&-
-    [[ $(<"$info") =~ \"child-pid\":\ *([0-9]+) ]] && sandbox_pid=${BASH_REMATCH[1]}
-    rm -f -- "$info"
-    if [[ $ready != ready ]]; then
-        [[ -z $sandbox_pid ]] || kill -9 "$sandbox_pid" 2>/dev/null || true
-        cat -- "$instance/log" >&2
-        fail "the sandbox did not start; its own words stand above"
-    fi
+            "${inside[@]}" /usr/bin/bash /opt/appliance/rootfs/sbin/init "$sandbox_rate"
+    }
+    local from=${COPROC[0]} to=${COPROC[1]} ready='' info=''
+    read -r -t 30 -u "$from" ready sandbox_clock_shared || true
+    [[ ! -r $instance/info ]] || info=$(<"$instance/info")
+    rm -f -- "$instance/info"
+    [[ $ready == ready && $info =~ \"child-pid\":\ *([0-9]+) ]] || sandbox_failed
+    sandbox_pid=${BASH_REMATCH[1]}
     sandbox_start=$(start_of "$sandbox_pid") sandbox_boot=$(this_boot)
+    write_sandbox
+    echo go >&"$to"
+    exec {from}<&- {to}>&-
+}
+
+sandbox_failed() {
+    cat -- "$instance/log" >&2
+    fail "the sandbox did not start; its own words, if any, stand above. In a container, it needs" \
+        "the right to make namespaces (for example: docker run --privileged)"
 }
 
 # A new appliance gets its drives, volume, services and settings once.
 install_appliance() {
     local installed=$root/var/lib/appliance/installed
     [[ ! -e $installed && -x $sandbox_build/bin/appliance-setup ]] || return 0
-    if ! (run_inside appliance-setup) >&2; then
-        end_sandbox
-        fail "appliance-setup failed; the appliance is off"
-    fi
+    (run_inside appliance-setup) >&2 || fail "the appliance could not be set up"
     : >"$installed"
 }
 
@@ -102,7 +101,7 @@ show_status() {
     local clock
     clock=$(current_clock)
     echo "on since $(date -d "@$((sandbox_wall_start / 1000000))" '+%F %T')"
-    echo "clock:  $(date -d "@$clock" '+%F %T'), $sandbox_rate times as fast as the wall"
+    echo "clock:  $(date -d "@$clock" '+%F %T'), at $sandbox_rate seconds to one of the wall"
     echo "build:  $sandbox_build"
     echo "files:  $root"
 }

@@ -50,9 +50,11 @@ int main(int argc, char** argv) {
         std::perror("appliance-clock: the clock's semaphore");
         return 1;
     }
-    // Whoever powers the appliance on waits for this line.
+    // Whoever powers the appliance on waits for this line, makes a note of the sandbox, and
+    // answers.
     std::printf("ready %s\n", shared == nullptr ? "" : shared);
     std::fflush(stdout);
+    if (std::getchar() == EOF) return 1;
     constexpr int kWallSecondsAhead = 10;
     while (save(std::time(nullptr) + kWallSecondsAhead * rate, file)) {
         std::this_thread::sleep_for(std::chrono::seconds(rate));

@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# The sandbox as its users know it: terminals, instances, the clock, power.
+# usage: tests/sandbox_test.sh BUILD_DIR
+set -euo pipefail
+build=$(realpath -- "$1")
+enter=$(realpath -- "$(dirname "$0")/../appliance/enter")
+work=$(mktemp -d)
+one="$work/an appliance" two="$work/another"
+trap 'on "$one" --off; on "$two" --off; rm -rf -- "$work"' EXIT
+
+on() { "$enter" --instance "$1" --build "$build" --bare "${@:2}"; }
+
+failures=0
+check() {
+    local what=$1
+    shift
+    if "$@"; then echo "ok: $what"; else
+        echo "FAILED: $what"
+        failures=$((failures + 1))
+    fi
+}
+
+# Waits for a condition as long as a loaded machine may need.
+eventually() {
+    for _ in {1..100}; do
+        "$@" && return
+        sleep 0.05
+    done
+    return 1
+}
+
+sees() { on "$1" ps --columns 128 | grep -v grep | grep -q "$2"; }
+sees_not() { ! sees "$@"; }
+is_on() { [[ $(on "$1" --status) == on* ]]; }
+is_off() { [[ $(on "$1" --status) == off ]]; }
+differ_by_at_most() { local d=$(($2 - $1)) && ((d >= 0 && d <= $3)); }
+
+# Two terminals that find the appliance off power on one sandbox, not two.
+on "$one" --rate 100 sleep 11111 &
+first=$!
+on "$one" --rate 100 sleep 22222 &
+second=$!
+check "both terminals' processes are seen" eventually sees "$one" 'sleep 11111'
+check "both terminals' processes are seen, in one appliance" eventually sees "$one" 'sleep 22222'
+
+on "$two" --rate 1 true
+check "another instance does not see them" sees_not "$two" 'sleep 11111'
+on "$one" touch /root/file
+check "another instance does not see its files" on "$two" test ! -e /root/file
+check "the host's tree hides the instance's own state" on "$one" test ! -e "$build/instances/lock"
+
+# One second of the wall is 100 of the appliance; a busy machine makes it more, never less.
+before=$(on "$one" date +%s)
+on "$one" sleep 60
+after=$(on "$one" date +%s)
+check "terminals share one clock, which sleep follows" differ_by_at_most $((before + 60)) "$after" 2000
+
+status=0
+on "$one" sh -c 'exit 7' || status=$?
+check "the exit status is the command's" test "$status" -eq 7
+check "the shell knows what the appliance's does" test "$(on "$one" sh -c 'echo lost &>/dev/null; echo $'\''a\tb'\')" = $'a\tb'
+on "$one" ps --columns 20 >"$work/list"
+check "in the list of processes the id comes first, and lines are cut" \
+    test "$(grep -cvE '^ *[0-9]+ .{1,18}$' "$work/list")" -eq 0
+
+# A process that is killed while it starts must not stop the clock for the others.
+# shellcheck disable=SC2016
+on "$one" bash -c 'for ((i = 0; i < 300; i++)); do true & kill -9 $!; /bin/true & kill -9 $!; done 2>/dev/null; true'
+check "programs still start after many were killed" on "$one" true
+
+before=$(on "$one" date +%s)
+on "$one" --off
+wait "$first" "$second" 2>/dev/null || true
+check "power-off ends the processes of all terminals" test -z "$(jobs -rp)"
+check "it is off" is_off "$one"
+check "power-off twice is no error" on "$one" --off
+check "the other instance stays on" is_on "$two"
+check "the clock does not go back, at another rate" \
+    test "$(on "$one" --rate 1 date +%s)" -gt "$before"
+
+# A sandbox that is killed leaves its record behind.
+pid=$(sed -n 's/^pid=//p' "$one/sandbox")
+before=$(on "$one" date +%s)
+kill -9 "$pid"
+check "a killed sandbox is noticed" eventually is_off "$one"
+check "the clock does not go back after a kill" test "$(on "$one" date +%s)" -gt "$before"
+
+[[ $failures -eq 0 ]] || exit 1
