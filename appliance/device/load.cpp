@@ -14,6 +14,7 @@ namespace {
 constexpr int kSlices = 10;
 constexpr double kShortestSlice = 1.0;
 constexpr double kLongestSlice = 10.0;
+constexpr uint64_t kSmallestSlice = uint64_t{64} << 20;
 
 double monotonic() {
     timespec time{};
@@ -55,7 +56,7 @@ flash::Progress PacedLoad::for_seconds(double seconds, std::optional<uint64_t> b
 
 flash::Progress PacedLoad::for_bytes(uint64_t bytes) {
     flash::Progress sum;
-    const uint64_t length = bytes / kSlices + 1;
+    const uint64_t length = std::max(bytes / kSlices, kSmallestSlice);
     while (sum.bytes < bytes)
         pace(sum, [&] { return run_.for_bytes(std::min(length, bytes - sum.bytes)); });
     return sum;

@@ -137,11 +137,16 @@ int Part_Get_Info(int enclosure, int port, int part_no, PART_INFO *info);
  * @param part_nos    partition to measure on, for each drive; 0 for the whole drive
  * @param sequential  non-zero: throughput; zero: IOPS
  * @param background  non-zero: return at once
+ *
+ * The figures lie in /etc/enclosure_N.conf, section PhysicalDisk_PORT, and, by the drive's WWN, in
+ * /etc/config/disk_performance.conf: keys read_speed, write_speed, read_iops, write_iops. A key holds
+ * "testing" while its measurement runs and "fail" after one that failed.
  */
 int Disk_Read_Performance_Test(const unsigned *dev_ids, int count, int sequential, int background);
 int Disk_Write_Performance_Test(const unsigned *dev_ids, int count, const int *part_nos,
                                 int sequential, int background);
 
+/* The last figure; fails when there is none. */
 int PD_Get_Read_Speed(int enclosure, int port, unsigned long long *value);  /* KiB a second */
 int PD_Get_Write_Speed(int enclosure, int port, unsigned long long *value); /* bytes a second */
 int PD_Get_Read_IOPS(int enclosure, int port, unsigned long long *value);

@@ -44,10 +44,10 @@ typedef struct RAID_INFO {
 
 int RAID_ID_Is_Reserved(int raid_id); /* non-zero: the platform keeps this id for itself */
 int RAID_Is_Exist(int raid_id);       /* non-zero: the group or its configuration exists */
-int RAID_Remove_Conf(int raid_id);
+int RAID_Remove_Conf(int raid_id);    /* fails for a group that is still in a pool */
 int RAID_Get_Info(int raid_id, int flags, RAID_INFO *info);
 int RAID_Get_Conf(int raid_id, RAID_CONF *conf);
-int RAID_Get_Id_By_Drive(unsigned dev_id); /* group that holds the drive; -1: none */
+int RAID_Get_Id_By_Drive(unsigned dev_id); /* group that has the drive as member or spare; -1: none */
 
 /* While anything is registered, background rebuilds slow down. A registration is a text. */
 int RAID_Force_Speed_Down_Generate_UID(int pid, char *uid, int size);
@@ -58,7 +58,8 @@ int RAID_Force_Speed_Down_Remove(const char *uid);
 
 #define DISK_META_CURRENT 7 /* the layout of this firmware; anything else wants an initialisation */
 
-int NAS_Disk_Check_Meta_Type(unsigned dev_id);
+int NAS_Disk_Check_Meta_Type(unsigned dev_id); /* the drive's layout; negative: no such drive */
+/** Lay a drive out anew that is in no group; meta_type is the layout that it has. */
 int NAS_Disk_Fast_Init(unsigned dev_id, int meta_type);
 
 /* ---- Storage pools ---- */
@@ -82,13 +83,19 @@ int Pool_Get_Member_Count(int pool_id);
 int Pool_Get_Dev_Member(int pool_id, int index, POOL_MEMBER *member);
 /** Ids of up to max volumes of the pool; returns how many. */
 int Pool_Enumerate_LV(int pool_id, int *lv_ids, int max, int flags, int kind);
-/** Round a volume size, in sectors of 512 bytes, to what the pool can create. */
+/** Round a volume size, in sectors of 512 bytes, down to what the pool can create: a multiple of
+    4 MiB, at least one. */
 int Pool_Calc_LV_Small_Create_Size(int pool_id, uint64_t *sectors);
 
-/** Make the groups of the list and a pool over them. Returns the pool's id or a negative value. */
+/**
+ * Make the groups of the list and a pool over them, striped when there are several; a drive without
+ * partitions gets them. Nothing is made when one group cannot be: a level that does not go with its
+ * number of members, an id that is taken or reserved, a drive that is missing, in a group, or listed
+ * twice. Returns the pool's id or a negative value.
+ */
 int NAS_Pool_Create(RAID_CONF *groups, int flags, int kind, const POOL_CREATE_OPTIONS *options,
                     void *context);
-/** Remove a pool without volumes, and the groups under it. */
+/** Remove a pool and the groups under it; fails while it has volumes. */
 int NAS_Pool_Remove(int pool_id, int flags, int kind);
 /* Mark a pool: /tmp/cv_initializing.tmp and /tmp/cv_removing.tmp hold its id. */
 int nas_set_initializing_cv_pool(int pool_id);
@@ -109,8 +116,8 @@ typedef struct LV_CREATE_REQUEST {
 
 int LV_Get_Next_Available_Id(int flags, uint64_t type); /* an id; negative: none */
 int LV_Create(LV_CREATE_REQUEST *request, int flags, int kind);
-int LV_Destroy(int lv_id);
-int LV_Resize(int lv_id, uint64_t sectors);
+int LV_Destroy(int lv_id); /* fails while a program has the volume open */
+int LV_Resize(int lv_id, uint64_t sectors); /* not to 0, nor beyond what the pool has free */
 int LV_Is_Exist(int lv_id);                          /* non-zero: it exists */
 int LV_Get_Id(const char *name);                     /* negative: no such volume */
 int LV_Get_Name(int lv_id, char *name, int size);    /* for example /dev/mapper/lv1568 */
@@ -121,7 +128,7 @@ int LV_Get_Size(int lv_id, uint64_t *sectors);
 
 int Check_Default_Share_in_All_Vol(int flags);       /* id of the volume; 0 or below: none */
 int Volume_Is_Mount(int volume_id, char *path, int size); /* non-zero: mounted, at path */
-int Start_Services(void);
+int Start_Services(void); /* services.sh and rsyncd.sh; returns when both have started */
 
 #ifdef __cplusplus
 }
