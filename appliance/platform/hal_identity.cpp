@@ -1,10 +1,8 @@
 /// Who the appliance is. Every value is a setting of the instance, so that a test can change it;
 /// the defaults describe a small machine with two memory slots.
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include <fmt/format.h>
@@ -12,6 +10,7 @@
 #include "core/call.h"
 #include "core/state.h"
 #include "platform/hal.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -20,17 +19,10 @@ using appliance::setting;
 
 constexpr int kFailure = -1;
 
-int copy_out(const std::string& text, char* buffer, int size) {
-    if (buffer == nullptr || size < 1) return kFailure;
-    const size_t length = std::min(text.size(), static_cast<size_t>(size) - 1);
-    std::memcpy(buffer, text.data(), length);
-    buffer[length] = '\0';
-    return 0;
-}
-
 int identity(const char* function, const char* key, const char* fallback, char* buffer, int size) {
-    return appliance::call(function, arguments(size),
-                           [&] { return copy_out(setting(key, fallback), buffer, size); });
+    return appliance::call(function, arguments(size), [&] {
+        return appliance::hand_out(setting(key, fallback), buffer, size);
+    });
 }
 
 int number(const char* key, int fallback) {
@@ -79,7 +71,7 @@ int HAL_MB_Get_CPU_Info(char* buffer, int size) {
 int SE_Get_Serial_No(int enclosure, char* buffer, int size) {
     return appliance::call(__func__, arguments(enclosure, size), [&] {
         if (enclosure != 0) return kFailure;
-        return copy_out(setting("serial_no", "TR8-24-000117"), buffer, size);
+        return appliance::hand_out(setting("serial_no", "TR8-24-000117"), buffer, size);
     });
 }
 

@@ -37,6 +37,10 @@ constexpr int kThrew = 99;
     std::exit(status);  // not _exit: coverage counters are written on the way out
 }
 
+Ending ending_of(int status) {
+    return WIFEXITED(status) ? exited(WEXITSTATUS(status)) : killed(WTERMSIG(status));
+}
+
 ProcessInfo read_process(pid_t pid) {
     const std::string directory = "/proc/" + std::to_string(pid);
     // "PID (NAME) STATE PARENT ...", and the name may hold anything.
@@ -72,6 +76,14 @@ Child::~Child() {
 
 void Child::signal(int number) const { ::kill(pid_, number); }
 
+bool Child::running() {
+    if (ending_) return false;
+    int status = 0;
+    if (::waitpid(pid_, &status, WNOHANG) != pid_) return true;
+    ending_ = ending_of(status);
+    return false;
+}
+
 Ending Child::wait() {
     if (!ending_) ending_ = wait_for(pid_);
     return *ending_;
@@ -85,7 +97,7 @@ Ending wait_for(pid_t pid) {
     do ended = ::waitpid(pid, &status, 0);
     while (ended < 0 && errno == EINTR);
     if (ended != pid) throw std::runtime_error("no such child: " + std::to_string(pid));
-    return WIFEXITED(status) ? exited(WEXITSTATUS(status)) : killed(WTERMSIG(status));
+    return ending_of(status);
 }
 
 std::vector<ProcessInfo> processes() {

@@ -33,6 +33,7 @@ class Child {
 
     pid_t pid() const { return pid_; }
     void signal(int number) const;
+    bool running();
     Ending wait();
 
   private:
