@@ -24,20 +24,30 @@ std::unique_ptr<SQLite::Database> open_state() {
     return database;
 }
 
+/// The connection of the process that opened it. On the other side of a fork it must be neither used
+/// nor closed: a child sets what it inherited aside, for good.
+struct Connection {
+    std::unique_ptr<SQLite::Database> database;
+    pid_t owner = 0;
+
+    ~Connection() { drop_inherited(); }
+
+    void drop_inherited() {
+        static auto& aside = *new std::vector<SQLite::Database*>;
+        if (database && owner != ::getpid()) aside.push_back(database.release());
+    }
+};
+
 }  // namespace
 
 SQLite::Database& state() {
-    static std::unique_ptr<SQLite::Database> connection;
-    static pid_t owner = 0;
-    // A connection must not be used or closed on the other side of a fork: the child sets what it
-    // inherited aside.
-    static std::vector<SQLite::Database*> inherited;
-    if (connection && owner != ::getpid()) inherited.push_back(connection.release());
-    if (!connection) {
-        connection = open_state();
-        owner = ::getpid();
+    static Connection connection;
+    connection.drop_inherited();
+    if (!connection.database) {
+        connection.database = open_state();
+        connection.owner = ::getpid();
     }
-    return *connection;
+    return *connection.database;
 }
 
 std::string setting(const std::string& key, const std::string& fallback) {
