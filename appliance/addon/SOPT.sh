@@ -21,8 +21,8 @@ UTIL=${BASH_SOURCE[0]%/*}
 . "$UTIL/opr_common.sh"
 
 readonly WINDOW=5 MAX_ROUNDS=25 ROUND_SECONDS=60
-readonly PASSES=2  # over the area under test, to precondition it
-readonly SLICES=20 # in which a preconditioning, or the fill, is written
+readonly PASSES=2 SLICES=20 # over the area under test, to precondition it
+readonly FILL_SLICES=10     # in which the volume is filled
 readonly THROTTLE_CELSIUS=70
 
 usage() {
@@ -112,24 +112,25 @@ write_volume() {
 }
 
 # Write the n-th of the slices in which an area is written over: all over it when random, one after
-# the other when sequential. Arguments: random|sequential, n from 0, MiB of the area, passes over it.
+# the other when sequential. Arguments: random|sequential, MiB of the area, passes over it, n from 1,
+# number of slices.
 write_slice() {
-    local amount=$(($3 * $4)) from to
-    from=$((amount * $2 / SLICES)) to=$((amount * ($2 + 1) / SLICES))
+    local amount=$(($2 * $3)) from to
+    from=$((amount * ($4 - 1) / $5)) to=$((amount * $4 / $5))
     if [[ $1 == sequential ]]; then
-        write_volume sequential --offset="$((from % $3))M" --size="$((to - from))M"
+        write_volume sequential --offset="$((from % $2))M" --size="$((to - from))M"
     else
-        write_volume random --size="${3}M" --io_limit="$((to - from))M"
+        write_volume random --size="${2}M" --io_limit="$((to - from))M"
     fi
 }
 
 # Put data everywhere, so that nothing is free but what a ratio leaves free.
 fill_volume() {
     local n
-    for ((n = 1; n <= SLICES; ++n)); do
-        write_slice sequential "$((n - 1))" "$VOLUME_MIB" 1
+    for ((n = 1; n <= FILL_SLICES; ++n)); do
+        write_slice sequential "$VOLUME_MIB" 1 "$n" "$FILL_SLICES"
         elapsed
-        PERCENT=$((100 * n / SLICES)) ETA=$((ELAPSED_MS * (SLICES - n) / n / 1000))
+        PERCENT=$((100 * n / FILL_SLICES)) ETA=$((ELAPSED_MS * (FILL_SLICES - n) / n / 1000))
         publish
     done
 }
@@ -181,7 +182,7 @@ precondition() {
     elapsed
     began=$ELAPSED_MS
     for ((n = 1; n <= SLICES; ++n)); do
-        write_slice "$1" "$((n - 1))" "$AREA_MIB" "$PASSES"
+        write_slice "$1" "$AREA_MIB" "$PASSES" "$n" "$SLICES"
         observe_step
         left=$(((ELAPSED_MS - began) * (SLICES - n) / n / 1000))
         publish_part "$((80 * n / SLICES))" "$((left + WINDOW * ROUND_SECONDS))"

@@ -52,21 +52,10 @@ int sample(int record_no, uint64_t time_ms, const std::string& file) {
     return kOk;
 }
 
-/// The keys go first: whoever reads between the two sees the new ratio with the old figures for
-/// less time than one reading takes.
-int progress(int record_no, const std::string& volume, const ProgressKeys& keys,
-             const Status& status) {
-    const bool written =
-        write_keys(record_no, keys) && write_status_file(record_no, volume, status);
+int progress(int record_no, const std::string& volume, const Status& status,
+             const ProgressKeys& keys) {
+    const bool written = publish(record_no, volume, status, keys);
     if (!is_testing(record_no)) return kNotTesting;
-    return written ? kOk : kFailed;
-}
-
-int finish(int record_no) {
-    constexpr int kNoRatio = -2;
-    const bool written =
-        write_keys(record_no, {.percentage = kNoRatio, .detail = 0, .script_progress = 100});
-    remove_status_file(record_no);
     return written ? kOk : kFailed;
 }
 
@@ -144,7 +133,7 @@ void add_import_commands(CLI::App& app, Request& request) {
 void add_progress_commands(CLI::App& app, Request& request) {
     auto* show = add_command(
         app, request, "progress", "Publish progress; exit status 3 when the test was stopped",
-        [&] { return progress(request.record_no, request.volume, request.keys, request.status); });
+        [&] { return progress(request.record_no, request.volume, request.status, request.keys); });
     show->add_option("--ratio", request.keys.percentage, "Ratio; -1 for the initial fill");
     show->add_option("--steps", request.keys.total_step, "Steps of a ratio");
     show->add_option("--step", request.keys.running_step, "Step running now, from 1");
@@ -158,7 +147,7 @@ void add_progress_commands(CLI::App& app, Request& request) {
     request.keys.detail = 1;
 
     add_command(app, request, "finish", "Publish that the script is done",
-                [&] { return finish(request.record_no); });
+                [&] { return publish_end(request.record_no) ? kOk : kFailed; });
 }
 
 }  // namespace

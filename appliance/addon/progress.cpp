@@ -33,8 +33,7 @@ class FileLock {
     int handle_;
 };
 
-}  // namespace
-
+/// Under the file's write lock, which the caller holds.
 bool write_keys(int record_no, const ProgressKeys& keys) {
     const std::string section = fmt::format("Record_{}", record_no);
     bool written = true;
@@ -43,15 +42,29 @@ bool write_keys(int record_no, const ProgressKeys& keys) {
         written &= Ini_Conf_Set_Field(kRuntimeInfoFile, section.c_str(), key,
                                       fmt::to_string(*value).c_str()) >= 0;
     };
-    const FileLock lock(kRuntimeInfoFile);
-    write("test_script_progress", keys.script_progress);
     write("current_op_percentage", keys.percentage);
     write("current_op_total_step", keys.total_step);
     write("current_op_running_step", keys.running_step);
     write("current_op_start_time", keys.start_time);
     write("current_op_detail", keys.detail);
+    write("test_script_progress", keys.script_progress);
     return written;
 }
+
+/// Replaces the status file in one step, since it is read without a lock.
+bool write_status_file(int record_no, const std::string& line) {
+    const std::string path = status_file(record_no);
+    const std::string draft = fmt::format("{}.{}", path, ::getpid());
+    std::ofstream file(draft, std::ios::trunc);
+    file << line;
+    file.close();
+    if (file.good() && std::rename(draft.c_str(), path.c_str()) == 0) return true;
+    std::error_code ignored;
+    std::filesystem::remove(draft, ignored);
+    return false;
+}
+
+}  // namespace
 
 std::string eta_text(uint64_t seconds) {
     const uint64_t days = seconds / 86400;
@@ -76,23 +89,21 @@ std::string status_line(int record_no, const std::string& volume, const Status& 
     return fmt::format("{}\n", fmt::join(fields, ";"));
 }
 
-bool write_status_file(int record_no, const std::string& volume, const Status& status) {
-    const std::string path = status_file(record_no);
-    const std::string draft = fmt::format("{}.{}", path, ::getpid());
-    {
-        std::ofstream file(draft, std::ios::trunc);
-        file << status_line(record_no, volume, status);
-        file.close();
-        if (file.good() && std::rename(draft.c_str(), path.c_str()) == 0) return true;
-    }
-    std::error_code ignored;
-    std::filesystem::remove(draft, ignored);
-    return false;
+bool publish(int record_no, const std::string& volume, const Status& status,
+             const ProgressKeys& keys) {
+    const FileLock lock(kRuntimeInfoFile);
+    const bool figures = write_status_file(record_no, status_line(record_no, volume, status));
+    return write_keys(record_no, keys) && figures;
 }
 
-void remove_status_file(int record_no) {
+bool publish_end(int record_no) {
+    constexpr int kNoRatio = -2;
+    const FileLock lock(kRuntimeInfoFile);
+    const bool written =
+        write_keys(record_no, {.percentage = kNoRatio, .detail = 0, .script_progress = 100});
     std::error_code ignored;
     std::filesystem::remove(status_file(record_no), ignored);
+    return written;
 }
 
 }  // namespace appliance::addon

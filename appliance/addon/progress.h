@@ -18,10 +18,6 @@ struct ProgressKeys {
     std::optional<int> script_progress{};  ///< percent of the whole script, less the current ratio
 };
 
-/// Writes the keys under one hold of the file's write lock, so that a reader finds them together.
-/// @return false when a key could not be written; the others are written all the same
-bool write_keys(int record_no, const ProgressKeys& keys);
-
 /// The current ratio's figures.
 struct Status {
     double percent = 0;        ///< progress of the ratio
@@ -37,8 +33,16 @@ std::string eta_text(uint64_t seconds);
 /// 2 volume, 6 percent, 7 time left, 49 KiB written, 51 IOPS.
 std::string status_line(int record_no, const std::string& volume, const Status& status);
 
-/// Replaces the record's status file in one step, since it is read without a lock.
-bool write_status_file(int record_no, const std::string& volume, const Status& status);
-void remove_status_file(int record_no);
+/// Publishes figures and keys under one hold of the runtime-info file's write lock.
+///
+/// A reader takes test_script_progress first, without the lock, and the status file last. So that
+/// one that comes between two ratios never sees more than there is, the file changes first and that
+/// key last: such a reader sees the new ratio's figures on the old one's progress, once.
+/// @return false when something could not be written; the rest is written all the same
+bool publish(int record_no, const std::string& volume, const Status& status,
+             const ProgressKeys& keys);
+
+/// The script is done: no ratio, no figures, all of its progress made.
+bool publish_end(int record_no);
 
 }  // namespace appliance::addon
