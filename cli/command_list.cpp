@@ -1,0 +1,78 @@
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "commands.h"
+#include "layout.h"
+#include "record.h"
+#include "table.h"
+#include "terminal.h"
+#include "text.h"
+
+namespace cli {
+
+namespace {
+
+std::string layout_of(const ssd_op_db_record& record) {
+    const auto* group = record.raid_conf;
+    if (group == nullptr) return "-";
+    return Layout{group->raid_level, static_cast<size_t>(group->ssd_drive_num)}.text();
+}
+
+std::string took(const ssd_op_db_record& record) {
+    const bool ended = record.end_time >= record.start_time;
+    return ended ? duration_text(std::difftime(record.end_time, record.start_time)) : "-";
+}
+
+void print_table(const std::vector<Record>& records) {
+    Table table({{"Record", Table::Align::right},
+                 {"Status"},
+                 {"Started"},
+                 {"Took"},
+                 {"Layout"},
+                 {"OP"},
+                 {"Title"}});
+    for (const Record& record : records) {
+        table.add(
+            {std::to_string(record->record_no), status_word(record->status),
+             moment_text(record->start_time), took(*record), layout_of(*record),
+             fmt::format("{} to {} %, step {}", record->min_op, record->max_op, record->interval),
+             printable(record->title)});
+    }
+    fmt::print("{}",
+               table.empty() ? "There is no record yet; ssd-op start makes one.\n" : table.text());
+}
+
+Json to_json(const ssd_op_db_record& record) {
+    return {{"record", record.record_no},
+            {"title", record.title},
+            {"status", status_word(record.status)},
+            {"start_time", record.start_time},
+            {"end_time", record.end_time},
+            {"min_op", record.min_op},
+            {"max_op", record.max_op},
+            {"interval", record.interval},
+            {"raid_level",
+             record.raid_conf != nullptr ? Json(record.raid_conf->raid_level) : Json(nullptr)},
+            {"drives", drives_of(record).size()}};
+}
+
+void run(bool json) {
+    const std::vector<Record> records = load_records();
+    if (!json) return print_table(records);
+    Json list = Json::array();
+    for (const Record& record : records) list.push_back(to_json(*record));
+    print_json(list);
+}
+
+}  // namespace
+
+void add_list_command(CLI::App& app) {
+    auto* command = app.add_subcommand("list", "List the records of all evaluations");
+    auto json = std::make_shared<bool>(false);
+    add_json_flag(*command, *json);
+    command->footer("Example:\n  ssd-op list --json");
+    command->callback([json] { run(*json); });
+}
+
+}  // namespace cli

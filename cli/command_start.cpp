@@ -1,0 +1,121 @@
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "commands.h"
+#include "failure.h"
+#include "follow.h"
+#include "launch.h"
+#include "plan_output.h"
+
+namespace cli {
+
+namespace {
+
+struct Options {
+    Request request;
+    bool foreground = false;
+    bool yes = false;
+    bool dry_run = false;
+    bool json = false;
+};
+
+/// @throws Failure unless the evaluation completed
+void follow_to_the_end(Launched& launched, const Options& options) {
+    const Snapshot last = follow(launched, options.json);
+    if (options.json) print_json(snapshot_json(last));
+    if (last.status == SSD_OP_TEST_STATUS_COMPLETED) return;
+    const std::string what =
+        is_running(last.status)
+            ? fmt::format("Evaluation {} broke off while it was {}; its storage may be left over.",
+                          last.record_no, status_word(last.status))
+            : fmt::format("Evaluation {} {}.", last.record_no, status_word(last.status));
+    throw Failure(kFailed, what, "ssd-op events tells what happened.");
+}
+
+void report_start(const Launched& launched, const Plan& plan, const Options& options) {
+    if (options.json) {
+        Json json = {{"record", launched.record_no()}};
+        json["plan"] = plan_json(plan);
+        print_json(json);
+    } else {
+        fmt::print("Evaluation {0} has started. ssd-op status {0} tells how far it is.\n",
+                   launched.record_no());
+    }
+}
+
+void run(const Options& options) {
+    const Plan plan = make_plan(options.request);
+    if (options.dry_run) {
+        if (options.json) return print_json(plan_json(plan));
+        fmt::print("{}\nThis was a dry run: nothing has been done.\n", plan_text(plan));
+        return;
+    }
+    if (!options.json) fmt::print("{}", plan_text(plan));
+    std::fflush(stdout);
+    if (!options.yes) {
+        if (options.json) fmt::print(stderr, "{}", plan_text(plan));
+        if (!confirmed("\nStart the evaluation?"))
+            throw Failure(kNotConfirmed, "Nothing has been done.");
+    }
+    Launched launched = launch(plan, options.foreground);
+    if (options.foreground)
+        follow_to_the_end(launched, options);
+    else
+        report_start(launched, plan, options);
+}
+
+void add_request_options(CLI::App& command, Request& request) {
+    command.add_option("--raid", request.raid, "RAID level: 0, 1, 5, 6, 10 or single")->required();
+    command
+        .add_option("--drives", request.drives,
+                    "Drives by device, slot name or id, separated by commas")
+        ->required()
+        ->delimiter(',');
+    command.add_option("--title", request.title, "Name of the evaluation");
+    command.add_option("--min-op", request.min_op, "First OP ratio, percent")
+        ->capture_default_str();
+    command.add_option("--max-op", request.max_op, "Last OP ratio, percent")->capture_default_str();
+    command.add_option("--interval", request.interval, "Step from ratio to ratio, percent")
+        ->capture_default_str();
+    command
+        .add_option("--test-size", request.test_size_mib, "MiB of the volume to test; 0: all of it")
+        ->capture_default_str();
+    command
+        .add_option("--min-iops", request.min_iops,
+                    "Give a ratio up that stays below this rate; 0: never")
+        ->capture_default_str();
+    command
+        .add_option("--abort-time", request.abort_time,
+                    "Give a ratio up after these seconds; 0: never")
+        ->capture_default_str();
+    command.add_flag("--stop-services", request.stop_services,
+                     "Stop the file services while the storage is created");
+    auto* sequential = command.add_flag("--sequential", request.sequential,
+                                        "Measure sequential writes instead of random ones");
+    command.add_flag("--all", request.all, "Measure sequential writes, then random ones")
+        ->excludes(sequential);
+}
+
+}  // namespace
+
+void add_start_command(CLI::App& app) {
+    auto* command = app.add_subcommand(
+        "start", "Evaluate drives; ALL DATA ON THEM IS LOST. Asks before it begins.");
+    auto options = std::make_shared<Options>();
+    add_request_options(*command, options->request);
+    command->add_flag("--foreground", options->foreground,
+                      "Show the progress and wait for the end; Ctrl-C ends the showing only");
+    command->add_flag("--yes", options->yes, "Do not ask");
+    command->add_flag("--dry-run", options->dry_run,
+                      "Tell what would be done, its cost and time, and do nothing");
+    add_json_flag(*command, options->json);
+    command->footer(
+        "Examples:\n"
+        "  ssd-op start --raid 5 --drives sda,sdb,sdc,sdd --dry-run\n"
+        "  ssd-op start --raid single --drives \"Disk 2\" --min-op 7 --max-op 28 --interval 7 "
+        "--title \"Cache drive\" --foreground");
+    command->callback([options] { run(*options); });
+}
+
+}  // namespace cli

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace cli {
+
+/// Each adds one command to the program; running it may throw Failure.
+void add_drives_command(CLI::App& app);
+void add_start_command(CLI::App& app);
+void add_status_command(CLI::App& app);
+void add_list_command(CLI::App& app);
+void add_show_command(CLI::App& app);
+void add_events_command(CLI::App& app);
+void add_consent_command(CLI::App& app);
+void add_where_command(CLI::App& app);
+
+inline void add_json_flag(CLI::App& command, bool& json) {
+    command.add_flag("--json", json, "Print JSON");
+}
+
+}  // namespace cli

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace cli {
+
+/// The RAID level of a group, as the platform codes it.
+struct Layout {
+    int level;
+    size_t members;
+
+    /// Members whose worth of data the group holds.
+    size_t data_members() const;
+    /// Operations that the members do together for one small random write to the group.
+    int random_write_cost() const;
+    /// "RAID 5 over 4 drives", "a single drive".
+    std::string text() const;
+};
+
+/// "0", "1", "5", "6", "10" or "single".
+/// @throws Failure for anything else
+int parse_level(const std::string& text);
+
+/// @throws Failure that names the rule which level and number of members break
+void check_layout(const Layout& layout);
+
+}  // namespace cli

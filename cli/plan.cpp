@@ -1,0 +1,142 @@
+#include "plan.h"
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+
+#include <fmt/format.h>
+
+#include "failure.h"
+#include "text.h"
+
+namespace cli {
+
+namespace {
+
+constexpr int kMostOp = 99;  // a ratio of 100 would leave no volume to measure
+
+Failure refusal(const std::string& what, const std::string& advice) {
+    return {kRefused, what, advice};
+}
+
+/// The library finds this out only when the drives have been overwritten already.
+void check_addon() {
+    const bool installed = SSD_OP_Test_Is_Skip_OP(0, 0) >= 0;
+    if (!installed) {
+        throw refusal("The add-on that measures the drives is not installed.",
+                      "Install Oprella, then try again.");
+    }
+}
+
+void check_limits(const Request& request) {
+    for (const int op : {request.min_op, request.max_op}) {
+        if (op < 0 || op > kMostOp) {
+            throw refusal(fmt::format("An OP ratio of {} % is not possible.", op),
+                          fmt::format("Ratios go from 0 to {} %.", kMostOp));
+        }
+    }
+    if (request.min_op > request.max_op) {
+        throw refusal(
+            fmt::format("--min-op {} is above --max-op {}.", request.min_op, request.max_op),
+            "Exchange them.");
+    }
+    if (request.interval <= 0) {
+        throw refusal(fmt::format("An interval of {} never gets from one ratio to the next.",
+                                  request.interval),
+                      "Give an interval of 1 or more.");
+    }
+    if (request.abort_time < 0)
+        throw refusal("--abort-time cannot be negative.", "0 stands for never.");
+}
+
+std::vector<int> make_ratios(const Request& request) {
+    check_limits(request);
+    const int count = (request.max_op - request.min_op) / request.interval + 1;
+    if (count > SSD_OP_MAX_RATIOS) {
+        throw refusal(
+            fmt::format("From {} to {} % in steps of {} are {} ratios; a record holds {}.",
+                        request.min_op, request.max_op, request.interval, count, SSD_OP_MAX_RATIOS),
+            "Take a larger --interval or a smaller range.");
+    }
+    std::vector<int> ratios;
+    for (int i = 0; i < count; ++i) ratios.push_back(request.min_op + i * request.interval);
+    return ratios;
+}
+
+std::string described(const Drive& drive) {
+    return fmt::format("{} ({}, {}, serial number {})", drive.device, printable(drive.slot),
+                       printable(drive.model), printable(drive.serial_no));
+}
+
+void check_drive(const Drive& drive) {
+    if (!drive.is_ssd)
+        throw refusal(fmt::format("{} is not an SSD.", described(drive)),
+                      "Only SSDs can be evaluated; ssd-op drives tells which they are.");
+    if (drive.record_no != 0)
+        throw refusal(
+            fmt::format("{} is in evaluation {}, which has not ended.", described(drive),
+                        drive.record_no),
+            fmt::format("Wait for it (ssd-op status {}) or take another drive.", drive.record_no));
+    if (!drive.is_free())
+        throw refusal(fmt::format("{} is {}.", described(drive), use_of(drive)),
+                      "Take a drive that ssd-op drives shows as free.");
+}
+
+std::vector<Drive> choose_drives(const std::vector<std::string>& names) {
+    const std::vector<Drive> present = load_drives();
+    std::vector<Drive> chosen;
+    std::set<uint32_t> ids;
+    for (const std::string& name : names) {
+        const Drive& drive = find_drive(present, name);
+        if (!ids.insert(drive.id).second)
+            throw refusal(fmt::format("{} is named twice.", described(drive)),
+                          "Name each drive once.");
+        check_drive(drive);
+        chosen.push_back(drive);
+    }
+    return chosen;
+}
+
+int test_type(const Request& request) {
+    if (request.all) return SSD_OP_TEST_TYPE_ALL;
+    return request.sequential ? SSD_OP_TEST_TYPE_SEQUENTIAL : SSD_OP_TEST_TYPE_RANDOM;
+}
+
+std::string title_of(const Request& request, const Plan& plan) {
+    if (!request.title.empty()) return request.title;
+    return fmt::format("{}, OP {} to {} %", plan.layout.text(), plan.ratios.front(),
+                       plan.ratios.back());
+}
+
+ssd_op_test_param make_param(const Request& request, const Plan& plan) {
+    ssd_op_test_param param{};
+    const std::string title = title_of(request, plan);
+    if (title.size() >= sizeof param.title)
+        throw refusal(fmt::format("The title has {} bytes.", title.size()),
+                      fmt::format("At most {} fit.", sizeof param.title - 1));
+    std::memcpy(param.title, title.c_str(), title.size());
+    param.test_type = test_type(request);
+    param.min_op = request.min_op;
+    param.max_op = request.max_op;
+    param.interval = request.interval;
+    param.test_size = request.test_size_mib;
+    param.stop_service = request.stop_services ? 1 : 0;
+    param.min_iops = request.min_iops;
+    param.abort_time = request.abort_time;
+    return param;
+}
+
+}  // namespace
+
+Plan make_plan(const Request& request) {
+    Plan plan{};
+    plan.ratios = make_ratios(request);
+    plan.layout = {parse_level(request.raid), request.drives.size()};
+    plan.drives = choose_drives(request.drives);
+    check_layout(plan.layout);
+    check_addon();
+    plan.param = make_param(request, plan);
+    return plan;
+}
+
+}  // namespace cli

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "plan.h"
+#include "terminal.h"
+
+namespace cli {
+
+/// What an evaluation would do, to which drives, what it costs in capacity and how long it takes.
+std::string plan_text(const Plan& plan);
+Json plan_json(const Plan& plan);
+
+}  // namespace cli

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ssd_op.h"
+
+namespace cli {
+
+struct FreeRecord {
+    void operator()(ssd_op_db_record* record) const { SSD_OP_DB_Free_Record(record); }
+};
+using Record = std::unique_ptr<ssd_op_db_record, FreeRecord>;
+
+/// True when there is a database. Asking for records would create it.
+bool has_database();
+
+/// A record with its groups, drives and results.
+/// @throws Failure when there is none of that number, telling which there are
+Record load_record(int record_no);
+
+/// All records, oldest first; or those of a status.
+std::vector<Record> load_records(int status = SSD_OP_ANY_STATUS);
+
+/// The records that are initiating, testing or finishing.
+std::vector<Record> load_running_records();
+
+bool is_running(int status);
+
+/// "testing" and so on, the word used in tables and in JSON.
+std::string status_word(int status);
+
+/// All drives of a record, group by group.
+std::vector<const ssd_op_db_ssd_dev*> drives_of(const ssd_op_db_record& record);
+
+/// The name of a drive's slot; when the platform has none (any more), its place: "1:4".
+std::string slot_name(const ssd_op_db_ssd_dev& drive);
+
+}  // namespace cli

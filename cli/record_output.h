@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "record.h"
+#include "terminal.h"
+
+namespace cli {
+
+/// All that a record tells.
+std::string record_text(const ssd_op_db_record& record);
+Json record_json(const ssd_op_db_record& record);
+
+}  // namespace cli

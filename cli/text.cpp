@@ -1,0 +1,60 @@
+#include "text.h"
+
+#include <array>
+#include <cmath>
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+namespace cli {
+
+std::string printable(std::string_view text) {
+    std::string shown;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || byte == 0x7F)
+            shown += fmt::format("\\x{:02x}", byte);
+        else
+            shown += c;
+    }
+    return shown;
+}
+
+size_t columns(std::string_view text) {
+    size_t count = 0;
+    for (const char c : text) {
+        const bool continues = (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+        if (!continues) ++count;
+    }
+    return count;
+}
+
+std::string size_text(uint64_t bytes) {
+    constexpr std::array kUnits = {"B", "kB", "MB", "GB", "TB", "PB", "EB"};
+    auto value = static_cast<double>(bytes);
+    size_t unit = 0;
+    while (value >= 999.95 && unit + 1 < kUnits.size()) {
+        value /= 1000;
+        ++unit;
+    }
+    return fmt::format("{:.{}f} {}", value, unit == 0 ? 0 : 1, kUnits[unit]);
+}
+
+std::string duration_text(double seconds) {
+    const auto whole = static_cast<long long>(std::llround(std::max(seconds, 0.0)));
+    const long long minutes = whole / 60, hours = minutes / 60, days = hours / 24;
+    if (days > 0) return fmt::format("{} d {} h", days, hours % 24);
+    if (hours > 0) return fmt::format("{} h {} min", hours, minutes % 60);
+    if (minutes > 0) return fmt::format("{} min {} s", minutes, whole % 60);
+    return fmt::format("{} s", whole);
+}
+
+std::string moment_text(time_t moment) {
+    return fmt::format("{:%Y-%m-%d %H:%M:%S}", fmt::localtime(moment));
+}
+
+std::string count_text(size_t count, std::string_view noun) {
+    return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+}  // namespace cli

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <string_view>
+
+namespace cli {
+
+/// Text from outside (a title, a drive's identity) for a terminal: control characters, which could
+/// move the cursor or change its colours, are shown as \x1b and the like.
+std::string printable(std::string_view text);
+
+/// Columns that a text takes on a terminal, one for each character of UTF-8.
+size_t columns(std::string_view text);
+
+std::string size_text(uint64_t bytes);      // "64.0 GB", in steps of 1000 as on a drive's label
+std::string duration_text(double seconds);  // "1 h 12 min"
+std::string moment_text(time_t moment);     // "2024-01-31 14:05:09", local time
+std::string count_text(size_t count, std::string_view noun);  // "1 drive", "4 drives"
+
+}  // namespace cli
