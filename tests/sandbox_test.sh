@@ -40,8 +40,9 @@ on "$one" --rate 100 sleep 11111 &
 first=$!
 on "$one" --rate 100 sleep 22222 &
 second=$!
-check "both terminals' processes are seen" eventually sees "$one" 'sleep 11111'
-check "both terminals' processes are seen, in one appliance" eventually sees "$one" 'sleep 22222'
+check "it is on" eventually is_on "$one"
+check "the first terminal's process is seen" eventually sees "$one" 'sleep 11111'
+check "the second's too, in the same appliance" eventually sees "$one" 'sleep 22222'
 
 on "$two" --rate 1 true
 check "another instance does not see them" sees_not "$two" 'sleep 11111'
