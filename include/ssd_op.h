@@ -864,6 +864,44 @@ SSD_OP_API int SSD_OP_Test_Record_SSD_Info(int record_no, unsigned long long tim
 /** end - start, with tv_nsec from 0 to 999999999. */
 SSD_OP_API struct timespec time_diff(struct timespec start, struct timespec end);
 
+/* ---- Reports ---- */
+
+/*
+ * Everything that is known about a record, in one file under /tmp. Its name is the test's name, an
+ * underscore and the record's title: "/tmp/SSD over-provisioning test_Nightly.csv". A slash in the
+ * title is an underscore in the name, and a title too long for a file name is cut; titles that
+ * differ only there share a file.
+ *
+ * A report is written under another name and gets its own when it is whole. An older one is deleted
+ * when the writing begins; a link in its place is not followed.
+ *
+ * path       receives the file's path, also when the writing fails
+ * path_size  size of path in bytes; a longer path is cut
+ * Both return 0; -1 without a path, when the record cannot be read, when memory is short or when
+ * the file cannot be written, which leaves no file of that name. Locks: the database, briefly,
+ * several times.
+ */
+
+/**
+ * Write a record as comma-separated text.
+ *
+ * Values stand in it as they are, without quotes: a comma in a title or a drive's name adds a
+ * column to its line, and a line end begins another line. Results that cannot be read show as "NG",
+ * the samples of a ratio as "No data."; the rest of the report is there all the same.
+ */
+SSD_OP_API int SSD_OP_Test_Export_CSV(int record_no, char *path, int path_size);
+
+/**
+ * Write a record as a workbook with one sheet and up to four charts: IOPS by ratio, and for all
+ * ratios together IOPS by time, IOPS by the amount written, and the amount by time.
+ *
+ * A sheet has room for 16,381 samples of a ratio. Samples beyond are left out, which is traced; the
+ * CSV report has them. Results that cannot be read show as "NG!!!", the samples of a ratio as
+ * "No Data."; a chart that would be empty is left out. What a workbook cannot hold, such as bytes
+ * that are not UTF-8, is replaced by U+FFFD.
+ */
+SSD_OP_API int SSD_OP_Test_Export_XLSX(int record_no, char *path, int path_size);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <xlsxwriter.h>
+
+#include "report/plain_locale.h"
+
+namespace ssd_op::report {
+
+/// A workbook with one sheet, in the making. Rows are written from top to bottom: a finished row
+/// goes to a file of the workbook library's at once, so that memory does not grow with the sheet.
+/// A failed step is remembered; the rest may go on, and close() tells.
+class Sheet {
+  public:
+    /// @throws std::bad_alloc
+    explicit Sheet(const char* path);
+    Sheet(const Sheet&) = delete;
+    Sheet& operator=(const Sheet&) = delete;
+    ~Sheet();
+
+    enum class Style { kPlain, kLabel, kTitle };
+
+    void merge(unsigned row, unsigned first, unsigned last, Style style = Style::kTitle);
+    void text(unsigned row, unsigned column, std::string_view text, Style style = Style::kPlain);
+    void number(unsigned row, unsigned column, double value);
+
+    /// A title over the sheet's width.
+    void title(unsigned row, std::string_view text);
+    /// A label in merged cells.
+    void label(unsigned row, unsigned first, unsigned last, std::string_view text);
+    /// A value in the merged cells from `first` to the last of the sheet's width.
+    void value(unsigned row, unsigned first, std::string_view text);
+
+    lxw_chart* new_chart(lxw_chart_type type);
+    lxw_chart_series* add_series(lxw_chart* chart, const std::string& categories,
+                                 const std::string& values);
+    void insert(lxw_chart* chart, unsigned row, unsigned column);
+
+    /// Writes the workbook to its path. Whether it is whole.
+    bool close();
+
+  private:
+    void note(lxw_error result) { intact_ = intact_ && result == LXW_NO_ERROR; }
+    lxw_format* format(Style style) const;
+
+    PlainLocale locale_;
+    lxw_workbook* workbook_;
+    lxw_worksheet* sheet_;
+    lxw_format* title_format_;
+    lxw_format* label_format_;
+    bool intact_ = true;
+};
+
+/// Columns of the part of the sheet that is read as a table, counted from 0 like all columns here.
+constexpr unsigned kLastColumn = 11;
+/// Columns that a sheet can have.
+constexpr unsigned kColumns = 16384;
+
+}  // namespace ssd_op::report
