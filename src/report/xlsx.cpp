@@ -41,7 +41,7 @@ unsigned write_test_information(Sheet& sheet, const ssd_op_db_record& record) {
     sheet.label(row, 0, kLabelEnd, "NAS MEMORY INFO");
     const auto items = report::memory_items(record);
     for (size_t i = 0; i < items.size(); ++i) {
-        if (i > 0) sheet.merge(++row, 0, kLabelEnd);
+        if (i > 0) sheet.merged({++row, 0, kLabelEnd});
         sheet.value(row, kValue, items[i]);
     }
     write_line(sheet, ++row, "START TIME", report::time_text(record.start_time) + '\n');
@@ -101,8 +101,7 @@ void write_evaluation(Sheet& sheet, unsigned row, const ssd_op_db_record& record
 template <typename Value>
 void write_samples(Sheet& sheet, unsigned row, std::string_view label,
                    const report::Samples& samples, Value value) {
-    sheet.merge(row, 1, 2, Style::kLabel);
-    sheet.text(row, 1, label, Style::kLabel);
+    sheet.merged({row, 1, 2, Style::kLabel}, label, Style::kLabel);
     unsigned column = report::kFirstSample;
     for (const auto* sample = samples.first(); sample != nullptr && column < report::kColumns;
          sample = sample->next)
@@ -126,8 +125,7 @@ class SampleTable {
     void write_ratio(int index, int percentage, const report::Samples& samples) {
         sheet_.text(row_, 0, "OP: " + std::to_string(percentage) + "%\n", Style::kLabel);
         if (!samples) {
-            sheet_.merge(row_, 1, 2);
-            sheet_.text(row_, 1, "No Data.", Style::kLabel);
+            sheet_.label(row_, 1, 2, "No Data.");
             ++row_;
             return;
         }

@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "report/xlsx_check.h"
 #include "report/xlsx_text.h"
 
 namespace ssd_op::report {
@@ -14,7 +15,7 @@ constexpr lxw_color_t kOrange = 0xFF6600;
 
 }  // namespace
 
-Sheet::Sheet(const char* path) {
+Sheet::Sheet(const char* path) : path_(path) {
     static char directory[] = "/tmp";  // the library wants it writable, and leaves it alone
     lxw_workbook_options options{};
     options.constant_memory = LXW_TRUE;
@@ -49,37 +50,41 @@ lxw_format* Sheet::format(Style style) const {
     return nullptr;
 }
 
-void Sheet::merge(unsigned row, unsigned first, unsigned last, Style style) {
-    note(worksheet_merge_range(sheet_, row, static_cast<lxw_col_t>(first), row,
-                               static_cast<lxw_col_t>(last), nullptr, format(style)));
+void Sheet::write_text(unsigned row, unsigned column, std::string_view text, Style style) {
+    note(worksheet_write_string(sheet_, row, static_cast<lxw_col_t>(column),
+                                cell_text(text).c_str(), format(style)));
 }
 
 void Sheet::text(unsigned row, unsigned column, std::string_view text, Style style) {
-    note(worksheet_write_string(sheet_, row, static_cast<lxw_col_t>(column),
-                                cell_text(text).c_str(), format(style)));
+    write_text(row, column, text, style);
+    ++cells_;
 }
 
 void Sheet::number(unsigned row, unsigned column, double value) {
     // A workbook has no way to write these as numbers.
     if (!std::isfinite(value))
-        text(row, column, std::isnan(value) ? "nan" : value < 0 ? "-inf" : "inf");
-    else
-        note(worksheet_write_number(sheet_, row, static_cast<lxw_col_t>(column), value, nullptr));
+        return text(row, column, std::isnan(value) ? "nan" : value < 0 ? "-inf" : "inf");
+    note(worksheet_write_number(sheet_, row, static_cast<lxw_col_t>(column), value, nullptr));
+    ++cells_;
+}
+
+void Sheet::merged(const Merged& cells, std::string_view text, Style style) {
+    note(worksheet_merge_range(sheet_, cells.row, static_cast<lxw_col_t>(cells.first), cells.row,
+                               static_cast<lxw_col_t>(cells.last), nullptr, format(cells.style)));
+    write_text(cells.row, cells.first, text, style);
+    cells_ += cells.last - cells.first + 1;
 }
 
 void Sheet::title(unsigned row, std::string_view text) {
-    merge(row, 0, kLastColumn);
-    this->text(row, 0, text, Style::kTitle);
+    merged({row, 0, kLastColumn}, text, Style::kTitle);
 }
 
 void Sheet::label(unsigned row, unsigned first, unsigned last, std::string_view text) {
-    merge(row, first, last);
-    this->text(row, first, text, Style::kLabel);
+    merged({row, first, last}, text, Style::kLabel);
 }
 
 void Sheet::value(unsigned row, unsigned first, std::string_view text) {
-    merge(row, first, kLastColumn);
-    this->text(row, first, text);
+    merged({row, first, kLastColumn}, text);
 }
 
 lxw_chart* Sheet::new_chart(lxw_chart_type type) {
@@ -104,7 +109,7 @@ void Sheet::insert(lxw_chart* chart, unsigned row, unsigned column) {
 
 bool Sheet::close() {
     note(workbook_close(std::exchange(workbook_, nullptr)));
-    return intact_;
+    return intact_ && workbook_is_whole(path_.c_str(), cells_);
 }
 
 }  // namespace ssd_op::report

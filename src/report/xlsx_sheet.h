@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -22,9 +23,16 @@ class Sheet {
 
     enum class Style { kPlain, kLabel, kTitle };
 
-    void merge(unsigned row, unsigned first, unsigned last, Style style = Style::kTitle);
+    /// One cell.
     void text(unsigned row, unsigned column, std::string_view text, Style style = Style::kPlain);
     void number(unsigned row, unsigned column, double value);
+
+    /// Cells merged into one, and what stands in it.
+    struct Merged {
+        unsigned row, first, last;
+        Style style = Style::kTitle;
+    };
+    void merged(const Merged& cells, std::string_view text = {}, Style style = Style::kPlain);
 
     /// A title over the sheet's width.
     void title(unsigned row, std::string_view text);
@@ -42,14 +50,17 @@ class Sheet {
     bool close();
 
   private:
+    void write_text(unsigned row, unsigned column, std::string_view text, Style style);
     void note(lxw_error result) { intact_ = intact_ && result == LXW_NO_ERROR; }
     lxw_format* format(Style style) const;
 
     PlainLocale locale_;
+    std::string path_;
     lxw_workbook* workbook_;
     lxw_worksheet* sheet_;
     lxw_format* title_format_;
     lxw_format* label_format_;
+    uint64_t cells_ = 0;
     bool intact_ = true;
 };
 
