@@ -50,6 +50,13 @@ on "$one" touch /root/file
 check "another instance does not see its files" on "$two" test ! -e /root/file
 check "the host's tree hides the instance's own state" on "$one" test ! -e "$build/instances/lock"
 
+on "$two" appliance-ctl fault return kblkdiscard 3 --nth 1
+status=0
+on "$two" kblkdiscard /dev/sda3 -l 1 || status=$?
+check "a fault makes a program fail" test "$status" -eq 3
+check "the journal shows it" grep -qE 'kblkdiscard +3 +/dev/sda3 -l 1' \
+    <(on "$two" appliance-ctl journal)
+
 # One second of the wall is 100 of the appliance; a busy machine makes it more, never less.
 before=$(on "$one" date +%s)
 on "$one" sleep 60

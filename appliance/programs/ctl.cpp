@@ -39,6 +39,8 @@ constexpr View kViews[] = {
     {"volumes", "Logical volumes, with the RAID groups under them",
      "SELECT lv_id, name, pool_id, sectors / 2048 AS mib, (SELECT group_concat(raid_id, ' ') FROM "
      "pool_member WHERE pool_member.pool_id = lv.pool_id) AS raid FROM lv ORDER BY lv_id"},
+    {"settings", "Values that replace the appliance's own (see set)",
+     "SELECT key, value FROM setting ORDER BY key"},
     {"services", "The services, and whether they run",
      "SELECT name, CASE running WHEN 0 THEN 'stopped' ELSE 'running' END AS state FROM service "
      "ORDER BY name"},
@@ -105,6 +107,14 @@ void add_journal(CLI::App& app) {
     });
 }
 
+void add_set(CLI::App& app) {
+    static std::string key, value;
+    CLI::App* set = app.add_subcommand("set", "Give the appliance another value of its own");
+    set->add_option("KEY", key, "For example cpu_info, system_version, memory_slot_2")->required();
+    set->add_option("VALUE", value, "For example 8192 DDR4")->required();
+    set->callback([] { appliance::set_setting(key, value); });
+}
+
 struct FaultRequest {
     std::string name;
     int nth = 0;
@@ -155,6 +165,7 @@ int main(int argc, char** argv) {
         app.require_subcommand(1);
         add_views(app);
         add_journal(app);
+        add_set(app);
         add_faults(app);
         CLI11_PARSE(app, argc, argv);
     } catch (const std::exception& error) {
