@@ -20,10 +20,12 @@ void empty_directory(const fs::path& directory) {
         fs::remove_all(entry);
 }
 
-void remove_with_prefix(const fs::path& directory, std::string_view prefix) {
+/// Files only: the host's directory with the sources may be mounted beside them under any name.
+void remove_files_with_prefix(const fs::path& directory, std::string_view prefix) {
     fs::create_directories(directory);
     for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
-        if (entry.path().filename().string().starts_with(prefix)) fs::remove_all(entry);
+        if (!entry.is_directory() && entry.path().filename().string().starts_with(prefix))
+            fs::remove(entry);
     }
 }
 
@@ -58,7 +60,7 @@ std::string package_entry(const std::string& name, const std::string& path) {
 
 void write_configuration(const Blueprint& blueprint) {
     empty_directory("/etc/config");
-    remove_with_prefix("/etc", "enclosure_");
+    remove_files_with_prefix("/etc", "enclosure_");
     std::string packages;
     if (blueprint.addon_installed) packages += package_entry("Oprella", kAddonPath);
     if (blueprint.notice_hall_installed) packages += package_entry("NoticeHall", kNoticeHallPath);
@@ -97,9 +99,9 @@ void install_files(const Blueprint& blueprint) {
     empty_directory(kFlashDirectory);
     empty_directory(kDataVolumePath);
     empty_directory("/mnt/HDA_ROOT/.config");
-    remove_with_prefix("/etc", ".sm_v2_");
-    remove_with_prefix("/tmp", "cv_");
-    remove_with_prefix("/tmp", "ssd_op");
+    remove_files_with_prefix("/etc", ".sm_v2_");
+    remove_files_with_prefix("/tmp", "cv_");
+    remove_files_with_prefix("/tmp", "ssd_op");
     fs::remove("/root/KOVA_Number1");
     write_file("/var/log/sm_trace.log", "");
 
