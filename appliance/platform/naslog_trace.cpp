@@ -3,12 +3,12 @@
 /// A trace is no journal row and suffers no faults: the library traces on every path, and what is
 /// looked for in the journal would drown.
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <string_view>
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -20,21 +20,13 @@
 namespace {
 
 constexpr const char* kTraceFile = "/var/log/sm_trace.log";
-constexpr size_t kLongestText = 16 * 1024;
-
-std::string formatted(const char* format, va_list values) {
-    std::string text(kLongestText, '\0');
-    const int length = std::vsnprintf(text.data(), text.size(), format, values);
-    if (length < 0) return format;
-    text.resize(std::min(static_cast<size_t>(length), kLongestText - 1));
-    return text;
-}
+constexpr size_t kLongestText = 16'384;
 
 /// The line end that a trace usually carries goes; one inside the text is shown as \n.
-std::string as_one_line(const std::string& text) {
+std::string as_one_line(std::string_view text) {
     const size_t end = text.find_last_not_of("\r\n");
     std::string line;
-    for (const char c : text.substr(0, end == std::string::npos ? 0 : end + 1)) {
+    for (const char c : text.substr(0, end == std::string_view::npos ? 0 : end + 1)) {
         if (c == '\n')
             line += "\\n";
         else
@@ -57,16 +49,18 @@ void append(const std::string& line) {
 
 void SM_TRACE(int level, const char* format, ...) {
     const int callers_errno = errno;
+    char text[kLongestText];
     va_list values;
     va_start(values, format);
+    const bool formatted = std::vsnprintf(text, sizeof(text), format, values) >= 0;
+    va_end(values);
     try {
         timespec now{};
         ::clock_gettime(CLOCK_REALTIME, &now);
         append(fmt::format("{}.{:03} {} {} {}\n", now.tv_sec, now.tv_nsec / 1'000'000, ::getpid(),
-                           level, as_one_line(formatted(format, values))));
+                           level, as_one_line(formatted ? text : format)));
     } catch (const std::exception&) {
         // A lost trace must not cost the caller its work.
     }
-    va_end(values);
     errno = callers_errno;
 }

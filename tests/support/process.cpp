@@ -16,7 +16,6 @@
 #include <time.h>
 #include <unistd.h>
 
-#include "core/state.h"
 #include "support/files.h"
 
 namespace support {
@@ -28,8 +27,6 @@ constexpr int kThrew = 99;
 [[noreturn]] void run_and_exit(const std::function<int()>& body) {
     int status = kThrew;
     try {
-        // The parent's connection is set aside before the exit could close it.
-        appliance::state();
         status = body();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "a test's child threw: %s\n", error.what());
@@ -133,7 +130,7 @@ bool eventually(const std::function<bool()>& condition, int seconds) {
 
 void pause_for_milliseconds(int milliseconds) {
     // The C library's own sleeps follow the fast clock.
-    const timespec pause{milliseconds / 1000, milliseconds % 1000 * 1'000'000};
+    const timespec pause{milliseconds / 1000, milliseconds % 1000 * 1'000'000L};
     ::syscall(SYS_nanosleep, &pause, nullptr);
 }
 
