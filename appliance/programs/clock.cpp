@@ -55,7 +55,7 @@ int main(int argc, char** argv) {
     std::printf("ready %s\n", shared == nullptr ? "" : shared);
     std::fflush(stdout);
     if (std::getchar() == EOF) return 1;
-    constexpr int kWallSecondsAhead = 10;
+    constexpr std::time_t kWallSecondsAhead = 10;
     while (save(std::time(nullptr) + kWallSecondsAhead * rate, file)) {
         std::this_thread::sleep_for(std::chrono::seconds(rate));
     }
