@@ -17,6 +17,13 @@ namespace {
 constexpr int kPathSize = 512;
 constexpr int kCreationBusyTimeoutMs = 20000;
 
+/// As sqlite3_open does it, save that the connection has no mutex of its own: it never leaves the
+/// function that opened it, and taking one for each column read costs as much as the reading.
+int open_connection(const char* path, sqlite3** db) {
+    constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+    return sqlite3_open_v2(path, db, kFlags, nullptr);
+}
+
 bool is_filled_file(const char* path) {
     struct stat status {};
     return ::stat(path, &status) == 0 && status.st_size > 0;
@@ -45,7 +52,7 @@ bool create_tables(sqlite3* db) {
 bool create_in(const std::string& scratch, const char* path) {
     constexpr const char* kFunction = "ssd_op_db_create";
     sqlite3* db = nullptr;
-    const int opened = sqlite3_open(scratch.c_str(), &db);
+    const int opened = open_connection(scratch.c_str(), &db);
     const Connection connection(db);
     if (opened != SQLITE_OK) {
         SM_TRACE(SM_TRACE_ERROR, "%s: Fail to open db(%s)\n", kFunction, path);
@@ -103,7 +110,7 @@ int ssd_op_db_open(sqlite3** db) {
             return -1;
         }
     }
-    const int result = sqlite3_open(path, db);
+    const int result = open_connection(path, db);
     if (result != SQLITE_OK) {
         sqlite3_close(*db);
         *db = nullptr;

@@ -21,7 +21,7 @@ extern "C" {
  * A new database is made under a name of its own and then given its real one: it is there with all
  * its tables, or not at all. When its creation fails nothing is left, so the next open tries again.
  *
- * @return 0; -1 when no place is found or the creation failed; else the result of sqlite3_open,
+ * @return 0; -1 when no place is found or the creation failed; else what SQLite says of opening it,
  *         with *db null
  */
 int ssd_op_db_open(sqlite3** db);

@@ -78,7 +78,7 @@ int SSD_OP_DB_Query_Record_Runtime_Report(ssd_op_db_record* record, int record_n
         const int result = db::query(connection, statement, 4, [&](const db::Row& row) {
             auto* node = list.append("ssd_op_db_record_runtime_report_callback");
             if (node == nullptr) return false;
-            node->percentage = row.integer(0);
+            node->percentage = percentage;  // as the statement asks; a column costs time
             node->time_slap = row.integer64(1);
             node->result = row.integer(2);
             node->write_amount = row.unsigned_decimal(3);

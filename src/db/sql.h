@@ -36,6 +36,17 @@ struct FinalizeStatement {
 };
 using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
 
+/// As strtoull reads it; faster where there are millions of them.
+inline uint64_t unsigned_decimal(const char* text) {
+    constexpr int kDigitsThatFit = 19;
+    uint64_t value = 0;
+    int digits = 0;
+    for (; text[digits] >= '0' && text[digits] <= '9' && digits <= kDigitsThatFit; ++digits)
+        value = value * 10 + static_cast<uint64_t>(text[digits] - '0');
+    const bool is_plain = digits > 0 && digits <= kDigitsThatFit;
+    return is_plain ? value : std::strtoull(text, nullptr, 10);
+}
+
 /// The current row of a query. A NULL column reads as an empty text or 0.
 class Row {
   public:
@@ -48,7 +59,7 @@ class Row {
     int64_t integer64(int column) const { return sqlite3_column_int64(statement_, column); }
     int integer(int column) const { return static_cast<int>(integer64(column)); }
     /// Sizes and figures are text in the database: SQLite's integers end at 63 bits.
-    uint64_t unsigned_decimal(int column) const { return std::strtoull(text(column), nullptr, 10); }
+    uint64_t unsigned_decimal(int column) const { return db::unsigned_decimal(text(column)); }
     uint64_t unsigned_any_base(int column) const { return std::strtoull(text(column), nullptr, 0); }
 
   private:
