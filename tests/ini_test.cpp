@@ -154,8 +154,9 @@ TEST_F(IniLock, TellsNamesApartAndKeepsThemInItsDirectory) {
     for (const auto& [held, other] : {std::pair("/a/b", "/a%2Fb"), std::pair("..", "../..")}) {
         const int handle = Ini_Conf_Write_Lock_File(held);
         EXPECT_GE(handle, 0) << held;
-        EXPECT_EQ(in_child([&] { return take_and_release(Ini_Conf_Write_Lock_File, other); }),
-                  exited(0))
+        EXPECT_EQ(
+            in_child([name = other] { return take_and_release(Ini_Conf_Write_Lock_File, name); }),
+            exited(0))
             << held << " and " << other;
         EXPECT_EQ(Ini_Conf_Unlock_File(handle), 0);
     }

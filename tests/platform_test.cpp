@@ -15,7 +15,6 @@
 #include "support/appliance.h"
 
 using namespace support;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
 
@@ -32,9 +31,9 @@ struct Answer {
 };
 
 Answer run(const char* command, int size = 256) {
-    std::string buffer(256, '?');
-    const int result = Get_Command_Result(command, buffer.data(), size);
-    return {result, buffer.c_str()};
+    char buffer[256] = "untouched";
+    const int result = Get_Command_Result(command, buffer, size);
+    return {result, buffer};
 }
 
 /// Names declared in a header, functions and tables.
