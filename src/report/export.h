@@ -36,7 +36,10 @@ int export_record(const Request& request, std::string_view suffix, Write&& write
         const std::string path = report_path(record->title, suffix);
         base::copy_text(request.path, request.path_size > 0 ? request.path_size : 0, path);
         ReportFile file(path);
-        return file && write(*record, file) && file.publish() ? 0 : -1;
+        if (!file) return -1;
+        if (write(*record, file) && file.publish()) return 0;
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to write report(%s).\n", request.function, path.c_str());
+        return -1;
     });
 }
 

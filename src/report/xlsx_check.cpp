@@ -25,7 +25,8 @@ class Part {
     /// `data` begins with the last bytes of the data before it, as carried() gives them.
     void read(std::string_view data) {
         for (size_t at = data.find(kCell); at != data.npos; at = data.find(kCell, at + 1)) ++cells_;
-        last_ = data.empty() ? last_ : data.back();
+        const size_t end = data.find_last_not_of('\n');
+        if (end != data.npos) last_ = data[end];
     }
     uint64_t cells() const { return cells_; }
     bool has_end() const { return last_ == '>'; }

@@ -1,0 +1,451 @@
+// The two reports of a record, as their readers find them.
+
+#include "report/report.h"
+
+#include <csignal>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "base/command.h"
+#include "report/xlsx_text.h"
+#include "ssd_op.h"
+#include "support/appliance.h"
+#include "support/records.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+using std::string_literals::operator""s;
+using Lines = std::vector<std::string>;
+
+Lines lines_of(const std::string& text) {
+    Lines lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+/// What the reports' readers see of a workbook; see show_workbook.py.
+Lines workbook(const std::string& path) {
+    const std::string shown = "/tmp/shown_workbook";
+    EXPECT_EQ(ssd_op::base::run(SHOW_WORKBOOK " " + ssd_op::base::shell_word(path) + " >" + shown),
+              0);
+    return lines_of(support::read_file(shown));
+}
+
+/// The lines about charts.
+Lines charts_in(Lines shown) {
+    std::erase_if(shown, [](const std::string& line) {
+        return !line.starts_with("chart") && !line.starts_with("series");
+    });
+    return shown;
+}
+
+struct Sample {
+    int64_t milliseconds;
+    int iops;
+    uint64_t kib;
+};
+
+std::string local_time(time_t moment) {
+    char text[64];
+    std::strftime(text, sizeof text, "%Y/%m/%d:%H:%M:%S", std::localtime(&moment));
+    return text;
+}
+
+class Report : public support::ApplianceTest {
+  protected:
+    Report() { remove_reports(); }
+    void remove_reports() {
+        for (const std::string& report : reports()) fs::remove("/tmp/" + report);
+    }
+
+    void store(const std::string& title, const std::vector<support::Group>& groups) {
+        const support::Record record = support::record_of(title, groups);
+        ASSERT_EQ(SSD_OP_DB_New_Record(record.get()), 0);
+        record_no_ = record->record_no;
+    }
+    void store(const std::string& title) { store(title, {{800, 5, appliance().drives()}}); }
+
+    void add_ratio(int percentage, long double iops, const std::vector<Sample>& samples) {
+        ASSERT_EQ(SSD_OP_DB_Update_Test_Result(record_no_, percentage, 1.5L, iops), 0);
+        std::ofstream file("/root/samples");
+        for (const Sample& sample : samples)
+            file << sample.milliseconds << ", " << sample.iops << ", 0, 0, " << sample.kib << '\n';
+        file.close();
+        ASSERT_EQ(SSD_OP_DB_Update_Runtime_Report(record_no_, percentage, "/root/samples", 0), 0);
+    }
+    void add_ratio(int percentage, int samples) {
+        std::vector<Sample> list;
+        for (int i = 0; i < samples; ++i) list.push_back({i * 1000LL, 5000 + i, i * 4096ULL});
+        add_ratio(percentage, 5000, list);
+    }
+
+    void change_database(const std::string& statements) {
+        SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE).exec(statements);
+    }
+
+    int csv() { return SSD_OP_Test_Export_CSV(record_no_, path_, sizeof path_); }
+    int xlsx() { return SSD_OP_Test_Export_XLSX(record_no_, path_, sizeof path_); }
+    std::string csv_text() {
+        EXPECT_EQ(csv(), 0);
+        return support::read_file(path_);
+    }
+    Lines xlsx_lines() {
+        EXPECT_EQ(xlsx(), 0);
+        return workbook(path_);
+    }
+    Lines reports() {
+        Lines found;
+        for (const auto& entry : fs::directory_iterator("/tmp"))
+            if (entry.path().string().find("SSD over-provisioning") != std::string::npos ||
+                entry.path().string().find("ssd_op_report") != std::string::npos)
+                found.push_back(entry.path().filename());
+        return found;
+    }
+
+    int record_no_ = 0;
+    char path_[512] = "";
+};
+
+constexpr const char* kDriveHeader =
+    ",,Slots,Bus Type, Vendor, Model, Serial No, FW Version, Capacity,"
+    "Sequential Write Performance(KB/s), Random Write Perfrormance(IOPS),"
+    "Sequential Read Performance(KB/s), Random Read Perfrormance(IOPS)\n";
+
+}  // namespace
+
+TEST(SizeText, StepsByTheThousandTwentyFourth) {
+    const std::pair<uint64_t, const char*> cases[] = {{0, "0 Byte"},
+                                                      {1023, "1023 Byte"},
+                                                      {1024, "1.00 KB"},
+                                                      {1536, "1.50 KB"},
+                                                      {(1ULL << 20) - 1, "1024.00 KB"},
+                                                      {1ULL << 20, "1.00 MB"},
+                                                      {500107862016, "465.76 GB"},
+                                                      {1ULL << 40, "1.00 TB"},
+                                                      {1ULL << 50, "1.00 PB"},
+                                                      {UINT64_MAX, "16.00 EB"}};
+    for (const auto& [bytes, text] : cases) {
+        char size[32];
+        std::fill(std::begin(size), std::end(size), 'x');
+        ssd_op_format_size(bytes, size);
+        EXPECT_STREQ(size, text);
+        EXPECT_EQ(size[31], '\0') << "the whole buffer is cleared";
+    }
+    ssd_op_format_size(1, nullptr);
+}
+
+TEST(ColumnName, FollowsTheSpreadsheets) {
+    const std::pair<unsigned, const char*> cases[] = {
+        {1, "A"},     {26, "Z"},      {27, "AA"},     {123, "DS"},     {702, "ZZ"},
+        {703, "AAA"}, {16384, "XFD"}, {18278, "ZZZ"}, {18279, "AAAA"}, {475254, "ZZZZ"}};
+    for (const auto& [column, name] : cases) EXPECT_EQ(ssd_op::report::column_name(column), name);
+}
+
+TEST_F(Report, CsvSaysWhatTheRecordSays) {
+    const auto drives = appliance().drives();
+    store("Nightly", {{800, 1, {drives[0]}}, {801, 1, {drives[1], drives[2]}}});
+    SSD_OP_DB_Update_Record_RAID_Capacity(1048576, record_no_, 800);
+    SSD_OP_DB_Update_Record_End_Time(1'700'009'999, record_no_);
+    change_database(
+        "UPDATE TEST_RECORD SET nas_mem_info = 'Total Memory(4 KB), \tFree (2 KB),,--';"
+        "UPDATE SELECT_DEV SET performance_write_s = '532480', "
+        "performance_write_r = '71000', performance_read_s = '543210', "
+        "performance_read_r = '18446744073709551615'");
+    add_ratio(10, 1234.5L, {{1999, 5000, 1000}, {3000, -1, 1572864}});
+    add_ratio(20, 2000, {});
+    add_ratio(30, 0.25L, {{INT64_MAX, 7, UINT64_MAX}});
+
+    const auto record = support::read_record(record_no_);
+    const auto drive = [&](const ssd_op_db_ssd_dev& d) {
+        const unsigned port = d.dev_id & 0xFFFF;
+        char slot[32] = "";
+        PD_Get_Log_Name(1, static_cast<int>(port), slot, sizeof slot);
+        return std::string(",,") + slot + ", " + d.bus_type + "," + d.vendor + "," + d.model + "," +
+               d.serial_no + "," + d.revision + "," + ssd_op::report::size_text(d.capacity) +
+               ",532480,71000,543210,18446744073709551615 \n";
+    };
+    const auto* first = record->raid_conf;
+    const auto* second = first->next;
+    EXPECT_EQ(csv_text(),
+              std::string("[ TEST INFORMATION ]\n"
+                          "TEST NAME,SSD over-provisioning test Nightly\n"
+                          "NAS MODEL,") +
+                  record->nas_model +
+                  "\n"
+                  "FW VERSION," +
+                  record->nas_fw_version +
+                  "\n"
+                  "NAS SERIAL NO," +
+                  record->nas_serial_no +
+                  "\n"
+                  "NAS CPU INFO," +
+                  record->nas_cpu_info +
+                  "\n"
+                  "NAS MEMORY INFO\n,Total Memory(4 KB)\n,Free (2 KB)\n,--\n"
+                  "START TIME," +
+                  local_time(1'700'000'000) +
+                  "\n"
+                  "END TIME," +
+                  local_time(1'700'009'999) +
+                  "\n"
+                  "RAID Group:\n"
+                  ",\"800\",Single,1.00 GB\n" +
+                  kDriveHeader + drive(first->ssd_drives[0]) + ",\"801\",RAID1,0 Byte\n" +
+                  kDriveHeader + drive(second->ssd_drives[0]) + drive(second->ssd_drives[1]) +
+                  "\n"
+                  "[ OVER-PROVISIONING EVALUATION ]\n"
+                  "OP Ratio (%),10,20,30\n"
+                  "Result(IOPS),1234.500000,2000.000000,0.250000\n"
+                  "\n"
+                  "[ TEST RESULT ]\n"
+                  "OP Ratio (%) ,10\n"
+                  "Time Slap (ms),1999,3000\nResult (IOPS),5000,-1\nWritten(KB),1000,1572864\n"
+                  "OP Ratio (%) ,20\n"
+                  "Time Slap (ms),\nResult (IOPS),\nWritten(KB),\n"
+                  "OP Ratio (%) ,30\n"
+                  "Time Slap (ms),9223372036854775807\nResult (IOPS),7\n"
+                  "Written(KB),18446744073709551615\n");
+    EXPECT_STREQ(path_, "/tmp/SSD over-provisioning test_Nightly.csv");
+    EXPECT_EQ(fs::status(path_).permissions() & fs::perms::others_read, fs::perms::others_read);
+}
+
+TEST_F(Report, WorkbookIsLaidOutForReading) {
+    const auto drives = appliance().drives();
+    store("Nightly", {{800, 1, {drives[0]}}, {801, 5, {drives[1], drives[2]}}});
+    change_database(
+        "UPDATE TEST_RECORD SET nas_mem_info = 'Total Memory(4 KB),Free Memory(2 KB)';"
+        "UPDATE SELECT_DEV SET performance_write_s = '532480', "
+        "performance_write_r = '71000'");
+    add_ratio(10, 1234.5L, {{1999, 5000, 1000}, {3000, 6000, 1572864}});
+    add_ratio(20, 2000, {});
+    add_ratio(30, 120);
+    const std::string model = support::read_record(record_no_)->nas_model;
+    const Lines shown = xlsx_lines();
+    EXPECT_STREQ(path_, "/tmp/SSD over-provisioning test_Nightly.xlsx");
+
+    EXPECT_THAT(
+        shown,
+        IsSupersetOf({"sheet Sheet1"s, "A1 title '[ TEST INFORMATION ]'"s, "merged A1:L1"s,
+                      "A2 label 'TEST NAME'"s, "D2 plain 'SSD over-provisioning test Nightly'"s,
+                      "merged A2:C2"s, "merged D2:L2"s, "D3 plain '" + model + "'",
+                      "A6 label 'NAS CPU INFO'"s, "A7 label 'NAS MEMORY INFO'"s,
+                      "D7 plain 'Total Memory(4 KB)'"s, "merged A8:C8"s,
+                      "D8 plain 'Free Memory(2 KB)'"s, "A9 label 'START TIME'"s,
+                      "D9 plain '" + local_time(1'700'000'000) + "\\n'", "A10 label 'END TIME'"s}));
+    EXPECT_THAT(shown, IsSupersetOf({"A11 label 'RAID GROUP'"s,
+                                     "merged A11:C11"s,
+                                     "D11 label 'md800'"s,
+                                     "E11 label 'Type'"s,
+                                     "F11 plain 'Single'"s,
+                                     "merged F11:L11"s,
+                                     "E12 label 'Size'"s,
+                                     "F12 plain '0 Byte'"s,
+                                     "E13 label 'Disk 1'"s,
+                                     "F13 label 'Slot'"s,
+                                     "merged F13:G13"s,
+                                     "H13 plain 'Disk 1'"s,
+                                     "merged H13:L13"s,
+                                     "H14 plain 'SATA'"s,
+                                     "H15 plain 'Norwell'"s,
+                                     "F19 label 'Capacity'"s,
+                                     "F20 label 'Sequential Write'"s,
+                                     "H20 plain '520.00 MB/sec'"s,
+                                     "F21 label 'Random Write'"s,
+                                     "H21 plain '71000 IOPS'"s,
+                                     "F23 label 'Random Read'"s,
+                                     "D24 label 'md801'"s,
+                                     "F24 plain 'RAID5'"s,
+                                     "E26 label 'Disk 1'"s,
+                                     "E37 label 'Disk 2'"s,
+                                     "F47 label 'Random Read'"s}));
+    EXPECT_THAT(shown, IsSupersetOf({"A49 title '[ OVER-PROVISIONING EVALUATION ]'"s,
+                                     "merged A49:L49"s,
+                                     "A50 label 'OP Ratio(%)'"s,
+                                     "merged A50:B50"s,
+                                     "C50 plain 10"s,
+                                     "E50 plain 30"s,
+                                     "A51 label 'Result(IOPS)'"s,
+                                     "C51 plain 1234.5"s,
+                                     "E51 plain 5000"s,
+                                     "A77 title '[ TEST RESULT ]'"s,
+                                     "merged A77:L77"s,
+                                     "A78 label 'OP: 10%\\n'"s,
+                                     "B78 label 'Time(s)'"s,
+                                     "merged B78:C78"s,
+                                     "D78 plain 1"s,
+                                     "E78 plain 3"s,
+                                     "B79 label 'Result(IOPS)'"s,
+                                     "E79 plain 6000"s,
+                                     "B80 label 'Written(GB)'"s,
+                                     "D80 plain 0"s,
+                                     "E80 plain 1.5"s,
+                                     "A81 label 'OP: 20%\\n'"s,
+                                     "B83 label 'Written(GB)'"s,
+                                     "A84 label 'OP: 30%\\n'"s,
+                                     "DS84 plain 119"s,
+                                     "DS86 plain 0.46"s}));
+    EXPECT_EQ(
+        charts_in(shown),
+        (Lines{
+            "chart lineChart None from 2,52 to 24,73 offset 0,0 x 'OP Ratio(%)' y 'IOPS' title "
+            "False",
+            "series 'Over-provisioning amount' Sheet1!$C$50:$E$50 Sheet1!$C$51:$E$51 marker circle "
+            "10.0 smooth False",
+            "chart scatterChart smoothMarker from 3,88 to 25,109 offset 0,0 x 'Time(Sec)' y 'IOPS' "
+            "title False",
+            "series '10%' Sheet1!$D$78:$E$78 Sheet1!$D$79:$E$79 smooth True",
+            "series '30%' Sheet1!$D$84:$DS$84 Sheet1!$D$85:$DS$85 smooth True",
+            "chart scatterChart smoothMarker from 3,112 to 25,133 offset 0,0 x 'Written(GB)' y "
+            "'IOPS' "
+            "title False",
+            "series '10%' Sheet1!$D$80:$E$80 Sheet1!$D$79:$E$79 smooth True",
+            "series '30%' Sheet1!$D$86:$DS$86 Sheet1!$D$85:$DS$85 smooth True",
+            "chart scatterChart smoothMarker from 3,136 to 25,157 offset 0,0 x 'Time(Sec)' y "
+            "'Written(GB)' title False",
+            "series '10%' Sheet1!$D$78:$E$78 Sheet1!$D$80:$E$80 smooth True",
+            "series '30%' Sheet1!$D$84:$DS$84 Sheet1!$D$86:$DS$86 smooth True"}))
+        << "a ratio without samples has no curve";
+}
+
+TEST_F(Report, WorkbookEndsWhereASheetEnds) {
+    store("Long");
+    add_ratio(10, 16381);
+    add_ratio(20, 17000);
+    const Lines shown = xlsx_lines();
+    EXPECT_THAT(shown, Contains("XFD89 plain 16380"));
+    EXPECT_THAT(
+        shown,
+        IsSupersetOf({"series '10%' Sheet1!$D$89:$XFD$89 Sheet1!$D$90:$XFD$90 smooth True"s,
+                      "series '20%' Sheet1!$D$92:$XFD$92 Sheet1!$D$93:$XFD$93 smooth True"s}));
+    EXPECT_TRUE(appliance().traced("i(1), count(17000): 619 samples are left out"));
+    EXPECT_FALSE(appliance().traced("i(0), count"));
+    const Lines csv = lines_of(csv_text());
+    EXPECT_THAT(csv, Contains(AllOf(StartsWith("Time Slap (ms),0,"), EndsWith(",16999000"))));
+}
+
+TEST_F(Report, SaysWhereTheDatabaseFailed) {
+    store("Failed");
+    add_ratio(10, 3);
+    add_ratio(20, 3);
+    // A ratio whose rows cannot be read.
+    change_database(
+        "ALTER TABLE RUNTIME_REPORT RENAME TO ROWS_THAT_WERE;"
+        "CREATE VIEW RUNTIME_REPORT AS SELECT rowid, percentage, time_slap, "
+        "CASE percentage WHEN 10 THEN abs(-9223372036854775807 - 1) ELSE result END "
+        "AS result, write_amount, f_record_no FROM ROWS_THAT_WERE");
+    EXPECT_THAT(csv_text(), HasSubstr("OP Ratio (%) ,10\nNo data.\n"
+                                      "OP Ratio (%) ,20\nTime Slap (ms),0,1000,2000\n"));
+    Lines shown = xlsx_lines();
+    EXPECT_THAT(shown,
+                IsSupersetOf({"A89 label 'OP: 10%\\n'"s, "B89 label 'No Data.'"s, "merged B89:C89"s,
+                              "A90 label 'OP: 20%\\n'"s, "F92 plain 0"s}));
+    EXPECT_THAT(charts_in(shown),
+                Contains("series '20%' Sheet1!$D$90:$F$90 Sheet1!$D$91:$F$91 smooth True"));
+    EXPECT_EQ(charts_in(shown).size(), 8U) << "four charts, one curve each";
+
+    change_database("DROP TABLE TEST_DATA");
+    EXPECT_THAT(csv_text(), EndsWith("[ OVER-PROVISIONING EVALUATION ]\nNG\n\n[ TEST RESULT ]\n"));
+    shown = xlsx_lines();
+    EXPECT_THAT(shown, IsSupersetOf({"A61 plain 'NG!!!'"s, "merged A61:L61"s,
+                                     "A88 title '[ TEST RESULT ]'"s}));
+    EXPECT_THAT(charts_in(shown), IsEmpty());
+}
+
+TEST_F(Report, LiesUnderTmpWhateverTheTitle) {
+    std::string two_bytes_each;
+    while (two_bytes_each.size() < 254) two_bytes_each += "\u00e9";
+    const struct {
+        std::string title, name, cell;
+    } cases[] = {{"", "", ""},
+                 {"../../root/x", ".._.._root_x", "../../root/x"},
+                 {"a, \"b\"; $(d)\ne", "a, \"b\"; $(d)\ne", R"(a, "b"; $(d)\ne)"},
+                 {"\u6f22\u5b57 \u00fc", "\u6f22\u5b57 \u00fc", "\u6f22\u5b57 \u00fc"},
+                 {two_bytes_each, two_bytes_each.substr(0, 222), two_bytes_each},
+                 // What XML cannot hold, and what reads like its notation in workbooks.
+                 {"\xff\xed\xa0\x80|\xef\xbf\xbf", "\xff\xed\xa0\x80|\xef\xbf\xbf",
+                  "\ufffd\ufffd\ufffd\ufffd|\ufffd"},
+                 {"_x0041_ \x01 <&>", "_x0041_ \x01 <&>", "_x005F_x0041_ _x0001_ <&>"}};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.title);
+        store(each.title);
+        EXPECT_EQ(csv(), 0);
+        EXPECT_THAT(path_, StartsWith("/tmp/SSD over-provisioning test_" + each.name));
+        EXPECT_THAT(support::read_file(path_),
+                    HasSubstr("\nTEST NAME,SSD over-provisioning test " + each.title + "\n"));
+        const Lines shown = xlsx_lines();
+        EXPECT_EQ(path_, "/tmp/SSD over-provisioning test_" + each.name + ".xlsx");
+        EXPECT_TRUE(fs::exists(path_));
+        EXPECT_THAT(shown, Contains(AllOf(StartsWith("D2 plain"), HasSubstr("test " + each.cell))));
+        EXPECT_EQ(reports().size(), 2U);
+        remove_reports();
+    }
+}
+
+TEST_F(Report, ReplacesWhatLiesUnderItsNameAndFollowsNoLink) {
+    store("T");
+    const std::string name = "/tmp/SSD over-provisioning test_T.";
+    support::write_file("/root/victim", "keep");
+    for (const std::string suffix : {"csv", "xlsx"}) {
+        fs::create_symlink("/root/victim", name + suffix);
+        EXPECT_EQ(suffix == "csv" ? csv() : xlsx(), 0);
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(name + suffix)));
+        EXPECT_EQ(support::read_file("/root/victim"), "keep");
+        support::write_file(name + suffix, std::string(1 << 20, 'x'));
+        EXPECT_EQ(suffix == "csv" ? csv() : xlsx(), 0);
+        EXPECT_THAT(support::read_file(name + suffix), Not(HasSubstr("xxxx")));
+    }
+}
+
+TEST_F(Report, FailsWithoutAHalfReport) {
+    store("T");
+    add_ratio(10, 16'000);
+    add_ratio(20, 80'000);
+    // Files that must not grow beyond a limit stand in for a full disk. It is above the size of the
+    // workbook, and below that of the parts that the workbook is made from.
+    const auto fails = [&](const std::function<int()>& make_report) {
+        ASSERT_EQ(make_report(), 0);
+        EXPECT_EQ(support::in_child([&] {
+                      std::signal(SIGXFSZ, SIG_IGN);
+                      const rlimit size{2'000'000, 2'000'000};
+                      setrlimit(RLIMIT_FSIZE, &size);
+                      return make_report() == -1 ? 0 : 1;
+                  }),
+                  support::exited(0));
+        EXPECT_THAT(reports(), IsEmpty());
+    };
+    fails([&] { return csv(); });
+    fails([&] { return xlsx(); });
+
+    const std::string in_the_way = "/tmp/SSD over-provisioning test_T.csv";
+    fs::create_directory(in_the_way);
+    EXPECT_EQ(csv(), -1);
+    EXPECT_EQ(reports(), Lines{"SSD over-provisioning test_T.csv"});
+    fs::remove(in_the_way);
+
+    EXPECT_EQ(SSD_OP_Test_Export_CSV(record_no_, nullptr, 10), -1);
+    EXPECT_TRUE(appliance().traced("SSD_OP_Test_Export_CSV: Parameter error."));
+    EXPECT_EQ(SSD_OP_Test_Export_XLSX(999, path_, sizeof path_), -1);
+    EXPECT_TRUE(appliance().traced("SSD_OP_Test_Export_XLSX: Fail to quert record(999)."));
+    EXPECT_THAT(reports(), IsEmpty());
+    char cut[10] = "";
+    EXPECT_EQ(SSD_OP_Test_Export_CSV(record_no_, cut, sizeof cut), 0);
+    EXPECT_STREQ(cut, "/tmp/SSD ");
+}
