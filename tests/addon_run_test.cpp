@@ -118,6 +118,7 @@ class AddonRun : public support::ApplianceTest {
                                                 "0"};
         return support::Child([words] {
             std::vector<char*> arguments;
+            arguments.reserve(words.size() + 1);
             for (const std::string& word : words)
                 arguments.push_back(const_cast<char*>(word.c_str()));
             arguments.push_back(nullptr);

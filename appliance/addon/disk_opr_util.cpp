@@ -4,6 +4,8 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdio>
+#include <exception>
 #include <functional>
 #include <string>
 
@@ -150,12 +152,7 @@ void add_progress_commands(CLI::App& app, Request& request) {
                 [&] { return publish_end(request.record_no) ? kOk : kFailed; });
 }
 
-}  // namespace
-
-}  // namespace appliance::addon
-
-int main(int argc, char** argv) {
-    using namespace appliance::addon;
+int run(int argc, char** argv) {
     CLI::App app("Helper of the over-provisioning test scripts", "disk_opr_util");
     app.require_subcommand(1);
     Request request;
@@ -167,10 +164,18 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kOk : kBadArguments;
     }
+    return request.action();
+}
+
+}  // namespace
+
+}  // namespace appliance::addon
+
+int main(int argc, char** argv) {
     try {
-        return request.action();
+        return appliance::addon::run(argc, argv);
     } catch (const std::exception& error) {
-        fmt::print(stderr, "disk_opr_util: {}\n", error.what());
-        return kFailed;
+        std::fprintf(stderr, "disk_opr_util: %s\n", error.what());
+        return appliance::addon::kFailed;
     }
 }
