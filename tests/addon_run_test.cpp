@@ -298,6 +298,14 @@ TEST_F(AddonRun, EndsWhenTheRecordIsStopped) {
     EXPECT_FALSE(works_on_volume(""));
 }
 
+TEST_F(AddonRun, IsFoundAndKilledByAStop) {
+    auto run = start({});
+    ASSERT_TRUE(support::eventually([&] { return works_on_volume("fio"); }));
+    EXPECT_EQ(SSD_OP_Test_Stop(record_no_, 1, 0, SSD_OP_TEST_STATUS_TESTING, 0), 0);
+    EXPECT_EQ(run.wait(), support::killed(SIGKILL));
+    EXPECT_FALSE(works_on_volume(""));
+}
+
 TEST_F(AddonRun, TakesItsChildrenWithItHoweverItIsEnded) {
     for (const int signal : {SIGKILL, SIGTERM}) {
         auto run = start({});
