@@ -18,10 +18,14 @@ double now() {
 
 const char* name_of(FaultKind kind) {
     switch (kind) {
-        case FaultKind::kReturn: return "return";
-        case FaultKind::kSlow: return "slow";
-        case FaultKind::kKill: return "kill";
-        case FaultKind::kKillAfter: return "kill after";
+        case FaultKind::kReturn:
+            return "return";
+        case FaultKind::kSlow:
+            return "slow";
+        case FaultKind::kKill:
+            return "kill";
+        case FaultKind::kKillAfter:
+            return "kill after";
     }
     return "";
 }
@@ -42,9 +46,10 @@ std::optional<Fault> next_fault(const std::string& name) {
     if (!any.executeStep()) return std::nullopt;
     any.reset();
     return exclusively([&]() -> std::optional<Fault> {
-        SQLite::Statement count(state(),
-                                "INSERT INTO call_count(name, count) VALUES(?, 1) "
-                                "ON CONFLICT(name) DO UPDATE SET count = count + 1 RETURNING count");
+        SQLite::Statement count(
+            state(),
+            "INSERT INTO call_count(name, count) VALUES(?, 1) "
+            "ON CONFLICT(name) DO UPDATE SET count = count + 1 RETURNING count");
         count.bind(1, name);
         count.executeStep();
         const int64_t use = count.getColumn(0).getInt64();
@@ -90,14 +95,18 @@ void journal(const std::string& name, const std::string& arguments, const std::s
 std::optional<int64_t> suffer(const std::optional<Fault>& fault) {
     if (!fault) return std::nullopt;
     switch (fault->kind) {
-        case FaultKind::kReturn: return fault->value;
+        case FaultKind::kReturn:
+            return fault->value;
         case FaultKind::kSlow: {
             const timespec pause{fault->value / 1000, (fault->value % 1000) * 1'000'000};
             ::nanosleep(&pause, nullptr);
             break;
         }
-        case FaultKind::kKill: ::kill(::getpid(), SIGKILL); break;
-        case FaultKind::kKillAfter: break;
+        case FaultKind::kKill:
+            ::kill(::getpid(), SIGKILL);
+            break;
+        case FaultKind::kKillAfter:
+            break;
     }
     return std::nullopt;
 }

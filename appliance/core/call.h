@@ -1,8 +1,5 @@
 #pragma once
 
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -10,13 +7,16 @@
 #include <type_traits>
 #include <utility>
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 namespace appliance {
 
 /// What a fault does to a call, or to a started program, of its name.
 enum class FaultKind {
-    kReturn,  ///< the work is not done, the result is the fault's value
-    kSlow,    ///< the work is done after the fault's value in milliseconds
-    kKill,    ///< the process is killed (SIGKILL) before the work
+    kReturn,    ///< the work is not done, the result is the fault's value
+    kSlow,      ///< the work is done after the fault's value in milliseconds
+    kKill,      ///< the process is killed (SIGKILL) before the work
     kKillAfter  ///< the process is killed (SIGKILL) after the work
 };
 
@@ -51,7 +51,8 @@ std::string arguments(const Values&... values) {
         else
             return fmt::format("{}", value);
     };
-    return fmt::format("{}", fmt::join(std::initializer_list<std::string>{readable(values)...}, ", "));
+    return fmt::format("{}",
+                       fmt::join(std::initializer_list<std::string>{readable(values)...}, ", "));
 }
 
 /// One platform call: the fault of its name, then the work, then a row of the journal. A stand-in

@@ -1,9 +1,9 @@
 #include "core/state.h"
 
-#include <unistd.h>
-
 #include <memory>
 #include <vector>
+
+#include <unistd.h>
 
 #include "core/schema.h"
 
@@ -24,8 +24,8 @@ std::unique_ptr<SQLite::Database> open_state() {
     return database;
 }
 
-/// The connection of the process that opened it. On the other side of a fork it must be neither used
-/// nor closed: a child sets what it inherited aside, for good.
+/// The connection of the process that opened it. On the other side of a fork it must be neither
+/// used nor closed: a child sets what it inherited aside, for good.
 struct Connection {
     std::unique_ptr<SQLite::Database> database;
     pid_t owner = 0;

@@ -3,9 +3,9 @@
 /// and the tests go through it; it knows nothing of them.
 #pragma once
 
-#include <SQLiteCpp/SQLiteCpp.h>
-
 #include <string>
+
+#include <SQLiteCpp/SQLiteCpp.h>
 
 namespace appliance {
 
