@@ -16,6 +16,7 @@
 #include "core/blueprint.h"
 #include "core/partitions.h"
 #include "core/query.h"
+#include "device/drive_timing.h"
 
 namespace appliance {
 
@@ -100,6 +101,7 @@ void DriveFile::lock() {
     // Unchanged since this process saved it: its work goes on without a pause.
     if (drive_ && version == in_memory_ && version.inode != 0) return;
     flash::Drive current = version.inode != 0 ? flash::Drive::load(path_) : new_drive(dev_id_);
+    current.timing = timing_of(dev_id_);
     rest_until_now(current, dev_id_);
     if (drive_)
         *drive_ = std::move(current);
