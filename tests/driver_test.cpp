@@ -1,8 +1,10 @@
 // One evaluation from the request to the completed record, and every way in which it can fail.
 
+#include <cerrno>
 #include <cstdlib>
-#include <functional>
+#include <memory>
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -11,13 +13,23 @@
 #include "support/evaluation.h"
 
 namespace {
+bool no_process_left = false;
+}
+
+/// Stands before the C library's, for a system that has no room for another process.
+extern "C" __attribute__((visibility("default"))) pid_t fork() {
+    static const auto real = reinterpret_cast<pid_t (*)()>(::dlsym(RTLD_NEXT, "fork"));
+    if (!no_process_left) return real();
+    errno = EAGAIN;
+    return -1;
+}
+
+namespace {
 
 using namespace support;
 using ::testing::Contains;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 constexpr const char* kQuickScriptArguments = "/tmp/script_arguments";
 
@@ -123,6 +135,19 @@ TEST_F(Driver, ForkedTheCallerGetsTheRecordAtOnceAndTheChildTheResult) {
     ASSERT_EQ(driver.size(), 1U);
     EXPECT_EQ(wait_for(driver.front().pid), exited(0));
     EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_COMPLETED);
+}
+
+TEST_F(Driver, WithoutAProcessForItTheRecordIsFailedAtOnce) {
+    Groups groups(1, {0, 1});
+    no_process_left = true;
+    const int result = evaluate(groups, 1);
+    no_process_left = false;
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_FAILED);
+    EXPECT_GT(read_record(1)->end_time, 0);
+    EXPECT_EQ(messages().size(), 2U) << "started, failed";
+    EXPECT_TRUE(appliance().journal().shows("RAID_Is_Exist"));
+    EXPECT_FALSE(appliance().journal().shows("kblkdiscard"));
 }
 
 TEST_F(Driver, RefusesWhatDoesNotFitBeforeAnythingIsMade) {
