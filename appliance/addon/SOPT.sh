@@ -54,7 +54,7 @@ prepare() {
     mkdir -p "$UTIL/log" "$UTIL/history"
     rm -f -- "$REPORT" "$TEMPERATURES"
     : >"$REPORT"
-    LABEL='' WA=0 RESULT_1=0 RESULT_2=0 PART=0
+    LABEL='' WA=0 OTHER_IOPS=0 STEADY_IOPS=0 PART=0
     ROUNDS=()
     HOST_KIB=(0) FLASH_KIB=(0) CELSIUS=(0) # then at the ratio's start and after each step
 }
@@ -247,15 +247,15 @@ evaluate_part() {
     if [[ $LABEL != aborted ]] && was_throttled "$n"; then LABEL=throttled; fi
 }
 
-# The first result is the first round's, right after the preconditioning; of "all" it is the steady
-# rate of the sequential writes.
+# Beside the steady rate stands the first round's, right after the preconditioning; of "all" it is
+# the steady rate of the sequential writes.
 keep_results() {
     if ((${#PARTS[@]} == 1)); then
-        RESULT_1=${ROUNDS[0]:-$IOPS} RESULT_2=$MEAN
+        OTHER_IOPS=${ROUNDS[0]:-$IOPS} STEADY_IOPS=$MEAN
     elif ((PART == 0)); then
-        RESULT_1=$MEAN
+        OTHER_IOPS=$MEAN
     else
-        RESULT_2=$MEAN
+        STEADY_IOPS=$MEAN
     fi
 }
 
@@ -288,7 +288,7 @@ measure() {
 # The summary line, the line of the history, and what was observed into the database. The name of a
 # ratio stands nowhere else in the summary file, where it is searched for.
 conclude() {
-    echo "OP_$OP%, $RESULT_1, $RESULT_2, $WA, ${#ROUNDS[@]}, $LABEL" >>"$PREFIX"report.csv
+    echo "OP_$OP%, $WA, $STEADY_IOPS, $OTHER_IOPS, ${#ROUNDS[@]}, $LABEL" >>"$PREFIX"report.csv
     remember
     run "$OPR" import-report "$RECORD" "$VOLUME" "$OP" "$REPORT" || log "OP $OP: report not imported"
     run "$OPR" import-temperatures "$RECORD" "$VOLUME" "$OP" "$TEMPERATURES" ||
@@ -296,8 +296,8 @@ conclude() {
 }
 
 remember() {
-    echo "$OP,$RESULT_1,$RESULT_2,$WA,$LABEL,${#ROUNDS[@]}" >>"$UTIL/history/Record_$RECORD.csv"
-    log "OP $OP: $LABEL, results $RESULT_1 and $RESULT_2, write amplification $WA"
+    echo "$OP,$WA,$STEADY_IOPS,$OTHER_IOPS,${#ROUNDS[@]},$LABEL" >>"$UTIL/history/Record_$RECORD.csv"
+    log "OP $OP: $LABEL, $STEADY_IOPS IOPS, write amplification $WA"
 }
 
 skip() {

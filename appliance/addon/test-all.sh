@@ -41,7 +41,7 @@ take_arguments() {
 # The summary lines go below this. No other text of the file may look like the name of a ratio.
 start_report() {
     mkdir -p "$UTIL/log" "$UTIL/history"
-    echo "ratio, result 1, result 2: steady-state IOPS, write amplification, rounds, label" \
+    echo "ratio, write amplification, steady-state IOPS, other IOPS, rounds, label" \
         >"$PREFIX"report.csv
 }
 
@@ -53,7 +53,7 @@ start_history() {
         number=${number%.csv}
         if is_number "$number" && ((number <= RECORD - 30)); then rm -f -- "$file"; fi
     done
-    echo "op,result_1,result_2,write_amplification,label,rounds" >"$UTIL/history/Record_$RECORD.csv"
+    echo "op,write_amplification,steady_iops,other_iops,rounds,label" >"$UTIL/history/Record_$RECORD.csv"
 }
 
 measure_all() {
