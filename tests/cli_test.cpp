@@ -1,0 +1,220 @@
+#include <cstdio>
+#include <set>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <sys/wait.h>
+
+#include "ssd_op.h"
+#include "support/appliance.h"
+#include "support/evaluation.h"
+
+namespace {
+
+using namespace support;
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+
+struct Outcome {
+    int status;
+    std::string output;  ///< of both streams
+};
+
+class CommandLine : public ApplianceTest {
+  protected:
+    static Outcome run(const std::string& arguments) {
+        const std::string line = "/opt/appliance/bin/ssd-op " + arguments + " </dev/null 2>&1";
+        std::FILE* pipe = ::popen(line.c_str(), "r");
+        Outcome result{};
+        char part[4096];
+        for (size_t count; (count = std::fread(part, 1, sizeof part, pipe)) > 0;)
+            result.output.append(part, count);
+        result.status = WEXITSTATUS(::pclose(pipe));
+        return result;
+    }
+
+    static json parsed(const std::string& arguments) {
+        const Outcome result = run(arguments + " --json");
+        EXPECT_EQ(result.status, 0) << result.output;
+        return json::parse(result.output, nullptr, false);
+    }
+
+    /// A record over drives named by position, with this status.
+    static int make_record(const std::vector<int>& drives, int status) {
+        Groups groups(1, drives);
+        groups.numbered(800);
+        return new_record(groups, status)->record_no;
+    }
+
+    void expect_nothing_done() {
+        static const std::set<std::string> kHarmless = {"PD_Enumerate",
+                                                        "PD_Get_Info",
+                                                        "PD_Get_Sys_Name",
+                                                        "PD_Get_Log_Name",
+                                                        "PD_Is_Exist",
+                                                        "Part_Is_Exist_V2",
+                                                        "Part_Get_Info",
+                                                        "RAID_Get_Id_By_Drive",
+                                                        "Pool_Get_Id_By_Member_Id",
+                                                        "Is_BRIX_Installed",
+                                                        "GetPrivateProfileString",
+                                                        "Ini_Conf_Get_Field",
+                                                        "Ini_Conf_Read_Lock_File",
+                                                        "Ini_Conf_Unlock_File",
+                                                        "Check_Default_Share_in_All_Vol",
+                                                        "Volume_Is_Mount"};
+        const Journal journal = appliance().journal();
+        for (const JournalRow& row : journal.rows())
+            EXPECT_TRUE(kHarmless.contains(row.name)) << row;
+        EXPECT_EQ(appliance().database(), "");
+    }
+};
+
+TEST_F(CommandLine, RefusesWhatBreaksARuleAndNamesIt) {
+    appliance().with([](auto& blueprint) {
+        blueprint.drives = 5;
+        blueprint.others[4].flags = 0;
+    });
+    struct {
+        const char* arguments;
+        int status;
+        const char* says;
+    } const cases[] = {
+        {"--raid 6 --drives sda,sdb,sdc", 3, "Three drives can be RAID 0 or 5."},
+        {"--raid 5 --drives sda,sdb", 3, "Two drives can be RAID 0 or 1."},
+        {"--raid 5 --drives sda", 3, "One drive can be a single drive: --raid single."},
+        {"--raid 1 --drives sda,sdb,sdc,sdd", 3, "can be RAID 0, 5, 6 or 10."},
+        {"--raid 7 --drives sda,sdb,sdc", 3, "There is no RAID level \"7\""},
+        {"--raid 5 --drives sda,sdb,/dev/sda", 3, "is named twice"},
+        {"--raid 1 --drives sda,sde", 3, "/dev/sde (Disk 5, NS510-64, serial number"},
+        {"--raid 1 --drives sda,sdz", 4, "There is no drive \"sdz\""},
+        {"--raid 1 --drives sda,sdb --interval 1", 3, "41 ratios; a record holds 20"},
+        {"--raid 1 --drives sda,sdb --interval 0", 3, "An interval of 0"},
+        {"--raid 1 --drives sda,sdb --interval -5", 3, "An interval of -5"},
+        {"--raid 1 --drives sda,sdb --max-op 100", 3, "100 % is not possible"},
+        {"--raid 1 --drives sda,sdb --min-op -1", 3, "-1 % is not possible"},
+        {"--raid 1 --drives sda,sdb --min-op 50", 3, "--min-op 50 is above --max-op 40"},
+        {"--raid 1 --drives sda,sdb --sequential --all", 2, "excludes"},
+        {"--raid 1 --drives sda,sdb --min-op x", 2, "min-op"},
+        {"--raid 1", 2, "--drives is required"},
+    };
+    for (const auto& refused : cases) {
+        const Outcome result = run(std::string("start --yes ") + refused.arguments);
+        EXPECT_EQ(result.status, refused.status) << refused.arguments << '\n' << result.output;
+        EXPECT_THAT(result.output, HasSubstr(refused.says)) << refused.arguments;
+    }
+    const Outcome title =
+        run("start --yes --raid 1 --drives sda,sdb --title " + std::string(256, 't'));
+    EXPECT_EQ(title.status, 3) << title.output;
+    expect_nothing_done();
+}
+
+TEST_F(CommandLine, RefusesDrivesThatAreInUse) {
+    appliance().with_drives(6);
+    const int older = make_record({0, 1}, SSD_OP_TEST_STATUS_TESTING);
+    make_record({2, 3}, SSD_OP_TEST_STATUS_FINISHING);
+    make_record({4, 5}, SSD_OP_TEST_STATUS_COMPLETED);
+    const Outcome in_evaluation = run("start --yes --raid 1 --drives \"Disk 2,sde\"");
+    EXPECT_EQ(in_evaluation.status, 3);
+    EXPECT_THAT(in_evaluation.output,
+                HasSubstr("is in evaluation " + std::to_string(older) + ", which has not ended"));
+    EXPECT_EQ(run("start --dry-run --raid 1 --drives sde,sdf").status, 0);
+
+    Groups groups(1, {4, 5});
+    groups.numbered(800);
+    make_storage(groups);
+    const Outcome in_pool = run("start --yes --raid 1 --drives sde,sdf");
+    EXPECT_EQ(in_pool.status, 3);
+    EXPECT_THAT(in_pool.output, HasSubstr("(RAID group 800)"));
+}
+
+TEST_F(CommandLine, DoesNotStartUnconfirmedOrWithoutTheAddOn) {
+    const Outcome unasked = run("start --raid 5 --drives sda,sdb,sdc,sdd");
+    EXPECT_EQ(unasked.status, 5);
+    EXPECT_THAT(unasked.output, HasSubstr("ALL DATA ON THESE 4 DRIVES WILL BE LOST."));
+    EXPECT_THAT(unasked.output, HasSubstr("Add --yes once you are sure."));
+    expect_nothing_done();
+
+    appliance().with([](auto& blueprint) { blueprint.addon_installed = false; });
+    EXPECT_THAT(run("start --yes --raid 5 --drives sda,sdb,sdc,sdd").output,
+                HasSubstr("not installed"));
+    EXPECT_FALSE(appliance().journal().shows("kblkdiscard"));
+}
+
+TEST_F(CommandLine, TellsInADryRunWhatItWouldCostAndDoesNothing) {
+    const Outcome dry =
+        run("start --dry-run --raid 5 --drives sda,sdb,sdc,sdd --min-op 10 --max-op 20");
+    EXPECT_EQ(dry.status, 0);
+    EXPECT_THAT(dry.output, HasSubstr("Disk 1  /dev/sda  NS510-64  NW24"));
+    EXPECT_THAT(dry.output, HasSubstr("It takes about"));
+    const json plan =
+        parsed("start --dry-run --raid 5 --drives sda,sdb,sdc,sdd --max-op 50 --interval 50");
+    EXPECT_EQ(plan["ratios"].size(), 2U);
+    EXPECT_EQ(plan["ratios"][1]["usable_bytes"],
+              plan["ratios"][0]["usable_bytes"].get<uint64_t>() / 2);
+    EXPECT_LT(plan["shortest_seconds"], plan["longest_seconds"]);
+    expect_nothing_done();
+}
+
+TEST_F(CommandLine, FollowsAnEvaluationToItsEndAndShowsIt) {
+    plant_quick_test_script();
+    ASSERT_EQ(run("consent yes").status, 0);
+    const Outcome start =
+        run("start --yes --foreground --raid 5 --drives sda,sdb,sdc,sdd --max-op 20 "
+            "--title $'a \\e[31m \"title\"'");
+    EXPECT_EQ(start.status, 0) << start.output;
+    EXPECT_THAT(start.output, HasSubstr("100 %  completed"));
+    EXPECT_THAT(start.output, Not(HasSubstr("\x1b")));
+
+    const json record = parsed("show 1");
+    EXPECT_EQ(record["status"], "completed");
+    EXPECT_EQ(record["title"], "a \x1b[31m \"title\"");
+    ASSERT_EQ(record["results"].size(), 3U);
+    EXPECT_EQ(record["results"][1]["op"], 10);
+    EXPECT_EQ(record["results"][1]["iops"], 2010.25);
+    EXPECT_NEAR(record["results"][1]["gain_percent"].get<double>(), 0.5, 0.01);
+    EXPECT_EQ(record["groups"][0]["drives"].size(), 4U);
+
+    const Outcome shown = run("show 1");
+    EXPECT_THAT(shown.output, HasSubstr("Gain over OP 0"));
+    EXPECT_THAT(shown.output, Not(HasSubstr("\x1b")));
+    EXPECT_EQ(parsed("list")[0]["record"], 1);
+    EXPECT_EQ(parsed("status"), json::array()) << "nothing runs";
+    EXPECT_EQ(parsed("status 1")["percent"], 100);
+    EXPECT_EQ(parsed("drives")[0]["free"], true);
+    EXPECT_EQ(parsed("consent")["consent"], true);
+    EXPECT_THAT(parsed("events").back()["description"].get<std::string>(), HasSubstr("Completed"));
+    EXPECT_EQ(parsed("where")["location"], "data volume");
+
+    const Outcome unknown = run("show 7");
+    EXPECT_EQ(unknown.status, 4);
+    EXPECT_THAT(unknown.output, HasSubstr("There is one: 1."));
+}
+
+TEST_F(CommandLine, FailsWhenTheEvaluationFailsAndNoticesThatItBrokeOff) {
+    plant_quick_test_script();
+    const std::string start = "start --yes --foreground --raid 5 --drives sda,sdb,sdc,sdd";
+    appliance().failing("kblkdiscard", 1);
+    const Outcome failed = run(start);
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.output, HasSubstr("Evaluation 1 failed."));
+
+    appliance().healthy().killing("NAS_Pool_Create", Nth(1));
+    const Outcome broken = run(start);
+    EXPECT_EQ(broken.status, 1);
+    EXPECT_THAT(broken.output, HasSubstr("Evaluation 2 broke off while it was initiating"));
+    EXPECT_EQ(parsed("status").size(), 1U);
+}
+
+TEST_F(CommandLine, LeavesAStartedEvaluationRunning) {
+    plant_quick_test_script();
+    const Outcome start = run("start --yes --raid 1 --drives sda,sdb --json");
+    ASSERT_EQ(start.status, 0) << start.output;
+    EXPECT_EQ(json::parse(start.output)["record"], 1);
+    EXPECT_TRUE(eventually([] { return status_of(1) == SSD_OP_TEST_STATUS_COMPLETED; }, 7200));
+    EXPECT_TRUE(
+        eventually([] { return run("status 1").output.find("100.0 %") != std::string::npos; }));
+}
+
+}  // namespace
