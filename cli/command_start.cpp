@@ -39,8 +39,9 @@ void report_start(const Launched& launched, const Plan& plan, const Options& opt
         json["plan"] = plan_json(plan);
         print_json(json);
     } else {
-        fmt::print("Evaluation {0} has started. ssd-op status {0} tells how far it is.\n",
+        fmt::print("\nEvaluation {0} has started. ssd-op status {0} tells how far it is.\n",
                    launched.record_no());
+        std::fflush(stdout);
     }
 }
 
@@ -59,10 +60,8 @@ void run(const Options& options) {
             throw Failure(kNotConfirmed, "Nothing has been done.");
     }
     Launched launched = launch(plan, options.foreground);
-    if (options.foreground)
-        follow_to_the_end(launched, options);
-    else
-        report_start(launched, plan, options);
+    if (!options.foreground || !options.json) report_start(launched, plan, options);
+    if (options.foreground) follow_to_the_end(launched, options);
 }
 
 void add_request_options(CLI::App& command, Request& request) {

@@ -22,15 +22,15 @@ struct DriveSpeed {
     Speed sequential;
     Speed random;  // writes of 4 KiB in the steady state
 };
-constexpr DriveSpeed kSataSpeed = {{150 * kMb, 520 * kMb}, {15 * kMb, 300 * kMb}};
+constexpr DriveSpeed kSataSpeed = {{100 * kMb, 520 * kMb}, {10 * kMb, 300 * kMb}};
 constexpr DriveSpeed kNvmeSpeed = {{500 * kMb, 3500 * kMb}, {60 * kMb, 1200 * kMb}};
 
 // The measurement: twice the area is written, then rounds of a minute until the rate is steady.
 constexpr int kPasses = 2;
 constexpr double kFewestRounds = 5 * 60;
-constexpr double kMostRounds = 25 * 60;
+constexpr double kMostRounds = 25 * 70;  // with what is stored after each
 // Before it, every drive is discarded and measured; at a ratio, the discard of what is cut off.
-constexpr TimeRange kOneDrive = {30, 200};
+constexpr TimeRange kOneDrive = {30, 240};
 constexpr TimeRange kSettingRatio = {2, 60};
 
 TimeRange operator+(TimeRange a, TimeRange b) {
@@ -100,7 +100,7 @@ uint64_t usable_bytes(const Plan& plan) {
 }
 
 uint64_t usable_bytes(const Plan& plan, int op) {
-    return usable_bytes(plan) / 100 * static_cast<uint64_t>(100 - op);
+    return usable_bytes(plan) * static_cast<uint64_t>(100 - op) / 100;
 }
 
 TimeRange estimate_time(const Plan& plan) { return Estimate(plan).whole(); }

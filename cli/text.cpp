@@ -43,9 +43,13 @@ std::string size_text(uint64_t bytes) {
 std::string duration_text(double seconds) {
     const auto whole = static_cast<long long>(std::llround(std::max(seconds, 0.0)));
     const long long minutes = whole / 60, hours = minutes / 60, days = hours / 24;
-    if (days > 0) return fmt::format("{} d {} h", days, hours % 24);
-    if (hours > 0) return fmt::format("{} h {} min", hours, minutes % 60);
-    if (minutes > 0) return fmt::format("{} min {} s", minutes, whole % 60);
+    const auto text = [](long long large, const char* unit, long long small, const char* rest) {
+        const std::string shown = fmt::format("{} {}", large, unit);
+        return small == 0 ? shown : fmt::format("{} {} {}", shown, small, rest);
+    };
+    if (days > 0) return text(days, "d", hours % 24, "h");
+    if (hours > 0) return text(hours, "h", minutes % 60, "min");
+    if (minutes > 0) return text(minutes, "min", whole % 60, "s");
     return fmt::format("{} s", whole);
 }
 
