@@ -465,6 +465,41 @@ SSD_OP_API int SSD_OP_DB_Update_Runtime_Report(int record_no, int percentage,
 SSD_OP_API int SSD_OP_DB_Update_SSD_Runtime_Data(int record_no, int percentage,
                                                  const char *runtime_csv);
 
+/* ---- Deletion, and how many records are kept ---- */
+
+/**
+ * Delete a record, or all of them: its results, reports, samples, groups and its runtime state.
+ * Drives stay known. The file is compacted, and the event log says what was done, or that it failed.
+ *
+ * The runtime state goes first and the rest in one transaction.
+ *
+ * @param record_no  the record; -1: all records
+ * @return 0; -1 when there is no such record or the database cannot be opened; else what SQLite
+ *         says of the deletion that failed
+ * Locks: the database and, before it, the files of the runtime state.
+ */
+SSD_OP_API int SSD_OP_DB_Delete_Record(int record_no);
+
+/**
+ * How many records the database keeps: with every change of a record the oldest beyond that number
+ * are dropped.
+ *
+ * @return the limit; 30 when the database does not say; -1 when it cannot be opened
+ * Locks: the database.
+ */
+SSD_OP_API int SSD_OP_DB_Query_Max_Record_Limit(void);
+
+/**
+ * Change that number. The oldest records beyond it are deleted at once, save for their drives'
+ * temperature samples and their runtime state.
+ *
+ * @param limit  above 0
+ * @return 0; -1, with nothing changed, for another limit or when the database cannot be opened or
+ *         written
+ * Locks: the database.
+ */
+SSD_OP_API int SSD_OP_DB_Update_Max_Record_Limit(int limit);
+
 /* ---- Runtime state ----
  *
  * What a running test shows to other processes, in two ini files with a section "Record_<number>"

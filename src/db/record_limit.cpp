@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "db/database.h"
 #include "db/schema.h"
-#include "db/sql.h"
 
 namespace ssd_op::db {
 
@@ -29,3 +29,61 @@ int create_record_limit(sqlite3* db, int limit) {
 }
 
 }  // namespace ssd_op::db
+
+namespace db = ssd_op::db;
+
+namespace {
+
+/// Deletes what belongs to the oldest records beyond the limit, the records themselves last.
+void delete_beyond(sqlite3* connection, int limit) {
+    for (const char* format :
+         {"DELETE FROM RUNTIME_REPORT WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD "
+          "ORDER BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);",
+          "DELETE FROM TEST_DATA WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD ORDER "
+          "BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);",
+          "DELETE FROM SELECT_DEV WHERE f_raid_no IN     (SELECT raid_no FROM RAID_GROUP WHERE "
+          "f_record_no IN     (SELECT record_no FROM TEST_RECORD ORDER BY record_no ASC      "
+          "LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d));",
+          "DELETE FROM RAID_GROUP WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD "
+          "ORDER BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);",
+          "DELETE FROM TEST_RECORD WHERE record_no IN     (SELECT record_no FROM TEST_RECORD ORDER "
+          "BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);"})
+        db::execute(connection, db::sql(format, limit));
+}
+
+int change_limit(const char* function, sqlite3* connection, int limit) {
+    db::Transaction transaction(connection);
+    db::execute(connection, db::sql("DROP TRIGGER %s;", "test_record_trigger"));
+    int count = 0;
+    db::query_number(connection, db::sql("SELECT COUNT() FROM %s;", "TEST_RECORD"), count);
+    if (limit < count) delete_beyond(connection, limit);
+    if (db::create_record_limit(connection, limit) == SQLITE_OK && transaction.commit()) return 0;
+    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function,
+             db::sql(db::kCreateTrigger, limit, limit).get());
+    return -1;
+}
+
+}  // namespace
+
+int SSD_OP_DB_Query_Max_Record_Limit() {
+    const char* function = __func__;
+    return db::with_session(function, -1, [&](sqlite3* connection) {
+        int limit = db::kDefaultRecordLimit;
+        if (db::read_record_limit(connection, limit) == SQLITE_OK) return limit;
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(select).\n", function);
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to query max record limit from database.\n", function);
+        return db::kDefaultRecordLimit;
+    });
+}
+
+int SSD_OP_DB_Update_Max_Record_Limit(int limit) {
+    const char* function = __func__;
+    SM_TRACE(SM_TRACE_ENTRY, "%s: Enter,max_record_limit(%d).\n", function, limit);
+    if (limit <= 0) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: The max record limit can't be zero.\n", function);
+        return -1;
+    }
+    return db::with_session(function, -1, [&](sqlite3* connection) {
+        return change_limit(function, connection, limit);
+    });
+}

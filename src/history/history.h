@@ -1,6 +1,7 @@
-/// History room: what a test measured, on its way from its files and records into the database. It
-/// may use every room below: the runtime state and the events for a ratio that was skipped. An
-/// import is one transaction: a file that cannot be read to its end leaves no row.
+/// History room: what a test measured, on its way from its files and records into the database, and
+/// out of it again. It may use every room below: the runtime state and the events for a ratio that
+/// was skipped and for records that are deleted. An import is one transaction, and so is a
+/// deletion.
 #pragma once
 
 #include <sqlite3.h>

@@ -1,0 +1,138 @@
+// Deletion of records, and the limit on how many are kept.
+
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <sqlite3.h>
+
+#include "ssd_op.h"
+#include "support/appliance.h"
+#include "support/crash.h"
+#include "support/files.h"
+#include "support/records.h"
+
+namespace {
+
+using appliance::drive_id;
+
+class Deletion : public support::ApplianceTest {
+  protected:
+    std::string value(const std::string& query) { return appliance().sql_value(query); }
+    void run_sql(const std::string& statements) {
+        SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE).exec(statements);
+    }
+    /// Records 1 to count, each with a row in every table and a runtime state.
+    void store_records(int count) {
+        for (int record = 1; record <= count; ++record) {
+            ASSERT_EQ(support::store_record("No " + std::to_string(record), {drive_id(0)}), record);
+            SSD_OP_DB_Update_Test_Result(record, 10, 1, 2);
+            support::write_file("/tmp/deletion_test.csv", "1,2,3,4,5\n");
+            SSD_OP_DB_Update_Runtime_Report(record, 10, "/tmp/deletion_test.csv", 0);
+            const int select_no =
+                SSD_OP_DB_Query_SSD_Select_No(record, 800, static_cast<int>(drive_id(0)));
+            support::write_file("/tmp/deletion_test.csv",
+                                "1, 1, " + std::to_string(select_no) + ", 30\n");
+            SSD_OP_DB_Update_SSD_Runtime_Data(record, 10, "/tmp/deletion_test.csv");
+            SSD_OP_Test_Set_OP_Count(record, 5);
+            SSD_OP_Test_Set_Step_Progress(record, record);
+        }
+    }
+    /// Rows of TEST_RECORD, RAID_GROUP, SELECT_DEV, TEST_DATA, RUNTIME_REPORT, SSD_RUNTIME_DATA.
+    std::string rows() {
+        return value(
+            "SELECT (SELECT count(*) FROM TEST_RECORD) || (SELECT count(*) FROM RAID_GROUP) || "
+            "(SELECT count(*) FROM SELECT_DEV) || (SELECT count(*) FROM TEST_DATA) || (SELECT "
+            "count(*) FROM RUNTIME_REPORT) || (SELECT count(*) FROM SSD_RUNTIME_DATA)");
+    }
+    std::string records() {
+        return value(
+            "SELECT group_concat(record_no) FROM (SELECT record_no FROM TEST_RECORD ORDER "
+            "BY record_no)");
+    }
+};
+
+bool has_runtime_state(int record_no) {
+    int progress = -1;
+    return SSD_OP_Test_Get_Step_Progress(record_no, &progress) == 0;
+}
+
+}  // namespace
+
+TEST_F(Deletion, TakesARecordWithAllThatBelongsToIt) {
+    store_records(3);
+    EXPECT_EQ(SSD_OP_DB_Delete_Record(2), 0);
+    EXPECT_EQ(rows(), "222222");
+    EXPECT_EQ(records(), "1,3");
+    EXPECT_EQ(value("SELECT count(*) FROM SSD_DEV"), "1");
+    EXPECT_FALSE(has_runtime_state(2));
+    EXPECT_TRUE(has_runtime_state(3));
+    ASSERT_EQ(appliance().events().size(), 1U);
+    EXPECT_NE(appliance().events()[0].description.find("No 2"), std::string::npos);
+
+    EXPECT_EQ(SSD_OP_DB_Delete_Record(2), -1) << "it is gone";
+    EXPECT_TRUE(appliance().traced("Fail to get record(2) information."));
+    EXPECT_TRUE(appliance().traced("Fail to delete data from database."));
+    EXPECT_EQ(rows(), "222222");
+    EXPECT_EQ(appliance().events().size(), 2U);
+}
+
+TEST_F(Deletion, TakesAllRecordsAndStartsCountingAnew) {
+    EXPECT_EQ(SSD_OP_DB_Delete_Record(-1), 0) << "none is fine";
+    store_records(3);
+    EXPECT_EQ(SSD_OP_DB_Delete_Record(-1), 0);
+    EXPECT_EQ(rows(), "000000");
+    EXPECT_FALSE(has_runtime_state(1) || has_runtime_state(3));
+    EXPECT_EQ(value("SELECT version FROM DB_VERSION"), "6");
+    EXPECT_EQ(value("PRAGMA freelist_count"), "0") << "the file is compacted";
+    EXPECT_EQ(appliance().events().size(), 2U);
+    EXPECT_EQ(support::store_record("first again", {drive_id(0)}), 1);
+}
+
+TEST_F(Deletion, SaysWhatSqliteSaysWhenTheRecordsCannotBeDeleted) {
+    store_records(1);
+    run_sql(
+        "CREATE TRIGGER keep BEFORE DELETE ON TEST_RECORD BEGIN SELECT RAISE(ABORT, 'no'); END");
+    EXPECT_EQ(SSD_OP_DB_Delete_Record(1), SQLITE_CONSTRAINT);
+    EXPECT_TRUE(appliance().traced("SSD_OP_DB_Delete_Record: Fail to execute sql(delete."));
+    EXPECT_EQ(rows(), "111111") << "a record that stays keeps its parts";
+    EXPECT_EQ(appliance().events().size(), 1U);
+}
+
+TEST_F(Deletion, IsWholeOrNothingWhereverItIsKilled) {
+    const int kills = support::kill_at_every_change(
+        "ssd_op.db",
+        [&] {
+            if (SSD_OP_DB_Query_Record_Count() < 1) store_records(1);
+        },
+        [] { SSD_OP_DB_Delete_Record(1); },
+        [&] {
+            EXPECT_GE(SSD_OP_DB_Query_Record_Count(), 0) << "undoes what was half done";
+            EXPECT_TRUE(rows() == "111111" || rows() == "000000") << rows();
+            EXPECT_EQ(value("PRAGMA integrity_check"), "ok");
+        });
+    EXPECT_GT(kills, 5);
+}
+
+TEST_F(Deletion, OfTheOldestFollowsTheLimit) {
+    store_records(8);
+    EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 30);
+    EXPECT_EQ(SSD_OP_DB_Update_Max_Record_Limit(40), 0);
+    EXPECT_EQ(rows(), "888888");
+    EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 40);
+    EXPECT_EQ(SSD_OP_DB_Update_Max_Record_Limit(5), 0);
+    EXPECT_EQ(records(), "4,5,6,7,8");
+    EXPECT_EQ(rows(), "555558") << "samples stay";
+    for (const int refused : {0, -1}) EXPECT_EQ(SSD_OP_DB_Update_Max_Record_Limit(refused), -1);
+    EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 5);
+
+    ASSERT_EQ(support::store_record("one more", {drive_id(0)}), 9);
+    EXPECT_EQ(records(), "4,5,6,7,8,9") << "until a record changes";
+    SSD_OP_DB_Update_Record_Status(1, 9);
+    EXPECT_EQ(records(), "5,6,7,8,9");
+
+    run_sql("DROP TRIGGER test_record_trigger");
+    EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 30);
+    run_sql("CREATE TRIGGER test_record_trigger AFTER UPDATE ON TEST_RECORD BEGIN SELECT 1; END");
+    EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 30) << "a text without a limit";
+    EXPECT_TRUE(appliance().traced("Fail to query max record limit from database."));
+    EXPECT_EQ(SSD_OP_DB_Update_Max_Record_Limit(7), 0);
+    EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 7);
+}
