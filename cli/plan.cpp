@@ -104,8 +104,9 @@ int test_type(const Request& request) {
 
 std::string title_of(const Request& request, const Plan& plan) {
     if (!request.title.empty()) return request.title;
-    return fmt::format("{}, OP {} to {} %", plan.layout.text(), plan.ratios.front(),
-                       plan.ratios.back());
+    const int first = plan.ratios.front(), last = plan.ratios.back();
+    if (first == last) return fmt::format("{}, OP {} %", plan.layout.text(), first);
+    return fmt::format("{}, OP {} to {} %", plan.layout.text(), first, last);
 }
 
 ssd_op_test_param make_param(const Request& request, const Plan& plan) {
