@@ -16,7 +16,6 @@ namespace {
 using namespace support;
 using ssd_op::evaluation::write_iops;
 using ssd_op::evaluation::write_rate;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Optional;
 

@@ -18,19 +18,19 @@ constexpr const char* kFunction = "SSD_OP_Test_Create_Storage";
 
 enum Failure { kStopped = -1, kOutOfMemory = -10, kNoPool = -15, kNoVolume = -24 };
 
-/// A kind of measurement; what is checked before it and after its failure; the progress behind it.
+/// What is checked before a measurement and after its failure, the progress behind it, its kind.
 struct MeasurementStep {
-    bool sequential;
-    bool read;
     const char* checkpoint;
     const char* checkpoint_after_failure;
     int progress;
+    bool sequential;
+    bool read;
 };
 constexpr MeasurementStep kMeasurements[] = {
-    {true, true, "4", "4_1", 39},
-    {true, false, "5", "5_1", 52},
-    {false, true, "6", "6_1", 65},
-    {false, false, "7", "7_1", 78},
+    {"4", "4_1", 39, true, true},
+    {"5", "5_1", 52, true, false},
+    {"6", "6_1", 65, false, true},
+    {"7", "7_1", 78, false, false},
 };
 
 class StorageCreation {
