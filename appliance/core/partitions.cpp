@@ -12,7 +12,7 @@ namespace appliance {
 namespace {
 
 constexpr uint64_t kAlignmentKib = 1024;
-constexpr uint64_t kSystemPartitionKib = 256 * 1024;
+constexpr uint64_t kSystemPartitionKib = uint64_t{256} * 1024;
 
 }  // namespace
 

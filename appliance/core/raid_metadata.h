@@ -5,6 +5,6 @@
 namespace appliance {
 
 /// At the end of each member's data partition, kept for a group's metadata.
-inline constexpr uint64_t kRaidMetadataKib = 32 * 1024;
+inline constexpr uint64_t kRaidMetadataKib = uint64_t{32} * 1024;
 
 }  // namespace appliance

@@ -36,12 +36,12 @@ bool can_make_all(const RAID_CONF* groups) {
         for (int spare = 0; spare < group->spare_drive_num; ++spare)
             if (!drives.insert(group->spare_drive_ids[spare]).second) return false;
     }
-    return groups != nullptr;
+    return true;
 }
 
 int make_pool(const RAID_CONF* groups) {
     const int pool_id = next_pool_id();
-    if (pool_id < 0 || !can_make_all(groups)) return -1;
+    if (groups == nullptr || pool_id < 0 || !can_make_all(groups)) return -1;
     change("INSERT INTO pool(pool_id) VALUES(?)", pool_id);
     const int striped = groups->next != nullptr ? 1 : 0;
     int position = 0;

@@ -1,5 +1,6 @@
 /// appliance-setup: makes the instance that it runs in a new appliance.
 
+#include <cstdio>
 #include <exception>
 
 #include <CLI/CLI.hpp>
@@ -7,7 +8,9 @@
 
 #include "core/blueprint.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
     appliance::Blueprint blueprint;
     blueprint.system_pool = true;
 
@@ -37,14 +40,20 @@ int main(int argc, char** argv) {
         blueprint.drive.interface_type = PD_INTERFACE_NVME;
     }
 
-    try {
-        appliance::install(blueprint);
-    } catch (const std::exception& error) {
-        fmt::print(stderr, "appliance-setup: {}\n", error.what());
-        return 1;
-    }
+    appliance::install(blueprint);
     fmt::print("A new appliance: {} drives of {} GB{}.\n", blueprint.drives,
                blueprint.drive.size_gb,
                blueprint.system_pool ? ", and a mirrored pair of hard disks for the system" : "");
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "appliance-setup: %s\n", error.what());
+        return 1;
+    }
 }
