@@ -39,9 +39,9 @@ extern "C" {
 /* The platform's description of a RAID group to create; see platform/storage.h. */
 typedef struct RAID_CONF RAID_CONF;
 
-#define SSD_OP_MAX_RATIOS 20  /* OP ratios in a record */
-#define SSD_OP_MAX_DRIVES 64  /* member drives of a RAID group */
-#define SSD_OP_MAX_SKIPPED 20 /* OP ratios remembered as skipped */
+#define SSD_OP_MAX_RATIOS 20   /* OP ratios in a record */
+#define SSD_OP_MAX_DRIVES 64   /* member drives of a RAID group */
+#define SSD_OP_MAX_SKIPPED 20  /* OP ratios remembered as skipped */
 #define SSD_OP_MAX_RECORDS 256 /* records looked at by functions that go through all of them */
 
 /* ---- Types ---- */
@@ -103,8 +103,8 @@ typedef struct ssd_op_db_raid_conf {
 /** One evaluation. */
 typedef struct ssd_op_db_record {
     time_t start_time;
-    time_t end_time; /* 0 while it runs */
-    int status;      /* ssd_op_test_status */
+    time_t end_time;                   /* 0 while it runs */
+    int status;                        /* ssd_op_test_status */
     int percentage[SSD_OP_MAX_RATIOS]; /* OP ratios with results, ascending */
     long double result_1[SSD_OP_MAX_RATIOS];
     long double result_2[SSD_OP_MAX_RATIOS]; /* IOPS in the steady state */
@@ -469,7 +469,8 @@ SSD_OP_API int SSD_OP_DB_Update_SSD_Runtime_Data(int record_no, int percentage,
 
 /**
  * Delete a record, or all of them: its results, reports, samples, groups and its runtime state.
- * Drives stay known. The file is compacted, and the event log says what was done, or that it failed.
+ * Drives stay known. The file is compacted, and the event log says what was done, or that it
+ * failed.
  *
  * The runtime state goes first and the rest in one transaction.
  *
@@ -503,13 +504,13 @@ SSD_OP_API int SSD_OP_DB_Update_Max_Record_Limit(int limit);
 /* ---- Runtime state ----
  *
  * What a running test shows to other processes, in two ini files with a section "Record_<number>"
- * for each record: the runtime-info file (/etc/.sm_v2_ssd_op_runtime_info), in which the test script
- * keeps keys of its own, and the add-on's ssd_opr.conf.
+ * for each record: the runtime-info file (/etc/.sm_v2_ssd_op_runtime_info), in which the test
+ * script keeps keys of its own, and the add-on's ssd_opr.conf.
  *
  * A function holds the lock of the file it reads or writes and no other. A value that nobody has
  * written yet makes its getter return -1 and leave *value as it was, so set a default before the
- * call. Functions of the add-on's file (marked "add-on") return -1 when the add-on is not installed;
- * nothing is read or written then.
+ * call. Functions of the add-on's file (marked "add-on") return -1 when the add-on is not
+ * installed; nothing is read or written then.
  */
 
 /** Advance inside the record's present status, 0 to 100; every change of status puts it at 0. */
@@ -578,8 +579,8 @@ SSD_OP_API int SSD_OP_Test_Set_Status(int record_no, int status);
  * processes that add at the same moment.
  *
  * @param op  the ratio, in percent; at most seven characters of its text are kept
- * @return 0; -1 when it cannot be written, or SSD_OP_MAX_SKIPPED ratios are remembered already (with
- *         a trace, the list stays as it was)
+ * @return 0; -1 when it cannot be written, or SSD_OP_MAX_SKIPPED ratios are remembered already
+ * (with a trace, the list stays as it was)
  */
 SSD_OP_API int SSD_OP_Test_Add_Skip_OP(int record_no, int op);
 
@@ -595,13 +596,14 @@ SSD_OP_API int SSD_OP_Test_Remove_Runtime_Info(int record_no);
 
 /* ---- Progress ----
  *
- * Figures for whoever watches a test. They come from the record, the keys that the test script keeps
- * in the runtime-info file, and the script's status file /etc/.sm_v2_ssd_op_test_<number>. Nothing is
- * locked from one read to the next: figures of one moment may differ by a step. A NULL record is read
- * from the database, under its lock.
+ * Figures for whoever watches a test. They come from the record, the keys that the test script
+ * keeps in the runtime-info file, and the script's status file /etc/.sm_v2_ssd_op_test_<number>.
+ * Nothing is locked from one read to the next: figures of one moment may differ by a step. A NULL
+ * record is read from the database, under its lock.
  */
 
-/** Key of the script: the OP ratio measured now, in percent; -1 while the volume is being filled. */
+/** Key of the script: the OP ratio measured now, in percent; -1 while the volume is being filled.
+ */
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Percentage(int record_no, int *percentage);
 /** Key of the script: steps for each ratio, and the one running now, from 1. */
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Total_Step(int record_no, int *steps);
@@ -634,8 +636,8 @@ SSD_OP_API int SSD_OP_Test_Get_Progress(int record_no, ssd_op_db_record *record,
 
 /**
  * Estimated seconds until the script is done: what the current ratio has left, and for each ratio
- * above it 80 percent of the current one's whole time. 0 unless the record is testing, and before its
- * first ratio.
+ * above it 80 percent of the current one's whole time. 0 unless the record is testing, and before
+ * its first ratio.
  *
  * @return 0; -1 when the record has to be read and cannot be
  */
@@ -647,8 +649,9 @@ SSD_OP_API int SSD_OP_Test_Get_Total_Test_Count(int record_no, ssd_op_db_record 
                                                 int *total);
 
 /**
- * Steps done, for a script that goes from max_op down to min_op: all of the ratios above the current
- * one and those of the current one before the running step. Stays as it was before the first ratio.
+ * Steps done, for a script that goes from max_op down to min_op: all of the ratios above the
+ * current one and those of the current one before the running step. Stays as it was before the
+ * first ratio.
  *
  * @return 0; -1 when the record has to be read and cannot be
  */
@@ -658,29 +661,29 @@ SSD_OP_API int SSD_OP_Test_Get_Complete_Test_Count(int record_no, ssd_op_db_reco
 /* ---- Events ---- */
 
 enum { /* type for SSD_OP_Write_System_Log: does it want a record_no, what does detail point to */
-    SSD_OP_EVENT_STARTED = 0,          /* record */
-    SSD_OP_EVENT_STEP_FAILED = 1,      /* record; ssd_op_event_step */
-    SSD_OP_EVENT_COMPLETED = 2,        /* record */
-    SSD_OP_EVENT_STOPPED = 3,          /* record */
-    SSD_OP_EVENT_UPLOADING = 4,        /* record */
-    SSD_OP_EVENT_RECORD_DELETED = 5,   /* const char: the record's title */
-    SSD_OP_EVENT_ALL_DELETED = 6,
-    SSD_OP_EVENT_DELETE_FAILED = 7,
-    SSD_OP_EVENT_FAILED = 8,           /* record; NULL before the test, or int: a RAID id, or -1 */
-    SSD_OP_EVENT_STORAGE_CREATED = 9,  /* int: a RAID id */
-    SSD_OP_EVENT_STORAGE_REMOVED = 10  /* int: a RAID id */
+       SSD_OP_EVENT_STARTED = 0,        /* record */
+       SSD_OP_EVENT_STEP_FAILED = 1,    /* record; ssd_op_event_step */
+       SSD_OP_EVENT_COMPLETED = 2,      /* record */
+       SSD_OP_EVENT_STOPPED = 3,        /* record */
+       SSD_OP_EVENT_UPLOADING = 4,      /* record */
+       SSD_OP_EVENT_RECORD_DELETED = 5, /* const char: the record's title */
+       SSD_OP_EVENT_ALL_DELETED = 6,
+       SSD_OP_EVENT_DELETE_FAILED = 7,
+       SSD_OP_EVENT_FAILED = 8, /* record; NULL before the test, or int: a RAID id, or -1 */
+       SSD_OP_EVENT_STORAGE_CREATED = 9, /* int: a RAID id */
+       SSD_OP_EVENT_STORAGE_REMOVED = 10 /* int: a RAID id */
 };
 
 /** Detail of SSD_OP_EVENT_STEP_FAILED. Any other code reports nothing. */
 typedef struct ssd_op_event_step {
-    int code;       /* 255: drives take no discards, or the script failed; 254: a ratio is skipped */
+    int code; /* 255: drives take no discards, or the script failed; 254: a ratio is skipped */
     int percentage; /* the skipped ratio */
 } ssd_op_event_step;
 
 /**
  * Report an event to the user: to the notification service when that application is installed and
- * active, otherwise to the event log. Start, completion, stop, and a failure with a detail go to the
- * log engine too.
+ * active, otherwise to the event log. Start, completion, stop, and a failure with a detail go to
+ * the log engine too.
  *
  * @param requester  an ssd_op_requester, whose user and address the entry names, or NULL
  * @param type       SSD_OP_EVENT_...; any other value does nothing
@@ -761,7 +764,8 @@ SSD_OP_API int SSD_OP_Test_Create_Storage(RAID_CONF *raid_list, int need_fork,
  * @param lv_id      id of the volume
  * @param need_fork  0: do it in this process; otherwise in a child, which alone learns the outcome
  * @return 0, and in the caller of a child; -12 no such volume; -50 it has no pool; otherwise what
- *         the platform's failed call returned. A pool that cannot be removed stays without a volume.
+ *         the platform's failed call returned. A pool that cannot be removed stays without a
+ * volume.
  */
 SSD_OP_API int SSD_OP_Test_Remove_Storage(int lv_id, int need_fork);
 
@@ -785,8 +789,8 @@ SSD_OP_API int SSD_OP_Test_Start(ssd_op_test_param *param, ssd_op_db_record *rec
  * the script's files.
  *
  * @param param   the request, with the log_prefix that SSD_OP_Test_Start wrote
- * @param record  receives count, percentage, result_1 and result_2; a ratio that the report does not
- *                have keeps what it had. Ratios beyond SSD_OP_MAX_RATIOS are ignored.
+ * @param record  receives count, percentage, result_1 and result_2; a ratio that the report does
+ * not have keeps what it had. Ratios beyond SSD_OP_MAX_RATIOS are ignored.
  * @return what SSD_OP_DB_Update_Test_Data returned
  */
 SSD_OP_API int SSD_OP_Test_Save_Result(ssd_op_test_param *param, ssd_op_db_record *record);

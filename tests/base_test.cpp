@@ -1,9 +1,9 @@
 // Values from users and drives on their way through a real shell.
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "base/command.h"
 
@@ -14,7 +14,8 @@ namespace {
 std::string every_byte_but_nul() {
     std::string bytes;
     for (int byte = 1; byte < 256; ++byte) bytes += static_cast<char>(byte);
-    return bytes + "'; touch /tmp/broken_out; ' $(touch /tmp/broken_out) `touch /tmp/broken_out` \\";
+    return bytes +
+           "'; touch /tmp/broken_out; ' $(touch /tmp/broken_out) `touch /tmp/broken_out` \\";
 }
 
 std::string printed(const std::string& line) { return base::run_and_read(line, 4096).text; }

@@ -1,11 +1,11 @@
 #include "base/child.h"
 
+#include <cerrno>
+#include <utility>
+
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <utility>
 
 namespace ssd_op::base {
 

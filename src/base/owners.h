@@ -1,11 +1,11 @@
 #pragma once
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <utility>
+
+#include <unistd.h>
 
 namespace ssd_op::base {
 

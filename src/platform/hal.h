@@ -65,20 +65,20 @@ int HAL_MB_Mem_Get_Info(int slot, HAL_MEM_INFO *info);
 #define PD_FLAG_SSD 8u /* PD_INFO.flags bit 3: a solid-state drive, which takes discards */
 
 enum { /* PD_INFO.form_factor */
-    PD_FORM_2_5_INCH = 0,
-    PD_FORM_M2_SATA = 6,
-    PD_FORM_M2_PCIE = 7,
-    PD_FORM_MSATA = 8,
-    PD_FORM_PCIE = 9
+       PD_FORM_2_5_INCH = 0,
+       PD_FORM_M2_SATA = 6,
+       PD_FORM_M2_PCIE = 7,
+       PD_FORM_MSATA = 8,
+       PD_FORM_PCIE = 9
 };
 
 enum { /* PD_INFO.interface_type */
-    PD_INTERFACE_SATA = 0,
-    PD_INTERFACE_SAS = 1,
-    PD_INTERFACE_NVME = 4,
-    PD_INTERFACE_VJBOD = 5,
-    PD_INTERFACE_VIRTIO = 6,
-    PD_INTERFACE_VIRTIO_SCSI = 7
+       PD_INTERFACE_SATA = 0,
+       PD_INTERFACE_SAS = 1,
+       PD_INTERFACE_NVME = 4,
+       PD_INTERFACE_VJBOD = 5,
+       PD_INTERFACE_VIRTIO = 6,
+       PD_INTERFACE_VIRTIO_SCSI = 7
 };
 
 typedef struct PD_INFO {
@@ -106,9 +106,9 @@ int PD_Get_Log_Name(int enclosure, int port, char *name, int size); /* name of t
 int PD_Get_WWN(int enclosure, int port, char *buffer, int size);    /* up to 64 characters */
 
 typedef struct PD_SMART_INFO {
-    int temperature;   /* degrees Celsius, as the drive's one byte holds it: 0 to 255 */
+    int temperature; /* degrees Celsius, as the drive's one byte holds it: 0 to 255 */
     int power_on_hours;
-    int wear_percent;  /* share of the rated endurance used up */
+    int wear_percent;           /* share of the rated endurance used up */
     uint64_t host_written_kib;  /* written by the host since the drive was made */
     uint64_t flash_written_kib; /* written to the flash for it; their quotient is the drive's write
                                    amplification. A drive that does not count reports 0. */
@@ -139,8 +139,8 @@ int Part_Get_Info(int enclosure, int port, int part_no, PART_INFO *info);
  * @param background  non-zero: return at once
  *
  * The figures lie in /etc/enclosure_N.conf, section PhysicalDisk_PORT, and, by the drive's WWN, in
- * /etc/config/disk_performance.conf: keys read_speed, write_speed, read_iops, write_iops. A key holds
- * "testing" while its measurement runs and "fail" after one that failed.
+ * /etc/config/disk_performance.conf: keys read_speed, write_speed, read_iops, write_iops. A key
+ * holds "testing" while its measurement runs and "fail" after one that failed.
  */
 int Disk_Read_Performance_Test(const unsigned *dev_ids, int count, int sequential, int background);
 int Disk_Write_Performance_Test(const unsigned *dev_ids, int count, const int *part_nos,

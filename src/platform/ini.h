@@ -7,10 +7,10 @@
  * directory is not. No call takes a lock by itself: a caller that must not be disturbed takes the
  * file's lock first.
  *
- * Sections and keys are found without regard to case. A value is any text on one line: it comes back
- * byte for byte, blanks and quotes at its ends included. A value, key or section with a line break
- * is refused, and so is a key that would read as something else (an equals sign in it, or one of
- * [ ; # at its start).
+ * Sections and keys are found without regard to case. A value is any text on one line: it comes
+ * back byte for byte, blanks and quotes at its ends included. A value, key or section with a line
+ * break is refused, and so is a key that would read as something else (an equals sign in it, or one
+ * of [ ; # at its start).
  */
 #ifndef PLATFORM_INI_H
 #define PLATFORM_INI_H

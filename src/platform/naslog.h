@@ -12,9 +12,9 @@ extern "C" {
 #endif
 
 enum { /* levels of SM_TRACE */
-    SM_TRACE_ERROR = 1,
-    SM_TRACE_ENTRY = 4,
-    SM_TRACE_INFO = 8
+       SM_TRACE_ERROR = 1,
+       SM_TRACE_ENTRY = 4,
+       SM_TRACE_INFO = 8
 };
 
 /**
@@ -24,9 +24,9 @@ enum { /* levels of SM_TRACE */
 void SM_TRACE(int level, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
 enum { /* types of an event */
-    NASLOG_INFORMATION = 0,
-    NASLOG_WARNING = 1,
-    NASLOG_ERROR = 2
+       NASLOG_INFORMATION = 0,
+       NASLOG_WARNING = 1,
+       NASLOG_ERROR = 2
 };
 
 typedef struct NASLOG_EVENT {

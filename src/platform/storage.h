@@ -21,7 +21,7 @@ extern "C" {
 #define RAID_FLAG_ID_RESERVED 1u /* RAID_CONF.flags bit 0: raid_id is reserved already */
 
 enum { /* RAID_CONF.raid_level, beside the plain levels 0, 1, 5, 6 and 10 */
-    RAID_LEVEL_JBOD = -2
+       RAID_LEVEL_JBOD = -2
 };
 
 typedef struct RAID_CONF {
@@ -47,7 +47,8 @@ int RAID_Is_Exist(int raid_id);       /* non-zero: the group or its configuratio
 int RAID_Remove_Conf(int raid_id);    /* fails for a group that is still in a pool */
 int RAID_Get_Info(int raid_id, int flags, RAID_INFO *info);
 int RAID_Get_Conf(int raid_id, RAID_CONF *conf);
-int RAID_Get_Id_By_Drive(unsigned dev_id); /* group that has the drive as member or spare; -1: none */
+int RAID_Get_Id_By_Drive(
+    unsigned dev_id); /* group that has the drive as member or spare; -1: none */
 
 /* While anything is registered, background rebuilds slow down. A registration is a text. */
 int RAID_Force_Speed_Down_Generate_UID(int pid, char *uid, int size);
@@ -56,7 +57,8 @@ int RAID_Force_Speed_Down_Remove(const char *uid);
 
 /* ---- Disks ---- */
 
-#define DISK_META_CURRENT 7 /* the layout of this firmware; anything else wants an initialisation */
+#define DISK_META_CURRENT 7 /* the layout of this firmware; anything else wants an initialisation \
+                             */
 
 int NAS_Disk_Check_Meta_Type(unsigned dev_id); /* the drive's layout; negative: no such drive */
 /** Lay a drive out anew that is in no group; meta_type is the layout that it has. */
@@ -90,8 +92,8 @@ int Pool_Calc_LV_Small_Create_Size(int pool_id, uint64_t *sectors);
 /**
  * Make the groups of the list and a pool over them, striped when there are several; a drive without
  * partitions gets them. Nothing is made when one group cannot be: a level that does not go with its
- * number of members, an id that is taken or reserved, a drive that is missing, in a group, or listed
- * twice. Returns the pool's id or a negative value.
+ * number of members, an id that is taken or reserved, a drive that is missing, in a group, or
+ * listed twice. Returns the pool's id or a negative value.
  */
 int NAS_Pool_Create(RAID_CONF *groups, int flags, int kind, const POOL_CREATE_OPTIONS *options,
                     void *context);
@@ -109,24 +111,24 @@ int nas_set_removing_cv_pool(int pool_id);
 typedef struct LV_CREATE_REQUEST {
     int pool_id;
     int lv_id;
-    int mode;          /* 0, or LV_MODE_STRIPED */
-    uint64_t type;     /* LV_TYPE_... */
-    uint64_t sectors;  /* 0: all that the pool has free */
+    int mode;         /* 0, or LV_MODE_STRIPED */
+    uint64_t type;    /* LV_TYPE_... */
+    uint64_t sectors; /* 0: all that the pool has free */
 } LV_CREATE_REQUEST;
 
 int LV_Get_Next_Available_Id(int flags, uint64_t type); /* an id; negative: none */
 int LV_Create(LV_CREATE_REQUEST *request, int flags, int kind);
-int LV_Destroy(int lv_id); /* fails while a program has the volume open */
-int LV_Resize(int lv_id, uint64_t sectors); /* not to 0, nor beyond what the pool has free */
-int LV_Is_Exist(int lv_id);                          /* non-zero: it exists */
-int LV_Get_Id(const char *name);                     /* negative: no such volume */
-int LV_Get_Name(int lv_id, char *name, int size);    /* for example /dev/mapper/lv1568 */
-int LV_Get_Pool_Id(int lv_id);                       /* negative: no pool */
+int LV_Destroy(int lv_id);                        /* fails while a program has the volume open */
+int LV_Resize(int lv_id, uint64_t sectors);       /* not to 0, nor beyond what the pool has free */
+int LV_Is_Exist(int lv_id);                       /* non-zero: it exists */
+int LV_Get_Id(const char *name);                  /* negative: no such volume */
+int LV_Get_Name(int lv_id, char *name, int size); /* for example /dev/mapper/lv1568 */
+int LV_Get_Pool_Id(int lv_id);                    /* negative: no pool */
 int LV_Get_Size(int lv_id, uint64_t *sectors);
 
 /* ---- Volumes and services ---- */
 
-int Check_Default_Share_in_All_Vol(int flags);       /* id of the volume; 0 or below: none */
+int Check_Default_Share_in_All_Vol(int flags);            /* id of the volume; 0 or below: none */
 int Volume_Is_Mount(int volume_id, char *path, int size); /* non-zero: mounted, at path */
 int Start_Services(void); /* services.sh and rsyncd.sh; returns when both have started */
 
