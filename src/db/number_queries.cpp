@@ -85,16 +85,23 @@ int SSD_OP_DB_Get_Newest_Record() {
 
 int SSD_OP_DB_Query_Record_Status(int record_no) {
     const char* function = __func__;
-    if (is_unknown(function, record_no)) return -1;
     return db::with_session(function, -1, [&](sqlite3* connection) {
+        // One way through the database also tells whether there is such a record: this is what
+        // whoever watches a test asks all the time.
         int status = -1;
-        const int result = db::query_number(
+        bool exists = false;
+        const int result = db::query(
             connection, db::sql("SELECT status FROM TEST_RECORD WHERE record_no='%d';", record_no),
-            status);
-        if (result == SQLITE_OK) return status;
-        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function,
-                 db::error_text(connection, result));
-        return -1;
+            1, [&](const db::Row& row) {
+                exists = true;
+                status = row.integer(0);
+            });
+        if (result != SQLITE_OK)
+            SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function,
+                     db::error_text(connection, result));
+        else if (!exists)
+            SM_TRACE(SM_TRACE_ERROR, "%s: The record(%d) is not exist.\n", function, record_no);
+        return status;
     });
 }
 

@@ -1,11 +1,10 @@
-// What was measured: results of the ratios, runtime reports, temperatures of a drive.
+// What was measured: results of the ratios, temperatures of a drive.
 
-#include "base/owners.h"
 #include "db/database.h"
 #include "db/decimal.h"
+#include "db/list.h"
 #include "db/overflow.h"
 
-namespace base = ssd_op::base;
 namespace db = ssd_op::db;
 
 namespace {
@@ -19,28 +18,6 @@ int failed(const char* function, const char* what) {
     SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function, what);
     return -1;
 }
-
-/// A list in the making: appends zero-filled nodes at the tail.
-template <typename Node>
-class List {
-  public:
-    explicit List(Node*& head) : tail_(&head) { head = nullptr; }
-
-    /// The new node; null, after the message under the name `function`, when memory is short.
-    Node* append(const char* function) {
-        *tail_ = base::make_zeroed<Node>().release();
-        if (*tail_ == nullptr) {
-            base::trace_out_of_memory(function, __LINE__);
-            return nullptr;
-        }
-        Node* node = *tail_;
-        tail_ = &node->next;
-        return node;
-    }
-
-  private:
-    Node** tail_;
-};
 
 }  // namespace
 
@@ -65,34 +42,11 @@ int SSD_OP_DB_Query_Record_Test_Data(ssd_op_db_record* record, int record_no) {
     });
 }
 
-int SSD_OP_DB_Query_Record_Runtime_Report(ssd_op_db_record* record, int record_no, int percentage,
-                                          int every) {
-    const char* function = __func__;
-    if (record == nullptr) return parameter_error(function);
-    return db::with_session(function, -1, [&](sqlite3* connection) {
-        List<ssd_op_db_runtime_report> list(record->runtime_report);
-        const db::Sql statement = db::sql(
-            "SELECT percentage, time_slap, result, write_amount     FROM RUNTIME_REPORT WHERE "
-            "f_record_no=%d AND percentage=%d AND rowid%%%d=0;",
-            record_no, percentage, every);
-        const int result = db::query(connection, statement, 4, [&](const db::Row& row) {
-            auto* node = list.append("ssd_op_db_record_runtime_report_callback");
-            if (node == nullptr) return false;
-            node->percentage = percentage;  // as the statement asks; a column costs time
-            node->time_slap = row.integer64(1);
-            node->result = row.integer(2);
-            node->write_amount = row.unsigned_decimal(3);
-            return true;
-        });
-        return result == SQLITE_OK ? 0 : failed(function, statement.get());
-    });
-}
-
 int SSD_OP_DB_Query_SSD_Runtime_Data(ssd_op_db_ssd_dev* ssd, int record_no, int percentage) {
     const char* function = __func__;
     if (ssd == nullptr) return parameter_error(function);
     return db::with_session(function, -1, [&](sqlite3* connection) {
-        List<ssd_op_db_ssd_runtime_data> list(ssd->runtime_data);
+        db::List<ssd_op_db_ssd_runtime_data> list(ssd->runtime_data);
         const db::Sql statement = db::sql(
             "SELECT percentage,time_slap,temperature FROM SSD_RUNTIME_DATA     WHERE percentage=%d "
             "AND f_select_no IN (SELECT select_no FROM SELECT_DEV WhERE dev_id=%d AND f_raid_no IN "

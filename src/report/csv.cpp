@@ -4,7 +4,6 @@
 #include "report/export.h"
 #include "report/output.h"
 
-namespace base = ssd_op::base;
 namespace db = ssd_op::db;
 namespace report = ssd_op::report;
 
@@ -65,9 +64,8 @@ void write_samples(Output& out, std::string_view label, const report::Samples& s
         out << sample->*value << (sample->next != nullptr ? ',' : '\n');
 }
 
-void write_ratio(Output& out, ssd_op_db_record& record, int record_no, int percentage) {
+void write_ratio(Output& out, int percentage, const report::Samples& samples) {
     out << "OP Ratio (%) ," << percentage << '\n';
-    const report::Samples samples(record, record_no, percentage);
     if (!samples) {
         out << "No data.\n";
         return;
@@ -88,7 +86,9 @@ bool write_csv(ssd_op_db_record& record, int record_no, int file) {
     else
         out << "NG\n";
     out << "\n[ TEST RESULT ]\n";
-    for (const int percentage : results.ratios()) write_ratio(out, record, record_no, percentage);
+    const db::SampleRanges ranges(record_no);
+    for (const int percentage : results.ratios())
+        write_ratio(out, percentage, report::Samples(record, ranges, percentage));
     return out.finish();
 }
 

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "db/sample_ranges.h"
 #include "ssd_op.h"
 
 extern "C" {
@@ -56,9 +57,8 @@ class Results {
 /// Samples of one ratio, read into the record and released again with this owner.
 class Samples {
   public:
-    Samples(ssd_op_db_record& record, int record_no, int percentage)
-        : record_(record),
-          read_(SSD_OP_DB_Query_Record_Runtime_Report(&record, record_no, percentage, 1) == 0) {}
+    Samples(ssd_op_db_record& record, const db::SampleRanges& ranges, int percentage)
+        : record_(record), read_(ranges.read(record, percentage) == 0) {}
     Samples(const Samples&) = delete;
     Samples& operator=(const Samples&) = delete;
     ~Samples() { SSD_OP_DB_Free_Runtime_Report(&record_); }

@@ -6,7 +6,7 @@
 #include "report/xlsx_charts.h"
 #include "report/xlsx_sheet.h"
 
-namespace base = ssd_op::base;
+namespace db = ssd_op::db;
 namespace report = ssd_op::report;
 
 namespace {
@@ -173,10 +173,11 @@ bool write_workbook(const char* function, ssd_op_db_record& record, int record_n
     if (!ratios.empty())
         report::insert_result_chart(sheet, row + 1, static_cast<unsigned>(ratios.size()), row + 4);
     sheet.title(row + 28, "[ TEST RESULT ]");
+    const db::SampleRanges ranges(record_no);
     SampleTable table(sheet, row + 29, function);
     for (size_t i = 0; i < ratios.size(); ++i)
         table.write_ratio(static_cast<int>(i), ratios[i],
-                          report::Samples(record, record_no, ratios[i]));
+                          report::Samples(record, ranges, ratios[i]));
     table.insert_charts();
     return sheet.close();
 }

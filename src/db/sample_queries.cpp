@@ -1,0 +1,80 @@
+// Runtime reports: all rows of a ratio, or some of them.
+
+#include "db/database.h"
+#include "db/list.h"
+#include "db/sample_ranges.h"
+
+namespace db = ssd_op::db;
+
+namespace {
+
+constexpr const char* kQuery = "SSD_OP_DB_Query_Record_Runtime_Report";
+
+/// Reads the rows that `statement` selects, all of one ratio, into a new list.
+int read_samples(sqlite3* connection, ssd_op_db_record& record, int percentage,
+                 const db::Sql& statement) {
+    db::List<ssd_op_db_runtime_report> list(record.runtime_report);
+    const int result = db::query(connection, statement, 4, [&](const db::Row& row) {
+        auto* node = list.append("ssd_op_db_record_runtime_report_callback");
+        if (node == nullptr) return false;
+        node->percentage = percentage;  // as the statement asks; a column costs time
+        node->time_slap = row.integer64(1);
+        node->result = row.integer(2);
+        node->write_amount = row.unsigned_decimal(3);
+        return true;
+    });
+    if (result == SQLITE_OK) return 0;
+    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", kQuery, statement.get());
+    return -1;
+}
+
+}  // namespace
+
+int SSD_OP_DB_Query_Record_Runtime_Report(ssd_op_db_record* record, int record_no, int percentage,
+                                          int every) {
+    if (record == nullptr) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", kQuery);
+        return -1;
+    }
+    return db::with_session(kQuery, -1, [&](sqlite3* connection) {
+        return read_samples(
+            connection, *record, percentage,
+            db::sql("SELECT percentage, time_slap, result, write_amount     FROM RUNTIME_REPORT "
+                    "WHERE f_record_no=%d AND percentage=%d AND rowid%%%d=0;",
+                    record_no, percentage, every));
+    });
+}
+
+namespace ssd_op::db {
+
+SampleRanges::SampleRanges(int record_no) : record_no_(record_no), found_(find() == SQLITE_OK) {}
+
+int SampleRanges::find() {
+    return with_session(kQuery, SQLITE_ERROR, [&](sqlite3* connection) {
+        const Sql statement =
+            sql("SELECT rowid, percentage FROM RUNTIME_REPORT WHERE f_record_no=%d;", record_no_);
+        auto at = ranges_.end();  // rows of a ratio mostly follow each other
+        return query(connection, statement, 2, [&](const Row& row) {
+            const int percentage = row.integer(1);
+            if (at == ranges_.end() || at->first != percentage)
+                at = ranges_.try_emplace(percentage, Range{row.integer64(0)}).first;
+            at->second.last = row.integer64(0);
+        });
+    });
+}
+
+int SampleRanges::read(ssd_op_db_record& record, int percentage) const {
+    if (!found_) return SSD_OP_DB_Query_Record_Runtime_Report(&record, record_no_, percentage, 1);
+    const auto at = ranges_.find(percentage);
+    const Range range = at == ranges_.end() ? Range{} : at->second;
+    return with_session(kQuery, -1, [&](sqlite3* connection) {
+        return read_samples(
+            connection, record, percentage,
+            sql("SELECT percentage, time_slap, result, write_amount     FROM RUNTIME_REPORT "
+                "WHERE f_record_no=%d AND percentage=%d AND rowid BETWEEN %lld AND %lld;",
+                record_no_, percentage, static_cast<long long>(range.first),
+                static_cast<long long>(range.last)));
+    });
+}
+
+}  // namespace ssd_op::db
