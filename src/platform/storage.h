@@ -57,8 +57,8 @@ int RAID_Force_Speed_Down_Remove(const char *uid);
 
 /* ---- Disks ---- */
 
-#define DISK_META_CURRENT 7 /* the layout of this firmware; anything else wants an initialisation \
-                             */
+/* The layout of this firmware; anything else wants an initialisation. */
+#define DISK_META_CURRENT 7
 
 int NAS_Disk_Check_Meta_Type(unsigned dev_id); /* the drive's layout; negative: no such drive */
 /** Lay a drive out anew that is in no group; meta_type is the layout that it has. */
