@@ -6,7 +6,7 @@ namespace bench {
 /// Steps through a ratio's rows and reads their columns.
 int read_rows(const char* database, int percentage);
 
-/// Opens, reads a record's status, closes; so many times. Prints the seconds that it took.
+/// Opens, reads a record's status, closes; so many times.
 int poll_bare(const char* database, int times);
 
 /// Writes the cells and the charts of a workbook with so many ratios of so many samples.

@@ -10,9 +10,14 @@ namespace {
 
 constexpr const char* kQuery = "SSD_OP_DB_Query_Record_Runtime_Report";
 
+/// For a statement that goes through a table once: SQLite keeps pages that nobody will ask for
+/// again.
+void keep_few_pages(sqlite3* connection) { db::execute(connection, "PRAGMA cache_size = -128;"); }
+
 /// Reads the rows that `statement` selects, all of one ratio, into a new list.
 int read_samples(sqlite3* connection, ssd_op_db_record& record, int percentage,
                  const db::Sql& statement) {
+    keep_few_pages(connection);
     db::List<ssd_op_db_runtime_report> list(record.runtime_report);
     const int result = db::query(connection, statement, 4, [&](const db::Row& row) {
         auto* node = list.append("ssd_op_db_record_runtime_report_callback");
@@ -53,6 +58,7 @@ int SampleRanges::find() {
     return with_session(kQuery, SQLITE_ERROR, [&](sqlite3* connection) {
         const Sql statement =
             sql("SELECT rowid, percentage FROM RUNTIME_REPORT WHERE f_record_no=%d;", record_no_);
+        keep_few_pages(connection);
         auto at = ranges_.end();  // rows of a ratio mostly follow each other
         return query(connection, statement, 2, [&](const Row& row) {
             const int percentage = row.integer(1);
