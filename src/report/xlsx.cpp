@@ -109,7 +109,8 @@ void write_samples(Sheet& sheet, unsigned row, std::string_view label,
 }
 
 double seconds(const ssd_op_db_runtime_report& sample) {
-    return static_cast<double>(sample.time_slap / 1000);
+    const int64_t whole = sample.time_slap / 1000;
+    return static_cast<double>(whole);
 }
 double iops(const ssd_op_db_runtime_report& sample) { return sample.result; }
 double written_gb(const ssd_op_db_runtime_report& sample) {
