@@ -795,16 +795,59 @@ SSD_OP_API int SSD_OP_Test_Start(ssd_op_test_param *param, ssd_op_db_record *rec
  */
 SSD_OP_API int SSD_OP_Test_Save_Result(ssd_op_test_param *param, ssd_op_db_record *record);
 
+enum {                          /* type for NAS_SSD_OP_Test_Stop */
+       SSD_OP_STOP_NONE = 0,    /* refused */
+       SSD_OP_STOP_BY_USER = 1, /* status STOPPED, event SSD_OP_EVENT_STOPPED */
+       SSD_OP_STOP_FAILED = 2   /* status FAILED, event SSD_OP_EVENT_FAILED */
+};
+
+#define SSD_OP_ALL_RECORDS (-1) /* record_no for NAS_SSD_OP_Test_Stop */
+
+/**
+ * Stop running evaluations (INITIATING, TESTING, FINISHING).
+ *
+ * For each record: its status is changed, an event reports it, and the processes that work on its
+ * drives and volumes are killed. Then the call waits until the records' RAID groups are gone, at
+ * most a minute for all of them, and starts the file services again when a stopped evaluation had
+ * stopped them, the appliance is neither starting nor shutting down, and no other running
+ * evaluation needs them stopped.
+ *
+ * The driver itself is not killed: it sees the changed status, saves the results so far, removes
+ * the storage, starts the services it had stopped and ends. When there is no driver any more, ask
+ * for the removal here. docs/stopping.md says what is found, and what cannot be told apart.
+ *
+ * @param requester       who asks, for the event log (ssd_op_requester), or NULL
+ * @param need_fork       0: all of it in this process; otherwise the services are started by a
+ *                        child, which returns from this call, too, with the same result. When no
+ *                        child can be made the services stay as they are.
+ * @param record_no       the record, or SSD_OP_ALL_RECORDS
+ * @param raid_id         800 or above: only records with this RAID group. Reported as the group
+ *                        that failed with SSD_OP_STOP_FAILED; -1 for none.
+ * @param remove_storage  non-zero: remove volume, pool and groups at once instead of leaving that
+ *                        to the driver
+ * @param type            SSD_OP_STOP_...; any other value kills and removes, and changes no status
+ * @return 0 when all went well, and when there is nothing to stop; -1 for SSD_OP_STOP_NONE and when
+ *         memory runs out; otherwise the OR of what failed. Below 0: some of it failed, yet every
+ *         step was taken.
+ * Takes 7 seconds for a record with nothing left to end, about two minutes when neither processes
+ * nor groups go away.
+ * Locks: the database for single accesses, and around each change of a status.
+ */
+SSD_OP_API int NAS_SSD_OP_Test_Stop(const void *requester, int need_fork, int record_no,
+                                    int raid_id, int remove_storage, int type);
+
 /**
  * Kill the processes that work on a record's drives and test volumes (ids 1568 to 1599) and, when
- * asked, remove these volumes. Does not change the record's status.
+ * asked, remove these volumes. Does not change the record's status. NAS_SSD_OP_Test_Stop does this
+ * for each record that it stops.
  *
  * Processes are found by program and drive name in the process list and end with SIGKILL; the
  * calling process is spared.
  *
  * @param record_no          the record
  * @param type               not used
- * @param remove_storage     non-zero: remove the volumes, with one event for each group
+ * @param remove_storage     non-zero: remove the volumes, with one event for each group; also a
+ * pool without a volume, and groups without a pool
  * @param old_status         status before the stop; INITIATING: also kill what prepares the drives
  * @param old_step_progress  step progress before the stop, for the trace
  * @return 0; also when the record cannot be read or one of its groups is gone already; otherwise

@@ -20,6 +20,7 @@ CREATE TABLE IF NOT EXISTS partition(
 
 CREATE TABLE IF NOT EXISTS reserved_raid(raid_id INTEGER PRIMARY KEY);
 CREATE TABLE IF NOT EXISTS raid(raid_id INTEGER PRIMARY KEY, raid_level INTEGER, capacity_kib INTEGER);
+CREATE TABLE IF NOT EXISTS removed_raid(raid_id INTEGER PRIMARY KEY);
 CREATE TABLE IF NOT EXISTS raid_drive(
     raid_id INTEGER, position INTEGER, dev_id INTEGER, spare INTEGER DEFAULT 0,
     PRIMARY KEY(raid_id, spare, position));

@@ -41,6 +41,10 @@ void set_bit(std::string& bitmap, int bit) {
 
 }  // namespace
 
+bool appliance::ini::is_bit_set(const char* path, const char* section, const char* key, int bit) {
+    return !is_free(IniFile(path).get(section, key).value_or(""), bit);
+}
+
 int Ini_Conf_Bitmap_Get_Next_Free_Bit(const char* file, const char* section, const char* key,
                                       int* bit, int start, int flags) {
     return appliance::call(__func__, arguments(file, section, key, start, flags), [&] {

@@ -36,4 +36,7 @@ class IniFile {
     CSimpleIniA content_;
 };
 
+/// Whether a bit of a bitmap is set.
+bool is_bit_set(const char* path, const char* section, const char* key, int bit);
+
 }  // namespace appliance::ini

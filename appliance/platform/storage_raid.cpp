@@ -10,6 +10,7 @@
 #include "core/call.h"
 #include "core/partitions.h"
 #include "core/query.h"
+#include "platform/ini_file.h"
 #include "platform/text.h"
 
 namespace appliance {
@@ -102,6 +103,7 @@ bool can_make_raid(const RAID_CONF& group) {
 }
 
 void make_raid(const RAID_CONF& group) {
+    change("DELETE FROM removed_raid WHERE raid_id = ?", group.raid_id);
     for (const uint32_t dev_id : drives_of(group)) partition_drive(dev_id);
     change("INSERT INTO raid(raid_id, raid_level, capacity_kib) VALUES(?, ?, ?)", group.raid_id,
            group.raid_level, capacity_of(group));
@@ -118,6 +120,7 @@ void make_raid(const RAID_CONF& group) {
 void remove_raid(int raid_id) {
     change("DELETE FROM raid_drive WHERE raid_id = ?", raid_id);
     change("DELETE FROM raid WHERE raid_id = ?", raid_id);
+    change("INSERT OR IGNORE INTO removed_raid(raid_id) VALUES(?)", raid_id);
 }
 
 bool raid_exists(int raid_id) {
@@ -126,6 +129,13 @@ bool raid_exists(int raid_id) {
 
 uint64_t raid_capacity_kib(int raid_id) {
     return first<uint64_t>("SELECT capacity_kib FROM raid WHERE raid_id = ?", raid_id).value_or(0);
+}
+
+/// A group is configured from the moment its id is taken, and no more after it or its configuration
+/// was removed, though the id stays taken.
+bool raid_is_configured(int raid_id) {
+    return !first("SELECT 1 FROM removed_raid WHERE raid_id = ?", raid_id) &&
+           ini::is_bit_set("/etc/config/raid.conf", "Global", "raidBitmap", raid_id);
 }
 
 int pool_of_raid(int raid_id) {
@@ -143,13 +153,15 @@ int RAID_ID_Is_Reserved(int raid_id) {
 }
 
 int RAID_Is_Exist(int raid_id) {
-    return call("RAID_Is_Exist", arguments(raid_id), [&] { return raid_exists(raid_id) ? 1 : 0; });
+    return call("RAID_Is_Exist", arguments(raid_id),
+                [&] { return raid_exists(raid_id) || raid_is_configured(raid_id) ? 1 : 0; });
 }
 
 int RAID_Remove_Conf(int raid_id) {
     return call("RAID_Remove_Conf", arguments(raid_id), [&] {
         return exclusively([&] {
-            if (!raid_exists(raid_id) || pool_of_raid(raid_id) >= 0) return -1;
+            const bool exists = raid_exists(raid_id) || raid_is_configured(raid_id);
+            if (!exists || pool_of_raid(raid_id) >= 0) return -1;
             remove_raid(raid_id);
             return 0;
         });

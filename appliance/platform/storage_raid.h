@@ -16,6 +16,7 @@ void make_raid(const RAID_CONF& group);
 void remove_raid(int raid_id);
 
 bool raid_exists(int raid_id);
+bool raid_is_configured(int raid_id);  ///< its id is taken, and nothing was removed since
 uint64_t raid_capacity_kib(int raid_id);
 int pool_of_raid(int raid_id);  ///< -1: none
 

@@ -6,6 +6,7 @@
 #include "evaluation/evaluation.h"
 #include "evaluation/raid_ids.h"
 #include "evaluation/services.h"
+#include "evaluation/status_change.h"
 #include "event/upload.h"
 #include "platform/naslog.h"
 
@@ -47,11 +48,14 @@ bool Run::probe_drives() {
     if (nas_ssd_op_test_check_block_discard(raid_list_) >= 0) return true;
     SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Block discard is not supported!\n", kFunction,
              record_.record_no);
-    const ssd_op_event_step detail{kNoDiscard, 0};
-    report(SSD_OP_EVENT_STEP_FAILED, &detail);
-    remove_raid_configurations(groups_);
     succeeded_ = false;
-    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_FAILED);
+    // A stop kills the probe, too: that says nothing of the drive.
+    if (status_is(SSD_OP_TEST_STATUS_INITIATING)) {
+        const ssd_op_event_step detail{kNoDiscard, 0};
+        report(SSD_OP_EVENT_STEP_FAILED, &detail);
+    }
+    remove_raid_configurations(groups_);
+    move_status(record_.record_no, SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED);
     return false;
 }
 
@@ -67,46 +71,45 @@ void Run::create_storage() {
     SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to create test storage!\n", kFunction,
              record_.record_no);
     remove_raid_configurations(groups_);
-    if (!status_is(SSD_OP_TEST_STATUS_INITIATING)) return;
+    if (!move_status(record_.record_no, SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED))
+        return;
     SM_TRACE(SM_TRACE_INFO,
              "%s: [Record(%d)] Status is initiating but creating storage fails, so set status to "
              "\"Failed\".\n",
              kFunction, record_.record_no);
     succeeded_ = false;
-    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_FAILED);
     report(SSD_OP_EVENT_FAILED);
 }
 
 void Run::test() {
-    if (const int status = status_of(record_.record_no); status != SSD_OP_TEST_STATUS_INITIATING) {
+    if (!move_status(record_.record_no, SSD_OP_TEST_STATUS_INITIATING,
+                     SSD_OP_TEST_STATUS_TESTING)) {
         SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] status[1]: %d\n", kFunction,
-                 request_.lv_id, record_.record_no, status);
+                 request_.lv_id, record_.record_no, status_of(record_.record_no));
         succeeded_ = false;
         return;
     }
-    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_TESTING);
     if (SSD_OP_Test_Start(&request_, &record_) < 0) fail_test();
 
-    if (const int status = status_of(record_.record_no); status != SSD_OP_TEST_STATUS_TESTING) {
+    if (!move_status(record_.record_no, SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FINISHING)) {
         SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] status[2]: %d\n", kFunction,
-                 request_.lv_id, record_.record_no, status);
+                 request_.lv_id, record_.record_no, status_of(record_.record_no));
         succeeded_ = false;
         return;
     }
-    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_FINISHING);
-    SSD_OP_Test_Set_Step_Progress(record_.record_no, 1);
+    progress_while_finishing(1);
 }
 
 void Run::fail_test() {
     SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to test SSD OP!\n", kFunction,
              request_.lv_id, record_.record_no);
     succeeded_ = false;
-    if (!status_is(SSD_OP_TEST_STATUS_TESTING)) return;
+    if (!move_status(record_.record_no, SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FAILED))
+        return;
     SM_TRACE(SM_TRACE_INFO,
              "%s: [LV(%d), Record(%d)] Status is testing but test return fail, so set status to "
              "\"Failed\".\n",
              kFunction, request_.lv_id, record_.record_no);
-    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_FAILED);
     for (const RAID_CONF* group : groups_) {
         const int raid_id = group->raid_id >= kFirstRaidId ? group->raid_id : -1;
         report(SSD_OP_EVENT_FAILED, &raid_id);
@@ -155,10 +158,9 @@ void Run::upload() {
 }
 
 void Run::complete() {
-    if (!status_is(SSD_OP_TEST_STATUS_FINISHING)) return;
-    SSD_OP_Test_Set_Step_Progress(record_.record_no, 100);
-    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_COMPLETED);
-    report(SSD_OP_EVENT_COMPLETED);
+    progress_while_finishing(100);
+    if (move_status(record_.record_no, SSD_OP_TEST_STATUS_FINISHING, SSD_OP_TEST_STATUS_COMPLETED))
+        report(SSD_OP_EVENT_COMPLETED);
 }
 
 bool Run::status_is(int status) const { return status_of(record_.record_no) == status; }

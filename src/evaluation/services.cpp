@@ -33,6 +33,9 @@ void stop_service(const char* script, int record_no) {
 
 namespace {
 
+constexpr const char* kStartUpMark = "/tmp/opr_run_once_on_boot";
+constexpr const char* kShutdownMark = "/var/kfunc/rcK";
+
 bool keeps_services_stopped(int record_no) {
     if (!is_running(status_of(record_no))) return false;
     const db::RecordOwner record = db::load_record(record_no);
@@ -49,6 +52,10 @@ void restart_services(int record_no) {
         return other != record_no && keeps_services_stopped(other);
     });
     if (!needed) Start_Services();
+}
+
+bool services_may_start() {
+    return ::access(kStartUpMark, F_OK) == 0 && ::access(kShutdownMark, F_OK) != 0;
 }
 
 }  // namespace ssd_op::evaluation

@@ -6,8 +6,14 @@ namespace ssd_op::evaluation {
 /// record's `stop_service_pid`, so that a stop by another process can end it.
 void stop_service(const char* script, int record_no);
 
-/// Starts the file services again, unless another running evaluation stopped them too: the last one
-/// of them to finish does it.
+constexpr int kNoRecord = 0;
+
+/// Starts the file services again, unless a running evaluation other than `record_no` stopped them
+/// too: the last one of them to finish does it.
 void restart_services(int record_no);
+
+/// Whether the appliance is up, neither starting nor shutting down: only then may a stop start
+/// services.
+bool services_may_start();
 
 }  // namespace ssd_op::evaluation

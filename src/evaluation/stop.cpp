@@ -43,6 +43,8 @@ class RecordStop {
     void stop_volumes();
     void kill_test_programs(const char* volume);
     void remove_volume(int lv_id);
+    void remove_remains(int pool_id);
+    void report_removal();
 
     const ssd_op_db_record& record_;
     bool remove_storage_;
@@ -126,6 +128,7 @@ void RecordStop::stop_volumes() {
         kill_test_programs(std::string(base::field_text(name)).c_str());
         if (remove_storage_) remove_volume(lv_id);
     }
+    if (remove_storage_ && volumes.empty()) remove_remains(pool_id);
 }
 
 void RecordStop::kill_test_programs(const char* volume) {
@@ -136,11 +139,28 @@ void RecordStop::kill_test_programs(const char* volume) {
     result_ |= kill_programs(kTestPrograms, volume).result;
 }
 
-/// A removal is reported as the driver does it: one event for each group.
 void RecordStop::remove_volume(int lv_id) {
     const int removed = SSD_OP_Test_Remove_Storage(lv_id, 0);
     result_ |= removed;
-    if (removed != 0 || removal_reported_) return;
+    if (removed == 0) report_removal();
+}
+
+/// What a driver leaves that dies while it makes the storage or takes it down.
+void RecordStop::remove_remains(int pool_id) {
+    if (pool_id >= 0) {
+        const int removed = NAS_Pool_Remove(pool_id, 0, 0);
+        result_ |= removed;
+        if (removed == 0) report_removal();
+        return;
+    }
+    for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
+        if (RAID_Is_Exist(group->raid_id) != 0) result_ |= RAID_Remove_Conf(group->raid_id);
+    }
+}
+
+/// As the driver does it: one event for each group.
+void RecordStop::report_removal() {
+    if (removal_reported_) return;
     removal_reported_ = true;
     for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
         SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_STORAGE_REMOVED, &record_.record_no,

@@ -1,5 +1,6 @@
 #include "evaluation/stop_programs.h"
 
+#include <cctype>
 #include <sstream>
 
 #include <unistd.h>
@@ -22,6 +23,23 @@ struct FoundProcess {
     std::string line;
 };
 
+bool continues(unsigned char left, unsigned char right) {
+    return (std::isalpha(left) && std::isalpha(right)) ||
+           (std::isdigit(left) && std::isdigit(right));
+}
+
+/// Whether the text stands in the line and is not part of a longer name or number: /dev/sdb is in
+/// "/dev/sdb3", but neither in "/dev/sdba" nor is 12 in "1234".
+bool names(const std::string& line, const std::string& text) {
+    for (size_t at = line.find(text); at != std::string::npos; at = line.find(text, at + 1)) {
+        const size_t end = at + text.size();
+        const bool begins = at == 0 || !continues(line[at - 1], line[at]);
+        const bool ends = end == line.size() || !continues(line[end - 1], line[end]);
+        if (begins && ends) return true;
+    }
+    return false;
+}
+
 /// The first process with both texts in its line, other than this one, whose own arguments may well
 /// name a program and a drive.
 FoundProcess find_process(const std::string& program, const std::string& term) {
@@ -33,7 +51,8 @@ FoundProcess find_process(const std::string& program, const std::string& term) {
     std::istringstream lines(printed.text);
     for (std::string line; std::getline(lines, line);) {
         const int pid = leading_process_id(line);
-        if (pid > 0 && pid != ::getpid()) return {pid, line};
+        if (pid > 0 && pid != ::getpid() && names(line, program) && names(line, term))
+            return {pid, line};
     }
     return {};
 }

@@ -43,8 +43,11 @@ typedef struct RAID_INFO {
 } RAID_INFO;
 
 int RAID_ID_Is_Reserved(int raid_id); /* non-zero: the platform keeps this id for itself */
-int RAID_Is_Exist(int raid_id);       /* non-zero: the group or its configuration exists */
-int RAID_Remove_Conf(int raid_id);    /* fails for a group that is still in a pool */
+
+/* A group is configured from the moment its id is set in the bitmap of /etc/config/raid.conf until
+   it is removed: with its pool, or by RAID_Remove_Conf. The bit stays. */
+int RAID_Is_Exist(int raid_id);    /* non-zero: the group or its configuration exists */
+int RAID_Remove_Conf(int raid_id); /* fails for a group that is still in a pool */
 int RAID_Get_Info(int raid_id, int flags, RAID_INFO *info);
 int RAID_Get_Conf(int raid_id, RAID_CONF *conf);
 int RAID_Get_Id_By_Drive(

@@ -1,0 +1,186 @@
+#include <algorithm>
+#include <vector>
+
+#include <unistd.h>
+
+#include "base/boundary.h"
+#include "base/child.h"
+#include "db/record_owner.h"
+#include "evaluation/evaluation.h"
+#include "evaluation/raid_ids.h"
+#include "evaluation/services.h"
+#include "evaluation/status_change.h"
+#include "platform/naslog.h"
+#include "platform/storage.h"
+
+namespace ssd_op::evaluation {
+
+namespace {
+
+constexpr const char* kFunction = "NAS_SSD_OP_Test_Stop";
+constexpr int kMaxRaidWaits = 60;  // seconds, for all records together
+constexpr int kSettleSeconds = 5;
+
+/// What the caller of a stop asks for.
+struct StopRequest {
+    const void* requester;
+    int record_no;  ///< SSD_OP_ALL_RECORDS: every running one
+    int raid_id;    ///< from kFirstRaidId on: only records with this group
+    int remove_storage;
+    int type;
+};
+
+std::vector<int> every_record() {
+    std::vector<int> numbers(SSD_OP_MAX_RECORDS);
+    const int count = SSD_OP_DB_Query_Record_No(numbers.data(), SSD_OP_MAX_RECORDS);
+    numbers.resize(static_cast<size_t>(std::clamp(count, 0, SSD_OP_MAX_RECORDS)));
+    return numbers;
+}
+
+bool has_group(int record_no, int raid_id) {
+    const db::RecordOwner record = db::load_record(record_no);
+    if (!record) return false;
+    for (const auto* group = record->raid_conf; group != nullptr; group = group->next) {
+        if (group->raid_id == raid_id) return true;
+    }
+    return false;
+}
+
+std::vector<int> records_to_stop(const StopRequest& request) {
+    auto numbers = request.record_no == SSD_OP_ALL_RECORDS ? every_record()
+                                                           : std::vector<int>{request.record_no};
+    std::erase_if(numbers, [&](int record_no) {
+        return !is_running(status_of(record_no)) ||
+               (request.raid_id >= kFirstRaidId && !has_group(record_no, request.raid_id));
+    });
+    SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] do_record_count: %d.\n", kFunction, request.record_no,
+             static_cast<int>(numbers.size()));
+    for (size_t i = 0; i < numbers.size(); ++i) {
+        SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] do_record_no_list[%d]: %d.\n", kFunction,
+                 request.record_no, static_cast<int>(i), numbers[i]);
+    }
+    return numbers;
+}
+
+/// Marks the record and tells the user, before anything of it is killed: its driver sees why.
+/// Returns the result of the change; `old_status` receives what the record was.
+int mark(const StopRequest& request, int record_no, int& old_status, int& old_step_progress) {
+    const bool failed = request.type == SSD_OP_STOP_FAILED;
+    int result = 0;
+    {
+        const auto lock = lock_status();
+        old_status = status_of(record_no);
+        SSD_OP_Test_Get_Step_Progress(record_no, &old_step_progress);
+        const bool changes = failed || request.type == SSD_OP_STOP_BY_USER;
+        if (!changes || !is_running(old_status)) return 0;
+        result = SSD_OP_Test_Set_Status(
+            record_no, failed ? SSD_OP_TEST_STATUS_FAILED : SSD_OP_TEST_STATUS_STOPPED);
+    }
+    if (failed) {
+        SSD_OP_Write_System_Log(request.requester, SSD_OP_EVENT_FAILED, &record_no,
+                                &request.raid_id);
+    } else {
+        SSD_OP_Write_System_Log(request.requester, SSD_OP_EVENT_STOPPED, &record_no, nullptr);
+    }
+    return result;
+}
+
+int stop_record(const StopRequest& request, int record_no) {
+    int old_status = 0;
+    int old_step_progress = 0;
+    int result = mark(request, record_no, old_status, old_step_progress);
+    if (!is_running(old_status)) return 0;  // it ended by itself after it was listed
+    result |= SSD_OP_Test_Stop(record_no, request.type, request.remove_storage, old_status,
+                               old_step_progress);
+    ::sleep(1);
+    return result;
+}
+
+/// Waits until the groups of the stopped records are gone.
+class RaidWait {
+  public:
+    explicit RaidWait(int asked_record_no) : asked_record_no_(asked_record_no) {}
+
+    /// Whether one of the records had stopped the services. A record whose turn does not come
+    /// within the minute does not count.
+    bool wait_for(const std::vector<int>& record_nos) {
+        bool services_were_stopped = false;
+        for (const int record_no : record_nos) {
+            if (waited_ >= kMaxRaidWaits) break;
+            const db::RecordOwner record = db::load_record(record_no);
+            if (!record) continue;
+            for (const auto* group = record->raid_conf; group != nullptr; group = group->next)
+                wait_for_group(group->raid_id);
+            services_were_stopped |= record->stop_service != 0;
+        }
+        return services_were_stopped;
+    }
+
+  private:
+    void wait_for_group(int raid_id) {
+        while (waited_ < kMaxRaidWaits && raid_id >= kFirstRaidId && RAID_Is_Exist(raid_id) != 0) {
+            SM_TRACE(SM_TRACE_INFO,
+                     "%s: [Record(%d)] RAID(%d) still exists with sleep_count(%d).\n", kFunction,
+                     asked_record_no_, raid_id, waited_);
+            ::sleep(1);
+            ++waited_;
+        }
+    }
+
+    int asked_record_no_;
+    int waited_ = 0;
+};
+
+/// Kills, removes and waits. The result so far; whether services are to be started is left behind.
+int stop_records(const StopRequest& request, const std::vector<int>& record_nos,
+                 bool& services_were_stopped) {
+    int result = 0;
+    for (const int record_no : record_nos) result |= stop_record(request, record_no);
+    services_were_stopped = RaidWait(request.record_no).wait_for(record_nos);
+    ::sleep(kSettleSeconds);
+    return result;
+}
+
+int stop(const StopRequest& request, int need_fork) {
+    SM_TRACE(SM_TRACE_INFO,
+             "%s got called. need_fork: %d, record_no: %d, raid_id:%d, remove_storage: %d, type: "
+             "%d.\n",
+             kFunction, need_fork, request.record_no, request.raid_id, request.remove_storage,
+             request.type);
+    if (request.type == SSD_OP_STOP_NONE) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Type is none!\n", kFunction, request.record_no);
+        return -1;
+    }
+    if (SSD_OP_DB_Query_Record_Count() < 1) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] No record in database!\n", kFunction,
+                 request.record_no);
+        return 0;
+    }
+    const std::vector<int> record_nos = records_to_stop(request);
+    if (record_nos.empty()) {
+        SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] No need to stop test.\n", kFunction,
+                 request.record_no);
+        return 0;
+    }
+    bool services_were_stopped = false;
+    const int result = stop_records(request, record_nos, services_were_stopped);
+    // Starting the services takes a while that the caller need not wait. Without a process for it
+    // they stay as they are.
+    if (need_fork != 0 && !base::fork_process().in_child()) return result;
+    if (services_were_stopped && services_may_start()) restart_services(kNoRecord);
+    SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] %s to stop SSD OP testing.\n", kFunction,
+             request.record_no, result < 0 ? "Fail" : "Succeed");
+    return result;
+}
+
+}  // namespace
+
+}  // namespace ssd_op::evaluation
+
+extern "C" int NAS_SSD_OP_Test_Stop(const void* requester, int need_fork, int record_no,
+                                    int raid_id, int remove_storage, int type) {
+    using namespace ssd_op;
+    return base::guarded(evaluation::kFunction, -1, [&] {
+        return evaluation::stop({requester, record_no, raid_id, remove_storage, type}, need_fork);
+    });
+}
