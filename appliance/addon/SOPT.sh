@@ -51,9 +51,11 @@ take_arguments() {
 prepare() {
     file_prefix "$VOLUME" "$TYPE"
     REPORT=${PREFIX}runtime_$OP.csv TEMPERATURES=${PREFIX}temperature_$OP.csv
+    PENDING=${PREFIX}pending_$OP.csv
     mkdir -p "$UTIL/log" "$UTIL/history"
     rm -f -- "$REPORT" "$TEMPERATURES"
     : >"$REPORT"
+    : >"$PENDING"
     LABEL='' WA=0 OTHER_IOPS=0 STEADY_IOPS=0 PART=0
     ROUNDS=()
     HOST_KIB=(0) FLASH_KIB=(0) CELSIUS=(0) # then at the ratio's start and after each step
@@ -158,7 +160,20 @@ take_write_amplification() {
 observe_step() {
     observe_drives
     take_write_amplification 1
-    echo "$ELAPSED_MS, $IOPS, $WA, ${CELSIUS[-1]}, $WRITTEN_KIB" >>"$REPORT"
+    local line="$ELAPSED_MS, $IOPS, $WA, ${CELSIUS[-1]}, $WRITTEN_KIB"
+    echo "$line" >>"$REPORT"
+    echo "$line" >>"$PENDING"
+    store_observations
+}
+
+# Into the database at once: a stop kills this script without a warning. Lines that could not be
+# stored wait for the next time.
+store_observations() {
+    if run "$OPR" store "$RECORD" "$VOLUME" "$OP" "$PENDING" "$TEMPERATURES"; then
+        : >"$PENDING"
+    else
+        log "OP $OP: observations not stored"
+    fi
 }
 
 # ---- Measuring ----
@@ -285,14 +300,15 @@ measure() {
 
 # ---- Ending ----
 
-# The summary line, the line of the history, and what was observed into the database. The name of a
-# ratio stands nowhere else in the summary file, where it is searched for.
+# The summary line, the line of the history, and the result into the database, for the case that
+# nobody comes to read the summary. The name of a ratio stands nowhere else in the summary file,
+# where it is searched for.
 conclude() {
     echo "OP_$OP%, $WA, $STEADY_IOPS, $OTHER_IOPS, ${#ROUNDS[@]}, $LABEL" >>"$PREFIX"report.csv
     remember
-    run "$OPR" import-report "$RECORD" "$VOLUME" "$OP" "$REPORT" || log "OP $OP: report not imported"
-    run "$OPR" import-temperatures "$RECORD" "$VOLUME" "$OP" "$TEMPERATURES" ||
-        log "OP $OP: temperatures not imported"
+    [[ ! -s $PENDING ]] || store_observations
+    run "$OPR" store-result "$RECORD" "$VOLUME" "$OP" "$WA" "$STEADY_IOPS" ||
+        log "OP $OP: result not stored"
 }
 
 remember() {

@@ -61,6 +61,13 @@ int progress(int record_no, const std::string& volume, const Status& status,
     return written ? kOk : kFailed;
 }
 
+/// The new lines of the runtime report, and all of the ratio's temperatures in place of those that
+/// are stored already. Fails when the lines are not stored: then they can be given again.
+int store(int record_no, int ratio, const std::string& lines, const std::string& temperatures) {
+    SSD_OP_DB_Update_SSD_Runtime_Data(record_no, ratio, temperatures.c_str());
+    return SSD_OP_DB_Update_Runtime_Report(record_no, ratio, lines.c_str(), 0) == 0 ? kOk : kFailed;
+}
+
 /// What the command line asks for; a sub-command uses the part that it declares.
 struct Request {
     int record_no = 0;
@@ -68,6 +75,8 @@ struct Request {
     int ratio = 0;
     uint64_t time_ms = 0;
     std::string file;
+    std::string temperatures;
+    std::array<double, 2> results{};
     int reason_code = 0;
     ProgressKeys keys;
     Status status;
@@ -110,7 +119,7 @@ void add_measuring_commands(CLI::App& app, Request& request) {
         [&] { request.action = [&] { return is_steady(request.rounds) ? kOk : kFailed; }; });
 }
 
-void add_import_commands(CLI::App& app, Request& request) {
+void add_storing_commands(CLI::App& app, Request& request) {
     auto* report =
         add_command(app, request, "import-report", "Import a ratio's runtime report", [&] {
             return SSD_OP_DB_Update_Runtime_Report(request.record_no, request.ratio,
@@ -118,18 +127,23 @@ void add_import_commands(CLI::App& app, Request& request) {
                        ? kOk
                        : kFailed;
         });
-    auto* temperatures =
-        add_command(app, request, "import-temperatures", "Import a ratio's temperatures", [&] {
-            return SSD_OP_DB_Update_SSD_Runtime_Data(request.record_no, request.ratio,
-                                                     request.file.c_str()) == 0
-                       ? kOk
-                       : kFailed;
+    auto* observed = add_command(
+        app, request, "store", "Store new lines of a ratio's report, and its temperatures", [&] {
+            return store(request.record_no, request.ratio, request.file, request.temperatures);
         });
-    for (auto* command : {report, temperatures}) {
+    auto* result = add_command(app, request, "store-result", "Store a ratio's two results", [&] {
+        return SSD_OP_DB_Update_Test_Result(request.record_no, request.ratio, request.results[0],
+                                            request.results[1]) == 0
+                   ? kOk
+                   : kFailed;
+    });
+    for (auto* command : {report, observed, result})
         command->add_option("ratio", request.ratio, "OP ratio, percent")->required();
-        command->add_option("file", request.file, "File to import")->required();
-    }
+    for (auto* command : {report, observed})
+        command->add_option("file", request.file, "File with lines of the report")->required();
     report->add_option("reason", request.reason_code, "0, or 254: the ratio is skipped");
+    observed->add_option("temperatures", request.temperatures, "Temperature file")->required();
+    result->add_option("results", request.results, "Write amplification, IOPS")->required();
 }
 
 void add_progress_commands(CLI::App& app, Request& request) {
@@ -157,7 +171,7 @@ int run(int argc, char** argv) {
     app.require_subcommand(1);
     Request request;
     add_measuring_commands(app, request);
-    add_import_commands(app, request);
+    add_storing_commands(app, request);
     add_progress_commands(app, request);
     try {
         app.parse(argc, argv);
