@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto kRight = Table::Align::right;
 constexpr uint64_t kKib = 1024;
-constexpr uint64_t kMib = 1024 * 1024;
+constexpr uint64_t kMib = uint64_t{1024} * 1024;
 
 std::string heading(const ssd_op_db_record& record) {
     std::string text = fmt::format("Record {} \"{}\": {}\n", record.record_no,
