@@ -3,6 +3,8 @@
 #include <memory>
 #include <vector>
 
+#include <pthread.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include "core/schema.h"
@@ -24,8 +26,11 @@ std::unique_ptr<SQLite::Database> open_state() {
     return database;
 }
 
-/// The connection of the process that opened it. On the other side of a fork it must be neither
-/// used nor closed: a child sets what it inherited aside, for good.
+/// The connection of the process that opened it. A child must not inherit one: SQLite would take
+/// the parent's file locks for the child's own, and the parent, finding none when it closes, would
+/// remove the log that the child writes to. So it is closed before a fork, and each side opens its
+/// own when it needs one. Where a statement is under way, the child sets what it inherited aside,
+/// for good.
 struct Connection {
     std::unique_ptr<SQLite::Database> database;
     pid_t owner = 0;
@@ -36,18 +41,35 @@ struct Connection {
         static auto& aside = *new std::vector<SQLite::Database*>;
         if (database && owner != ::getpid()) aside.push_back(database.release());
     }
+
+    void close_if_idle() {
+        drop_inherited();
+        if (!database) return;
+        sqlite3* const handle = database->getHandle();
+        const bool idle =
+            sqlite3_get_autocommit(handle) != 0 && sqlite3_next_stmt(handle, nullptr) == nullptr;
+        if (idle) database.reset();
+    }
 };
+
+Connection& connection() {
+    static Connection the_connection;
+    return the_connection;
+}
 
 }  // namespace
 
 SQLite::Database& state() {
-    static Connection connection;
-    connection.drop_inherited();
-    if (!connection.database) {
-        connection.database = open_state();
-        connection.owner = ::getpid();
+    static const int watched =
+        ::pthread_atfork([] { connection().close_if_idle(); }, nullptr, nullptr);
+    static_cast<void>(watched);
+    Connection& mine = connection();
+    mine.drop_inherited();
+    if (!mine.database) {
+        mine.database = open_state();
+        mine.owner = ::getpid();
     }
-    return *connection.database;
+    return *mine.database;
 }
 
 std::string setting(const std::string& key, const std::string& fallback) {
