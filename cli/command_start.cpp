@@ -4,9 +4,9 @@
 
 #include "commands.h"
 #include "failure.h"
-#include "follow.h"
 #include "launch.h"
 #include "plan_output.h"
+#include "watch.h"
 
 namespace cli {
 
@@ -21,26 +21,26 @@ struct Options {
 };
 
 /// @throws Failure unless the evaluation completed
-void follow_to_the_end(Launched& launched, const Options& options) {
-    const Snapshot last = follow(launched, options.json);
-    if (options.json) print_json(snapshot_json(last));
-    if (last.status == SSD_OP_TEST_STATUS_COMPLETED) return;
-    const std::string what =
-        is_running(last.status)
-            ? fmt::format("Evaluation {} broke off while it was {}; its storage may be left over.",
-                          last.record_no, status_word(last.status))
-            : fmt::format("Evaluation {} {}.", last.record_no, status_word(last.status));
-    throw Failure(kFailed, what, "ssd-op events tells what happened.");
+void follow_to_the_end(int record_no, const Options& options) {
+    std::unique_ptr<View> view;
+    if (options.json)
+        view = std::make_unique<NoView>();
+    else if (stdout_is_terminal())
+        view = std::make_unique<LiveView>();
+    else
+        view = std::make_unique<MilestoneView>();
+    const Watched watched = watch(record_no, *view);
+    if (options.json) print_json(snapshot_json(watched.last));
+    report_end(watched);
 }
 
-void report_start(const Launched& launched, const Plan& plan, const Options& options) {
+void report_start(int record_no, const Plan& plan, const Options& options) {
     if (options.json) {
-        Json json = {{"record", launched.record_no()}};
+        Json json = {{"record", record_no}};
         json["plan"] = plan_json(plan);
         print_json(json);
     } else {
-        fmt::print("\nEvaluation {0} has started. ssd-op status {0} tells how far it is.\n",
-                   launched.record_no());
+        fmt::print("\nEvaluation {0} has started. ssd-op watch {0} follows it.\n", record_no);
         std::fflush(stdout);
     }
 }
@@ -59,9 +59,9 @@ void run(const Options& options) {
         if (!confirmed("\nStart the evaluation?"))
             throw Failure(kNotConfirmed, "Nothing has been done.");
     }
-    Launched launched = launch(plan, options.foreground);
-    if (!options.foreground || !options.json) report_start(launched, plan, options);
-    if (options.foreground) follow_to_the_end(launched, options);
+    const int record_no = launch(plan);
+    if (!options.foreground || !options.json) report_start(record_no, plan, options);
+    if (options.foreground) follow_to_the_end(record_no, options);
 }
 
 void add_request_options(CLI::App& command, Request& request) {

@@ -8,6 +8,7 @@ namespace cli {
 void add_drives_command(CLI::App& app);
 void add_start_command(CLI::App& app);
 void add_status_command(CLI::App& app);
+void add_watch_command(CLI::App& app);
 void add_list_command(CLI::App& app);
 void add_show_command(CLI::App& app);
 void add_events_command(CLI::App& app);

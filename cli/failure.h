@@ -13,6 +13,8 @@ enum ExitCode {
     kRefused = 3,       // understood, but against a rule: drives in use, a layout, a ratio
     kNotFound = 4,      // no such record or drive
     kNotConfirmed = 5,  // the user did not agree, or could not be asked
+    kStopped = 6,       // the evaluation that was followed has been stopped
+    kStillRuns = 7,     // the following ended before the evaluation did
 };
 
 /// Ends a command: what is wrong, and what to do about it.

@@ -8,25 +8,18 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <pwd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "driver_mark.h"
 #include "failure.h"
 #include "platform/storage.h"
+#include "record.h"
+#include "requester.h"
 
 namespace cli {
 
 namespace {
-
-ssd_op_requester this_user() {
-    ssd_op_requester requester{};
-    const passwd* user = ::getpwuid(::getuid());
-    const char* name = user != nullptr ? user->pw_name : "unknown";
-    std::strncpy(requester.user, name, sizeof requester.user - 1);
-    std::strncpy(requester.address, "localhost", sizeof requester.address - 1);
-    return requester;
-}
 
 std::unique_ptr<RAID_CONF> make_group(const Plan& plan) {
     auto group = std::make_unique<RAID_CONF>();
@@ -45,60 +38,64 @@ void blank_arguments() {
         std::memset(program_arguments[i], ' ', std::strlen(program_arguments[i]));
 }
 
-void wait_for_all_children() {
-    // It must not hold the terminal, or the reader of a pipe that this command writes to.
-    const int nowhere = ::open("/dev/null", O_RDWR);
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) ::dup2(nowhere, stream);
-    while (::wait(nullptr) > 0) {
+/// Without a name, the process list tells about the driver.
+void name_mark(DriverMark& mark, int record_no) {
+    try {
+        mark.name(*load_record(record_no));
+    } catch (const Failure&) {
     }
 }
 
-/// The keeper: starts the evaluation, which the library runs in a child, reports the record's
-/// number and, when somebody follows, stays until that child is gone.
-[[noreturn]] void keep(const Plan& plan, bool followed, int report) {
+/// The keeper: starts the evaluation, which the library runs in a child, and reports the record's
+/// number.
+int keep(const Plan& plan) {
     ::setsid();
     blank_arguments();
+    DriverMark mark;
     const pid_t keeper = ::getpid();
     const ssd_op_requester requester = this_user();
     const auto group = make_group(plan);
     ssd_op_test_param param = plan.param;
     const int result = NAS_SSD_OP_Test_Start(&requester, 1, group.get(), &param);
     if (::getpid() != keeper) ::_exit(result < 0 ? EXIT_FAILURE : EXIT_SUCCESS);
+    if (result > 0) name_mark(mark, result);
+    return result;
+}
 
-    const bool reported = ::write(report, &result, sizeof result) == sizeof result;
-    ::close(report);
-    if (followed) wait_for_all_children();
-    ::_exit(reported ? EXIT_SUCCESS : EXIT_FAILURE);
+[[noreturn]] void keep_and_report(const Plan& plan, int report) {
+    int result = -1;
+    try {
+        result = keep(plan);
+    } catch (const Failure& failure) {
+        fmt::print(stderr, "ssd-op: {} {}\n", failure.what(), failure.advice());
+    }
+    ::_exit(::write(report, &result, sizeof result) == sizeof result ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 }  // namespace
-
-bool Launched::has_ended() {
-    if (keeper_ != 0 && ::waitpid(keeper_, nullptr, WNOHANG) != 0) keeper_ = 0;
-    return keeper_ == 0;
-}
 
 void remember_arguments(int count, char** arguments) {
     program_argument_count = count;
     program_arguments = arguments;
 }
 
-Launched launch(const Plan& plan, bool followed) {
+int launch(const Plan& plan) {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0)
         throw Failure(kFailed, "The evaluation cannot be started: no pipe.", std::strerror(errno));
     const pid_t keeper = ::fork();
-    if (keeper == 0) keep(plan, followed, ends[1]);
+    if (keeper == 0) keep_and_report(plan, ends[1]);
     ::close(ends[1]);
     int record_no = -1;
     const bool heard =
         keeper > 0 && ::read(ends[0], &record_no, sizeof record_no) == sizeof record_no;
     ::close(ends[0]);
+    if (keeper > 0) ::waitpid(keeper, nullptr, 0);
     if (!heard || record_no <= 0) {
         throw Failure(kFailed, fmt::format("The evaluation was not started ({}).", record_no),
                       "The appliance's trace log tells why.");
     }
-    return {record_no, keeper};
+    return record_no;
 }
 
 }  // namespace cli

@@ -12,12 +12,14 @@ namespace {
 
 constexpr const char* kExitCodes =
     "Exit codes:\n"
-    "  0  done; with start --foreground: the evaluation completed\n"
+    "  0  done; with watch and start --foreground: the evaluation completed\n"
     "  1  the appliance reports a failure, or the evaluation failed\n"
     "  2  the command line is not understood\n"
     "  3  refused: the request breaks a rule, for example drives in use\n"
     "  4  no such record or drive\n"
     "  5  not confirmed\n"
+    "  6  the evaluation that was followed has been stopped\n"
+    "  7  the evaluation that was followed still runs: Ctrl-C ended the following\n"
     "\n"
     "Example:\n"
     "  ssd-op start --raid 5 --drives sda,sdb,sdc,sdd --foreground";
@@ -26,6 +28,7 @@ void add_commands(CLI::App& app) {
     cli::add_drives_command(app);
     cli::add_start_command(app);
     cli::add_status_command(app);
+    cli::add_watch_command(app);
     cli::add_list_command(app);
     cli::add_show_command(app);
     cli::add_events_command(app);

@@ -122,8 +122,12 @@ Json group_json(const ssd_op_db_raid_conf& group) {
 
 }  // namespace
 
+std::string results_text(const ssd_op_db_record& record) {
+    return result_table(results_of(record));
+}
+
 std::string record_text(const ssd_op_db_record& record) {
-    std::string text = heading(record) + "\n" + result_table(results_of(record));
+    std::string text = heading(record) + "\n" + results_text(record);
     for (const auto* group = record.raid_conf; group != nullptr; group = group->next)
         text += "\n" + group_text(*group);
     return text + "\n" + identity_text(record);

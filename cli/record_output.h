@@ -7,6 +7,9 @@
 
 namespace cli {
 
+/// The figures of each ratio.
+std::string results_text(const ssd_op_db_record& record);
+
 /// All that a record tells.
 std::string record_text(const ssd_op_db_record& record);
 Json record_json(const ssd_op_db_record& record);

@@ -8,19 +8,61 @@ namespace cli {
 
 namespace {
 
-void add_ratio(Snapshot& snapshot) {
-    int ratio = 0;
-    if (SSD_OP_Test_Get_Current_OP_Percentage(snapshot.record_no, &ratio) != 0) return;
-    if (ratio >= 0)
-        snapshot.ratio = ratio;
-    else
-        snapshot.is_filling = true;
+constexpr int kFillingMark =
+    -1;  // in place of a ratio; other negative ones: there is none any more
+
+void add_place(Snapshot& snapshot, ssd_op_db_record& record, int ratio) {
+    snapshot.ratio = ratio;
+    SSD_OP_Test_Get_OP_Count(record.record_no, &record, &snapshot.ratio_count);
+    snapshot.ratio_no = 1;
+    if (record.interval > 0) snapshot.ratio_no += (ratio - record.min_op) / record.interval;
 }
 
-void add_remaining_time(Snapshot& snapshot, ssd_op_db_record& record) {
+void add_activity(Snapshot& snapshot, ssd_op_db_record& record) {
+    int ratio = 0;
+    if (SSD_OP_Test_Get_Current_OP_Percentage(snapshot.record_no, &ratio) != 0) return;
+    if (ratio >= 0) {
+        snapshot.activity = Activity::kMeasuring;
+        add_place(snapshot, record, ratio);
+    } else {
+        snapshot.activity = ratio == kFillingMark ? Activity::kFilling : Activity::kDone;
+    }
+}
+
+void add_figures(Snapshot& snapshot, ssd_op_db_record& record) {
+    SSD_OP_Test_Get_Current_OP_Running_Step(snapshot.record_no, &snapshot.step);
+    SSD_OP_Test_Get_Current_OP_Total_Step(snapshot.record_no, &snapshot.step_count);
+    long double iops = 0;
+    if (SSD_OP_Test_Get_Current_OP_Test_Value(snapshot.record_no, &iops) == 0 && iops > 0)
+        snapshot.iops = static_cast<double>(iops);
     unsigned long long seconds = 0;
     if (SSD_OP_Test_Get_Remain_Time(snapshot.record_no, &record, &seconds) == 0 && seconds > 0)
         snapshot.remaining_seconds = seconds;
+}
+
+/// A driver may end between the reading of its record and the search for it, so a record without a
+/// driver is read once more.
+void add_driver(Snapshot& snapshot, ssd_op_db_record& record) {
+    snapshot.driver = Driver::kGone;
+    if (record.end_time != 0 && !is_running(record.status)) return;
+    snapshot.driver = driver_of(record);
+    if (!snapshot.is_orphan()) return;
+    record.status = SSD_OP_DB_Query_Record_Status(record.record_no);
+    snapshot.status = record.status;
+}
+
+const char* activity_text(const Snapshot& snapshot) {
+    if (snapshot.is_closing()) return ": removing the storage";
+    switch (snapshot.status) {
+        case SSD_OP_TEST_STATUS_INITIATING:
+            return ": preparing drives and storage";
+        case SSD_OP_TEST_STATUS_FINISHING:
+            return ": saving results, removing the storage";
+        default:
+            break;
+    }
+    if (snapshot.activity == Activity::kFilling) return ": filling the volume";
+    return snapshot.activity == Activity::kDone ? ": all ratios measured" : "";
 }
 
 }  // namespace
@@ -30,47 +72,58 @@ Snapshot take_snapshot(ssd_op_db_record& record) {
     snapshot.record_no = record.record_no;
     snapshot.title = record.title;
     snapshot.status = record.status;
+    add_driver(snapshot, record);
     float percent = 0;
     SSD_OP_Test_Get_Progress(record.record_no, &record, &percent);
     snapshot.percent = percent;
-    if (record.status == SSD_OP_TEST_STATUS_TESTING) {
-        add_ratio(snapshot);
-        add_remaining_time(snapshot, record);
-    }
+    if (record.status != SSD_OP_TEST_STATUS_TESTING) return snapshot;
+    add_activity(snapshot, record);
+    if (snapshot.activity == Activity::kFilling || snapshot.activity == Activity::kMeasuring)
+        add_figures(snapshot, record);
     return snapshot;
 }
 
 std::string phase_text(const Snapshot& snapshot) {
     const std::string phase = status_word(snapshot.status);
-    if (snapshot.is_filling) return phase + ": filling the volume";
-    if (snapshot.ratio) return fmt::format("{}: OP {} %", phase, *snapshot.ratio);
-    switch (snapshot.status) {
-        case SSD_OP_TEST_STATUS_INITIATING:
-            return phase + ": preparing drives and storage";
-        case SSD_OP_TEST_STATUS_FINISHING:
-            return phase + ": saving results, removing the storage";
-        default:
-            return phase;
-    }
+    if (!snapshot.ratio) return phase + activity_text(snapshot);
+    return fmt::format("{}: OP {} % ({} of {})", phase, *snapshot.ratio, snapshot.ratio_no,
+                       snapshot.ratio_count);
 }
 
 std::string progress_line(const Snapshot& snapshot) {
-    std::string line = fmt::format("{:5.1f} %  {}", snapshot.percent, phase_text(snapshot));
+    const bool has_share =
+        is_running(snapshot.status) || snapshot.status == SSD_OP_TEST_STATUS_COMPLETED;
+    std::string line = phase_text(snapshot);
+    if (has_share) line = fmt::format("{:5.1f} %  {}", snapshot.percent, line);
     if (snapshot.remaining_seconds)
         line += fmt::format(", about {} left",
                             duration_text(static_cast<double>(*snapshot.remaining_seconds)));
     return line;
 }
 
+std::string orphan_text(const Snapshot& snapshot) {
+    return fmt::format(
+        "It broke off: no process is left that runs it. ssd-op stop {} gives its drives and "
+        "services back.",
+        snapshot.record_no);
+}
+
 Json snapshot_json(const Snapshot& snapshot) {
     const auto or_null = [](const auto& value) { return value ? Json(*value) : Json(nullptr); };
+    const auto if_positive = [](int value) { return value > 0 ? Json(value) : Json(nullptr); };
     return {{"record", snapshot.record_no},
             {"title", snapshot.title},
             {"status", status_word(snapshot.status)},
             {"running", is_running(snapshot.status)},
+            {"broken_off", snapshot.is_orphan()},
             {"percent", snapshot.percent},
             {"ratio", or_null(snapshot.ratio)},
-            {"filling", snapshot.is_filling},
+            {"ratio_no", if_positive(snapshot.ratio_no)},
+            {"ratio_count", if_positive(snapshot.ratio_count)},
+            {"filling", snapshot.activity == Activity::kFilling},
+            {"step", if_positive(snapshot.step)},
+            {"step_count", if_positive(snapshot.step_count)},
+            {"iops", or_null(snapshot.iops)},
             {"remaining_seconds", or_null(snapshot.remaining_seconds)}};
 }
 

@@ -3,29 +3,52 @@
 #include <optional>
 #include <string>
 
+#include "driver_mark.h"
 #include "record.h"
 #include "terminal.h"
 
 namespace cli {
+
+/// What the test script does now.
+enum class Activity {
+    kNothing,  // it has not said anything yet
+    kFilling,  // the volume, before the first ratio
+    kMeasuring,
+    kDone,
+};
 
 /// Where an evaluation is at a moment.
 struct Snapshot {
     int record_no;
     std::string title;
     int status;
-    double percent;
+    Driver driver;   // kGone once it has ended
+    double percent;  // of the whole way
+    Activity activity = Activity::kNothing;
     std::optional<int> ratio;  // measured now
-    bool is_filling = false;   // before the first ratio
+    int ratio_no = 0;          // its place, from 1
+    int ratio_count = 0;
+    int step = 0;  // within the ratio, from 1
+    int step_count = 0;
+    std::optional<double> iops;  // of the latest step
     std::optional<unsigned long long> remaining_seconds;
+
+    /// Its record says that it runs, but no process is left that would bring it to an end.
+    bool is_orphan() const { return is_running(status) && driver == Driver::kGone; }
+    /// Stopped or failed, and its driver is still taking the storage down.
+    bool is_closing() const { return !is_running(status) && driver != Driver::kGone; }
 };
 
 Snapshot take_snapshot(ssd_op_db_record& record);
 
-/// "testing: OP 10 %"
+/// "testing: OP 10 % (2 of 5)"
 std::string phase_text(const Snapshot& snapshot);
 
-/// " 34.1 %  testing: OP 10 %, about 12 min left"
+/// " 34.1 %  testing: OP 10 % (2 of 5), about 12 min left"
 std::string progress_line(const Snapshot& snapshot);
+
+/// What to do about an orphan.
+std::string orphan_text(const Snapshot& snapshot);
 
 Json snapshot_json(const Snapshot& snapshot);
 

@@ -4,16 +4,32 @@
 #include <iostream>
 
 #include <fmt/format.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "failure.h"
+#include "text.h"
 
 namespace cli {
 
-void print_json(const Json& json) {
-    // Titles and drive identities may hold bytes that are no UTF-8; JSON may not.
-    fmt::print("{}\n", json.dump(2, ' ', false, Json::error_handler_t::replace));
+namespace {
+
+/// Titles and drive identities may hold bytes that are no UTF-8; JSON may not.
+void print_json(const Json& json, int indent) {
+    fmt::print("{}\n", json.dump(indent, ' ', false, Json::error_handler_t::replace));
 }
+
+size_t terminal_width() {
+    winsize size{};
+    const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : 80;
+}
+
+}  // namespace
+
+void print_json(const Json& json) { print_json(json, 2); }
+
+void print_json_line(const Json& json) { print_json(json, -1); }
 
 bool stdout_is_terminal() { return ::isatty(STDOUT_FILENO) == 1; }
 
@@ -29,20 +45,13 @@ bool confirmed(const std::string& question) {
     return std::getline(std::cin, answer) && answer == "yes";
 }
 
-LiveLine::LiveLine() : live_(stdout_is_terminal()) {}
-
-LiveLine::~LiveLine() {
-    if (live_ && !shown_.empty()) std::puts("");
-}
-
-void LiveLine::show(const std::string& text) {
-    if (text == shown_) return;
-    shown_ = text;
-    if (live_)
-        fmt::print("\r{}\x1b[K", text);
-    else
-        fmt::print("{}\n", text);
+void LiveBlock::show(const std::vector<std::string>& lines) {
+    if (height_ > 0) fmt::print("\x1b[{}A", height_);
+    const size_t width = terminal_width();
+    for (const std::string& line : lines) fmt::print("{}\x1b[K\n", cut(line, width));
+    fmt::print("\x1b[J");
     std::fflush(stdout);
+    height_ = lines.size();
 }
 
 }  // namespace cli

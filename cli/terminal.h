@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -10,6 +11,7 @@ namespace cli {
 using Json = nlohmann::ordered_json;
 
 void print_json(const Json& json);
+void print_json_line(const Json& json);
 
 bool stdout_is_terminal();
 
@@ -17,20 +19,14 @@ bool stdout_is_terminal();
 /// @throws Failure when there is no terminal to ask on
 bool confirmed(const std::string& question);
 
-/// A line that is written over by the next one on a terminal. Elsewhere every new line is a line of
-/// its own, and repetitions are left out.
-class LiveLine {
+/// Lines at the end of a terminal's output that the next ones are written over. They are cut at the
+/// terminal's width, since a line that wraps would be two.
+class LiveBlock {
   public:
-    LiveLine();
-    LiveLine(const LiveLine&) = delete;
-    LiveLine& operator=(const LiveLine&) = delete;
-    ~LiveLine();
-    bool is_live() const { return live_; }
-    void show(const std::string& text);
+    void show(const std::vector<std::string>& lines);
 
   private:
-    bool live_;
-    std::string shown_;
+    size_t height_ = 0;
 };
 
 }  // namespace cli

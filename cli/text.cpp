@@ -1,5 +1,6 @@
 #include "text.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -7,6 +8,13 @@
 #include <fmt/format.h>
 
 namespace cli {
+
+namespace {
+
+/// A byte of a character of UTF-8 other than its first.
+bool continues(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
+
+}  // namespace
 
 std::string printable(std::string_view text) {
     std::string shown;
@@ -21,12 +29,15 @@ std::string printable(std::string_view text) {
 }
 
 size_t columns(std::string_view text) {
-    size_t count = 0;
-    for (const char c : text) {
-        const bool continues = (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
-        if (!continues) ++count;
+    return text.size() - static_cast<size_t>(std::count_if(text.begin(), text.end(), continues));
+}
+
+std::string cut(std::string_view text, size_t width) {
+    size_t end = 0;
+    for (size_t count = 0; end < text.size(); ++end) {
+        if (!continues(text[end]) && ++count > width) break;
     }
-    return count;
+    return std::string(text.substr(0, end));
 }
 
 std::string size_text(uint64_t bytes) {

@@ -15,6 +15,9 @@ std::string printable(std::string_view text);
 /// Columns that a text takes on a terminal, one for each character of UTF-8.
 size_t columns(std::string_view text);
 
+/// As much of a text as has room in so many columns.
+std::string cut(std::string_view text, size_t width);
+
 std::string size_text(uint64_t bytes);      // "64.0 GB", in steps of 1000 as on a drive's label
 std::string duration_text(double seconds);  // "1 h 12 min"
 std::string moment_text(time_t moment);     // "2024-01-31 14:05:09", local time
