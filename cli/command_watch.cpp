@@ -1,12 +1,10 @@
-#include <algorithm>
 #include <memory>
 #include <optional>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
+#include "choice.h"
 #include "commands.h"
-#include "failure.h"
 #include "record_output.h"
 #include "watch.h"
 
@@ -19,26 +17,13 @@ struct Options {
     bool json = false;
 };
 
-/// The one that runs, unless a record is named.
-int choose_record(const std::optional<int>& wanted) {
-    if (wanted) return *wanted;
-    std::vector<int> running;
-    for (const Record& record : load_running_records()) running.push_back(record->record_no);
-    if (running.empty())
-        throw Failure(kNotFound, "No evaluation is running.", "ssd-op list has the past.");
-    if (running.size() == 1) return running.front();
-    std::sort(running.begin(), running.end());
-    throw Failure(kRefused, fmt::format("{} evaluations are running.", running.size()),
-                  fmt::format("Name one: {}.", fmt::join(running, ", ")));
-}
-
 std::unique_ptr<View> make_view(bool json) {
     if (!json && stdout_is_terminal()) return std::make_unique<LiveView>();
     return std::make_unique<MinuteView>(json);
 }
 
 void run(const Options& options) {
-    const int record_no = choose_record(options.record_no);
+    const int record_no = options.record_no ? *options.record_no : only_running();
     const Watched watched = watch(record_no, *make_view(options.json));
     if (!options.json && !watched.interrupted)
         fmt::print("\n{}", results_text(*load_record(record_no)));

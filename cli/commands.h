@@ -13,7 +13,10 @@ void add_list_command(CLI::App& app);
 void add_show_command(CLI::App& app);
 void add_events_command(CLI::App& app);
 void add_consent_command(CLI::App& app);
-void add_where_command(CLI::App& app);
+void add_stop_command(CLI::App& app);
+void add_delete_command(CLI::App& app);
+void add_limit_command(CLI::App& app);
+void add_db_command(CLI::App& app);
 
 inline void add_json_flag(CLI::App& command, bool& json) {
     command.add_flag("--json", json, "Print JSON");

@@ -29,11 +29,14 @@ void add_commands(CLI::App& app) {
     cli::add_start_command(app);
     cli::add_status_command(app);
     cli::add_watch_command(app);
+    cli::add_stop_command(app);
     cli::add_list_command(app);
     cli::add_show_command(app);
+    cli::add_delete_command(app);
+    cli::add_limit_command(app);
     cli::add_events_command(app);
     cli::add_consent_command(app);
-    cli::add_where_command(app);
+    cli::add_db_command(app);
 }
 
 int run(int argc, char** argv) {

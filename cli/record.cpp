@@ -29,12 +29,10 @@ void append(std::vector<Record>& records, ssd_op_db_record* list) {
 }
 
 std::string known_records() {
-    std::array<int, SSD_OP_MAX_RECORDS> numbers{};
-    const int count =
-        has_database() ? SSD_OP_DB_Query_Record_No(numbers.data(), SSD_OP_MAX_RECORDS) : 0;
-    if (count <= 0) return "There is no record yet; ssd-op start makes one.";
-    return fmt::format("There {}: {}.", count == 1 ? "is one" : "are these",
-                       fmt::join(numbers.begin(), numbers.begin() + count, ", "));
+    const std::vector<int> numbers = record_nos();
+    if (numbers.empty()) return "There is no record yet; ssd-op start makes one.";
+    return fmt::format("There {}: {}.", numbers.size() == 1 ? "is one" : "are these",
+                       fmt::join(numbers, ", "));
 }
 
 }  // namespace
@@ -45,10 +43,24 @@ bool has_database() {
            location != SSD_OP_DB_LOCATION_NONE;
 }
 
+std::vector<int> record_nos() {
+    if (!has_database()) return {};
+    const int count = SSD_OP_DB_Query_Record_Count();
+    std::vector<int> numbers(static_cast<size_t>(std::max(count, 1)));
+    const int found = SSD_OP_DB_Query_Record_No(numbers.data(), static_cast<int>(numbers.size()));
+    if (count < 0 || found < 0)
+        throw Failure(kFailed, "The database cannot be read.", "ssd-op db check tells more.");
+    numbers.resize(static_cast<size_t>(found));
+    return numbers;
+}
+
+void require_record(int record_no) {
+    if (has_database() && SSD_OP_DB_Record_Is_Exist(record_no) != 0) return;
+    throw Failure(kNotFound, fmt::format("There is no record {}.", record_no), known_records());
+}
+
 Record load_record(int record_no) {
-    if (!has_database() || SSD_OP_DB_Record_Is_Exist(record_no) == 0) {
-        throw Failure(kNotFound, fmt::format("There is no record {}.", record_no), known_records());
-    }
+    require_record(record_no);
     Record record(static_cast<ssd_op_db_record*>(std::calloc(1, sizeof(ssd_op_db_record))));
     if (!record) throw std::bad_alloc();
     if (SSD_OP_DB_Query_Record(record_no, record.get()) != 0 ||
@@ -68,8 +80,7 @@ std::vector<Record> load_records(int status) {
         const int result = SSD_OP_DB_Query_Record_Simple(&page, offset, kPage, status);
         append(records, page);
         if (result != 0)
-            throw Failure(kFailed, "The records cannot be read.",
-                          "The appliance's trace log tells why.");
+            throw Failure(kFailed, "The records cannot be read.", "ssd-op db check tells more.");
         if (records.size() == before) break;
     }
     std::sort(records.begin(), records.end(),

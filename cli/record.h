@@ -16,6 +16,12 @@ using Record = std::unique_ptr<ssd_op_db_record, FreeRecord>;
 /// True when there is a database. Asking for records would create it.
 bool has_database();
 
+/// Numbers of all records, ascending.
+std::vector<int> record_nos();
+
+/// @throws Failure when there is no record of that number, telling which there are
+void require_record(int record_no);
+
 /// A record with its groups, drives and results.
 /// @throws Failure when there is none of that number, telling which there are
 Record load_record(int record_no);

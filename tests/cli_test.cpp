@@ -185,7 +185,7 @@ TEST_F(CommandLine, FollowsAnEvaluationToItsEndAndShowsIt) {
     EXPECT_EQ(parsed("drives")[0]["free"], true);
     EXPECT_EQ(parsed("consent")["consent"], true);
     EXPECT_THAT(parsed("events").back()["description"].get<std::string>(), HasSubstr("Completed"));
-    EXPECT_EQ(parsed("where")["location"], "data volume");
+    EXPECT_EQ(parsed("db where")["location"], "data volume");
 
     const Outcome unknown = run("show 7");
     EXPECT_EQ(unknown.status, 4);

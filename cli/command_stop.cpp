@@ -1,0 +1,126 @@
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "choice.h"
+#include "commands.h"
+#include "failure.h"
+#include "requester.h"
+#include "snapshot.h"
+
+namespace cli {
+
+namespace {
+
+constexpr int kNoGroup = -1;
+
+struct Options {
+    std::optional<int> record_no;
+    bool all = false;
+    bool failed = false;
+    bool keep_storage = false;
+    bool json = false;
+};
+
+/// The evaluations to stop, as they are before.
+std::vector<Snapshot> choose(const Options& options) {
+    if (!options.all) {
+        const Record record = load_record(options.record_no ? *options.record_no : only_running());
+        const Snapshot snapshot = take_snapshot(*record);
+        if (!is_running(snapshot.status)) {
+            throw Failure(kRefused,
+                          fmt::format("Evaluation {} is not running: it is {}.", snapshot.record_no,
+                                      status_word(snapshot.status)),
+                          "ssd-op status tells which are.");
+        }
+        return {snapshot};
+    }
+    std::vector<Snapshot> running;
+    for (const Record& record : load_running_records()) running.push_back(take_snapshot(*record));
+    return running;
+}
+
+void announce(const Snapshot& snapshot) {
+    if (snapshot.is_orphan())
+        fmt::print("Evaluation {} had broken off: its process is gone.\n", snapshot.record_no);
+    fmt::print("Stopping evaluation {} ...\n", snapshot.record_no);
+    std::fflush(stdout);
+}
+
+Json to_json(const Snapshot& before, const Snapshot& after) {
+    return {{"record", before.record_no},
+            {"was", status_word(before.status)},
+            {"had_broken_off", before.is_orphan()},
+            {"status", status_word(after.status)},
+            {"closing", after.is_closing()}};
+}
+
+void report(const Snapshot& after) {
+    fmt::print("Evaluation {} {}. What it had measured is kept: ssd-op show {}\n", after.record_no,
+               after.status == SSD_OP_TEST_STATUS_STOPPED
+                   ? "is stopped"
+                   : "counts as " + status_word(after.status) + " now",
+               after.record_no);
+    if (after.is_closing())
+        fmt::print("Its process still takes the storage down; ssd-op watch {} waits for that.\n",
+                   after.record_no);
+}
+
+/// A driver that is there removes the storage itself; two at once would fail each other's steps.
+int removes_here(const Snapshot& before, const Options& options) {
+    return options.keep_storage || before.driver == Driver::kRuns ? 0 : 1;
+}
+
+void run(const Options& options) {
+    const std::vector<Snapshot> chosen = choose(options);
+    if (chosen.empty() && !options.json) fmt::print("No evaluation is running.\n");
+    if (!options.json) std::for_each(chosen.begin(), chosen.end(), announce);
+
+    const ssd_op_requester requester = this_user();
+    const int type = options.failed ? SSD_OP_STOP_FAILED : SSD_OP_STOP_BY_USER;
+    int result = 0;
+    Json list = Json::array();
+    for (const Snapshot& before : chosen) {
+        result |= NAS_SSD_OP_Test_Stop(&requester, 0, before.record_no, kNoGroup,
+                                       removes_here(before, options), type);
+        const Snapshot after = take_snapshot(*load_record(before.record_no));
+        if (options.json)
+            list.push_back(to_json(before, after));
+        else
+            report(after);
+    }
+    if (options.json) print_json(list);
+    if (result != 0) {
+        throw Failure(kFailed, "Not everything could be ended or removed.",
+                      "ssd-op drives tells what is still in use, the appliance's trace log why.");
+    }
+}
+
+}  // namespace
+
+void add_stop_command(CLI::App& app) {
+    auto* command = app.add_subcommand("stop", "End an evaluation; its results so far are kept");
+    auto options = std::make_shared<Options>();
+    auto* record = command->add_option("RECORD", options->record_no,
+                                       "Its record; without it, the one that runs");
+    command->add_flag("--all", options->all, "All that run")->excludes(record);
+    command->add_flag("--failed", options->failed, "Let it count as failed, not as stopped");
+    command->add_flag(
+        "--keep-storage", options->keep_storage,
+        "Leave volume, pool and groups to the evaluation's own process, which removes "
+        "them as it ends; where that process is gone, they stay");
+    add_json_flag(*command, options->json);
+    command->footer(
+        "Also gives drives and services back that an evaluation holds whose process is gone, "
+        "killed\n"
+        "or cut off by a power failure. Returns when all is quiet, within two minutes.\n"
+        "\n"
+        "Example:\n"
+        "  ssd-op stop 3");
+    command->callback([options] { run(*options); });
+}
+
+}  // namespace cli
