@@ -61,7 +61,8 @@ void MinuteView::show(const Snapshot& snapshot, const ssd_op_db_record& record) 
     if (json_)
         print_json_line(snapshot_json(snapshot));
     else
-        fmt::print("{}\n", minute_line(snapshot, temperatures_.read(record)));
+        fmt::print("{}\n", ended ? minute_line(snapshot, {})
+                                 : minute_line(snapshot, temperatures_.read(record)));
     std::fflush(stdout);
 }
 
