@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <ios>
 #include <ostream>
 #include <stdexcept>
 #include <utility>
@@ -38,15 +39,24 @@ Ending ending_of(int status) {
     return WIFEXITED(status) ? exited(WEXITSTATUS(status)) : killed(WTERMSIG(status));
 }
 
+/// Empty when the process has ended, at whatever point of the reading.
+std::string read_process_file(const std::string& path) {
+    try {
+        return read_file(path);
+    } catch (const std::ios_base::failure&) {
+        return {};
+    }
+}
+
 ProcessInfo read_process(pid_t pid) {
     const std::string directory = "/proc/" + std::to_string(pid);
     // "PID (NAME) STATE PARENT ...", and the name may hold anything.
-    const std::string status = read_file(directory + "/stat");
+    const std::string status = read_process_file(directory + "/stat");
     ProcessInfo process{.pid = pid, .parent = 0, .state = '?', .command = ""};
     const size_t name_end = status.rfind(')');
     if (name_end != std::string::npos)
         std::sscanf(status.c_str() + name_end + 1, " %c %d", &process.state, &process.parent);
-    process.command = read_file(directory + "/cmdline");
+    process.command = read_process_file(directory + "/cmdline");
     std::ranges::replace(process.command, '\0', ' ');
     return process;
 }
