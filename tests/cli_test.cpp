@@ -1,8 +1,10 @@
 #include <cstdio>
 #include <set>
 
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <signal.h>
 #include <sys/wait.h>
 
 #include "ssd_op.h"
@@ -24,7 +26,7 @@ struct Outcome {
 class CommandLine : public ApplianceTest {
   protected:
     static Outcome run(const std::string& arguments) {
-        const std::string line = "/opt/appliance/bin/ssd-op " + arguments + " </dev/null 2>&1";
+        const std::string line = "{ /opt/appliance/bin/ssd-op " + arguments + "; } </dev/null 2>&1";
         std::FILE* pipe = ::popen(line.c_str(), "r");
         Outcome result{};
         char part[4096];
@@ -205,6 +207,111 @@ TEST_F(CommandLine, FailsWhenTheEvaluationFailsAndNoticesThatItBrokeOff) {
     EXPECT_EQ(broken.status, 1);
     EXPECT_THAT(broken.output, HasSubstr("Evaluation 2 broke off while it was initiating"));
     EXPECT_EQ(parsed("status").size(), 1U);
+}
+
+/// An evaluation in the background whose test script says "testing" and waits.
+class Running : public CommandLine {
+  protected:
+    Running() {
+        appliance().with_drives(2);
+        plant_test_script("sleep 100000");
+        EXPECT_EQ(run("start --yes --raid 1 --drives sda,sdb --stop-services").status, 0);
+        EXPECT_TRUE(eventually([] { return status_of(1) == SSD_OP_TEST_STATUS_TESTING; }, 7200));
+    }
+    ~Running() override { end_what_runs(); }
+
+    static void kill_driver() {
+        // The only process of this name: it runs without arguments.
+        for (const ProcessInfo& process : processes()) {
+            if (process.command.starts_with("/opt/appliance/bin/ssd-op"))
+                ::kill(process.pid, SIGKILL);
+        }
+        EXPECT_TRUE(eventually([] { return parsed("status 1")["broken_off"] == true; }));
+    }
+
+    void expect_all_given_back() {
+        EXPECT_TRUE(appliance().volumes().empty());
+        EXPECT_TRUE(appliance().service_runs("services"));
+        EXPECT_EQ(parsed("drives")[0]["free"], true);
+        EXPECT_EQ(run("start --dry-run --raid 1 --drives sda,sdb").status, 0);
+    }
+};
+
+TEST_F(Running, IsRefusedDeletionAndEndsOnlyWhenStopped) {
+    for (const char* refused : {"delete 1 --yes", "delete --all --yes", "db upgrade --yes"}) {
+        const Outcome result = run(refused);
+        EXPECT_EQ(result.status, 3) << refused << '\n' << result.output;
+        EXPECT_THAT(result.output, HasSubstr("Stop it first: ssd-op stop 1")) << refused;
+    }
+    const Outcome left = run("watch & sleep 600; kill -INT $!; wait $!");
+    EXPECT_EQ(left.status, 7) << left.output;
+    EXPECT_THAT(left.output, HasSubstr("Evaluation 1 goes on."));
+    EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_TESTING);
+
+    const Outcome stopped =
+        run("stop & /opt/appliance/bin/ssd-op watch 1; code=$?; wait; exit $code");
+    EXPECT_EQ(stopped.status, 6) << stopped.output;
+    EXPECT_THAT(stopped.output, HasSubstr("Evaluation 1 is stopped."));
+    EXPECT_THAT(stopped.output, HasSubstr("\n40 %     -"));
+    expect_all_given_back();
+    EXPECT_EQ(run("stop 1").status, 3);
+    EXPECT_THAT(run("stop 1").output, HasSubstr("it is stopped"));
+}
+
+TEST_F(Running, WithoutItsDriverIsCalledBrokenOffAndGivesAllBackWhenStopped) {
+    kill_driver();
+    EXPECT_THAT(run("status").output, HasSubstr("It broke off: no process is left that runs it."));
+    EXPECT_EQ(run("watch").status, 1);
+    const Outcome stopped = run("stop --failed");
+    EXPECT_EQ(stopped.status, 0) << stopped.output;
+    EXPECT_THAT(stopped.output, HasSubstr("had broken off"));
+    EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_FAILED);
+    expect_all_given_back();
+}
+
+TEST_F(CommandLine, DeletesAndLimitsWhatItNamesAndNothingElse) {
+    EXPECT_EQ(parsed("limit")["limit"], 30);
+    EXPECT_EQ(appliance().database(), "") << "a question makes no database";
+    for (int i = 0; i < 5; ++i) make_record({0, 1}, SSD_OP_TEST_STATUS_COMPLETED);
+    for (const char* command : {"delete 2 9 --yes", "show 9", "status 9", "watch 9", "stop 9"}) {
+        const Outcome unknown = run(command);
+        EXPECT_EQ(unknown.status, 4) << command;
+        EXPECT_THAT(unknown.output, HasSubstr("There are these: 1, 2, 3, 4, 5.")) << command;
+    }
+    EXPECT_EQ(run("delete 2").status, 5);
+    EXPECT_EQ(run("limit 3").status, 5);
+    EXPECT_EQ(run("limit 0").status, 3);
+    EXPECT_EQ(run("limit -4").status, 3);
+    EXPECT_EQ(run("delete").status, 2);
+    EXPECT_EQ(parsed("list").size(), 5U);
+
+    EXPECT_EQ(parsed("delete 4 2 4 --yes")["deleted"], json({2, 4}));
+    EXPECT_EQ(parsed("limit 2 --yes")["records"], 2);
+    EXPECT_EQ(parsed("list")[0]["record"], 3);
+    EXPECT_EQ(parsed("delete --all --yes")["deleted"], json({3, 5}));
+    EXPECT_THAT(run("list").output, HasSubstr("There is no record yet"));
+}
+
+TEST_F(CommandLine, LooksAfterTheDatabase) {
+    EXPECT_EQ(run("db check").status, 4);
+    make_record({0, 1}, SSD_OP_TEST_STATUS_COMPLETED);
+    EXPECT_EQ(parsed("db move system")["location"], "system area");
+    EXPECT_EQ(parsed("db where")["path"], appliance().database());
+    EXPECT_EQ(parsed("db move volume")["location"], "data volume");
+    EXPECT_GT(parsed("db size")["volume_free_kib"], 0);
+    EXPECT_EQ(parsed("db downgrade 2 --yes"), json({{"version", 2}, {"records", 1}}));
+    EXPECT_EQ(parsed("db check")["version"], 2);
+    EXPECT_EQ(parsed("db upgrade"), json({{"version", 6}, {"records", 1}}));
+
+    SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE)
+        .exec("DELETE FROM TEST_RECORD; DELETE FROM SSD_DEV");
+    const Outcome damaged = run("db check");
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_THAT(damaged.output,
+                HasSubstr("1 row of RAID_GROUP lead to nothing in TEST_RECORD: left"));
+    EXPECT_THAT(damaged.output, HasSubstr("2 rows of SELECT_DEV lead to nothing in SSD_DEV\n"));
+    write_file(appliance().database(), std::string(5000, 'x'));
+    EXPECT_EQ(run("db check").status, 1);
 }
 
 TEST_F(CommandLine, LeavesAStartedEvaluationRunning) {
