@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <random>
 
 #include <time.h>
@@ -37,6 +38,19 @@ class RandomStop : public ApplianceTest {
         return static_cast<int>(::time(nullptr) - begin);
     }
 
+    /// Every third time while the storage is made, every third while results are saved and storage
+    /// is removed, or about then: both take little of a run.
+    int delay_for(int stop, int length) {
+        switch (stop % 3) {
+            case 0:
+                return number(0, 300);
+            case 1:
+                return number(0, length);
+            default:
+                return number(length * 9 / 10, length);
+        }
+    }
+
     static ssd_op_test_param parameters(bool stop_service) {
         ssd_op_test_param param = request(0, 10, 10);
         param.test_size = 1000;
@@ -52,12 +66,12 @@ TEST_F(RandomStop, LeavesNothingBehindWheneverItComes) {
     const int length = length_of_a_run();
     int survived = 0;
     int too_late = 0;
+    std::map<int, int> by_status;
     double longest = 0;
     while (survived < stops && !HasFailure()) {
         appliance().renew();
         Groups groups = chance() ? Groups(1, {0, 1}) : Groups(5, {0, 1, 2});
-        // Half of them while the storage is made, which is the shorter half of a run.
-        const int delay = chance() ? number(0, 300) : number(0, length);
+        const int delay = delay_for(survived, length);
         const StopArguments arguments{.remove_storage = number(0, 1), .type = number(1, 2)};
         SCOPED_TRACE("stop " + std::to_string(survived) + " after " + std::to_string(delay) +
                      " s, storage removal " + std::to_string(arguments.remove_storage));
@@ -78,6 +92,7 @@ TEST_F(RandomStop, LeavesNothingBehindWheneverItComes) {
             << "status " << old_status << ", progress " << old_progress;
         expect_drives_are_free(appliance(), groups);
         longest = std::max(longest, stopped.seconds_to_quiet);
+        ++by_status[old_status];
         ++survived;
     }
     std::printf(
