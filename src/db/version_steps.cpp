@@ -60,6 +60,13 @@ int drop_ssd_runtime_data(sqlite3* connection) {
     return db::execute(connection, db::sql("DROP TABLE %s;", "SSD_RUNTIME_DATA"));
 }
 
+/// Belongs to the transaction of a step that changes a table's form: a downgrade that is killed
+/// right after the step would leave an older form behind the number of a newer version, and the
+/// next upgrade would pass it by.
+int store_version(sqlite3* connection, int version) {
+    return db::execute(connection, db::sql("UPDATE DB_VERSION SET version=%d;", version));
+}
+
 }  // namespace
 
 int sql_db_ver_callback_0(int upgrade) {
@@ -93,9 +100,11 @@ int sql_db_ver_callback_2(int upgrade) {
         int limit = db::kDefaultRecordLimit;
         db::read_record_limit(connection, limit);
         const char* create = upgrade != 0 ? db::kCreateTestRecord : kCreateTestRecordOfVersion2;
-        return db::rebuild_table(connection, {"TEST_RECORD", create, [limit](sqlite3* rebuilt) {
-                                                  return db::create_record_limit(rebuilt, limit);
-                                              }});
+        return db::rebuild_table(connection,
+                                 {"TEST_RECORD", create, [limit, upgrade](sqlite3* rebuilt) {
+                                      return db::create_record_limit(rebuilt, limit) |
+                                             store_version(rebuilt, upgrade != 0 ? 3 : 2);
+                                  }});
     });
 }
 
@@ -116,10 +125,13 @@ int sql_db_ver_callback_5(int upgrade) {
     return db::with_session(__func__, -1, [&](sqlite3* connection) {
         if (upgrade == 0)
             return db::rebuild_table(
-                connection, {"SELECT_DEV", kCreateSelectDevOfVersion5, drop_ssd_runtime_data});
+                connection, {"SELECT_DEV", kCreateSelectDevOfVersion5, [](sqlite3* rebuilt) {
+                                 return drop_ssd_runtime_data(rebuilt) | store_version(rebuilt, 5);
+                             }});
         return db::rebuild_table(connection,
                                  {"SELECT_DEV", db::kCreateSelectDev, [](sqlite3* rebuilt) {
-                                      return db::execute(rebuilt, db::kCreateSsdRuntimeData);
+                                      return db::execute(rebuilt, db::kCreateSsdRuntimeData) |
+                                             store_version(rebuilt, 6);
                                   }});
     });
 }
