@@ -42,6 +42,22 @@ class Deletion : public support::ApplianceTest {
             "(SELECT count(*) FROM SELECT_DEV) || (SELECT count(*) FROM TEST_DATA) || (SELECT "
             "count(*) FROM RUNTIME_REPORT) || (SELECT count(*) FROM SSD_RUNTIME_DATA)");
     }
+    /// Tables with rows that lead to no record, and how many.
+    std::string without_record() {
+        return value(
+            "WITH groups AS (SELECT raid_no FROM RAID_GROUP WHERE f_record_no IN (SELECT record_no "
+            "FROM TEST_RECORD)), drives AS (SELECT select_no FROM SELECT_DEV WHERE f_raid_no IN "
+            "groups), found(place, rows, name) AS ("
+            "SELECT 1, count(*), 'RAID_GROUP' FROM RAID_GROUP WHERE raid_no NOT IN groups UNION "
+            "SELECT 2, count(*), 'SELECT_DEV' FROM SELECT_DEV WHERE select_no NOT IN drives UNION "
+            "SELECT 3, count(*), 'TEST_DATA' FROM TEST_DATA WHERE f_record_no NOT IN (SELECT "
+            "record_no FROM TEST_RECORD) UNION "
+            "SELECT 4, count(*), 'RUNTIME_REPORT' FROM RUNTIME_REPORT WHERE f_record_no NOT IN "
+            "(SELECT record_no FROM TEST_RECORD) UNION "
+            "SELECT 5, count(*), 'SSD_RUNTIME_DATA' FROM SSD_RUNTIME_DATA WHERE f_select_no NOT IN "
+            "drives) SELECT coalesce(group_concat(text, ', '), '') FROM (SELECT rows || ' ' || "
+            "name AS text FROM found WHERE rows > 0 ORDER BY place)");
+    }
     std::string records() {
         return value(
             "SELECT group_concat(record_no) FROM (SELECT record_no FROM TEST_RECORD ORDER "
@@ -84,6 +100,25 @@ TEST_F(Deletion, TakesAllRecordsAndStartsCountingAnew) {
     EXPECT_EQ(value("PRAGMA freelist_count"), "0") << "the file is compacted";
     EXPECT_EQ(appliance().events().size(), 2U);
     EXPECT_EQ(support::store_record("first again", {drive_id(0)}), 1);
+}
+
+TEST_F(Deletion, LeavesRowsThatBelongToNoRecordOnlyWhereTheLimitDeletes) {
+    store_records(6);
+    EXPECT_EQ(SSD_OP_DB_Delete_Record(3), 0);
+    EXPECT_EQ(without_record(), "");
+    EXPECT_EQ(SSD_OP_DB_Update_Max_Record_Limit(4), 0);
+    EXPECT_EQ(records(), "2,4,5,6");
+    EXPECT_EQ(without_record(), "1 SSD_RUNTIME_DATA");
+
+    // The trigger, with the next change of a record, knows nothing but records.
+    ASSERT_EQ(support::store_record("beyond", {drive_id(0)}), 7);
+    SSD_OP_DB_Update_Record_Status(1, 7);
+    EXPECT_EQ(records(), "4,5,6,7");
+    EXPECT_EQ(without_record(),
+              "1 RAID_GROUP, 1 SELECT_DEV, 1 TEST_DATA, 1 RUNTIME_REPORT, 2 SSD_RUNTIME_DATA");
+    EXPECT_EQ(SSD_OP_DB_Delete_Record(-1), 0) << "takes them, too";
+    EXPECT_EQ(without_record(), "");
+    EXPECT_EQ(value("SELECT count(*) FROM SSD_DEV"), "1") << "drives stay known";
 }
 
 TEST_F(Deletion, SaysWhatSqliteSaysWhenTheRecordsCannotBeDeleted) {

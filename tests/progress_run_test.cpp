@@ -1,10 +1,10 @@
 // Progress during a real evaluation: what a watcher is shown, and what four processes that poll ten
-// times a second get meanwhile. With another number in POLLERS and a clock slow enough that programs
-// start at once, it measures what the polling costs the evaluation:
+// times a second get meanwhile. With another number in POLLERS and a clock slow enough that
+// programs start at once, it measures what the polling costs the evaluation:
 //
 //     export APPLIANCE_TEST_RATE=5
-//     POLLERS=0 appliance/run-test build/dev build/dev/bin/progress_run_test
-//     POLLERS=4 appliance/run-test build/dev build/dev/bin/progress_run_test
+//     appliance/run-test build/dev env POLLERS=0 build/dev/bin/progress_run_test
+//     appliance/run-test build/dev env POLLERS=4 build/dev/bin/progress_run_test
 
 #include <cmath>
 #include <cstdio>
