@@ -79,9 +79,33 @@ TEST_F(Progress, FollowsTheScriptWhileTesting) {
     key("current_op_percentage", "-1");
     EXPECT_FLOAT_EQ(progress(2), 18.9F);
 
-    for (const char* hostile : {"nan", "1e300", "-inf", "x"}) {
+    for (const char* hostile : {"nan", "1e300", "-inf", "x", "-5", "101"}) {
         status_file(hostile);
-        EXPECT_FALSE(std::isnan(progress(2))) << hostile;
+        EXPECT_EQ(progress(2), 11.0F) << hostile;
+    }
+}
+
+TEST_F(Progress, TakesAFileThatIsNotWholeForNone) {
+    make_record();
+    key("current_op_percentage", "10");
+    key("current_op_detail", "1");
+    const std::string path = "/etc/.sm_v2_ssd_op_test_1";
+    for (const std::string& content :
+         {std::string(), std::string("1;/dev/mapper/lv1568;;;"), std::string(";;;;;\n"),
+          std::string(100'000, 'x'), std::string(5000, '\0'), std::string(5000, ';')}) {
+        write_file(path, content);
+        float percent = 0;
+        unsigned long long seconds = 5, amount = 5;
+        long double value = 0;
+        SSD_OP_Test_Get_Current_OP_Progress(1, &percent);
+        SSD_OP_Test_Get_Current_OP_ETA(1, &seconds);
+        SSD_OP_Test_Get_Current_OP_Test_Amount(1, &amount);
+        SSD_OP_Test_Get_Current_OP_Test_Value(1, &value);
+        EXPECT_EQ(percent, 0.0F) << content.size();
+        EXPECT_EQ(seconds, 5U) << content.size();
+        EXPECT_EQ(amount, 0U) << content.size();
+        EXPECT_EQ(value, 0.0L) << content.size();
+        EXPECT_EQ(progress(2), 11.0F) << content.size();
     }
 }
 
@@ -105,7 +129,7 @@ TEST_F(Progress, UnderstandsEachFormOfTheTimeLeft) {
         const char* text;
         unsigned long long seconds;
     } const cases[] = {{"1d:2h:3m:4s", 93784}, {"2h:3m:4s", 7384}, {"5m:6s", 306}, {"59s", 59},
-                       {"garbage", 12345},     {"", 12345}};
+                       {"garbage", 12345},     {"-5s", 12345},     {"", 12345}};
     for (const auto& form : cases) {
         status_file("0", form.text);
         unsigned long long seconds = 12345;

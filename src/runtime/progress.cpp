@@ -22,10 +22,11 @@ int script_base(int record_no) {
     return progress;
 }
 
+/// 0 when it cannot be read, or is no percentage.
 float current_ratio_progress(int record_no) {
     float progress = 0;
     SSD_OP_Test_Get_Current_OP_Progress(record_no, &progress);
-    return progress;
+    return progress >= 0 && progress <= 100 ? progress : 0;
 }
 
 int script_progress(int record_no, ssd_op_db_record* record) {

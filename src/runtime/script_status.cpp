@@ -2,6 +2,7 @@
 /// the start time in the runtime-info file.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <optional>
 #include <string>
 
@@ -41,6 +42,7 @@ int with_field(const char* function, int record_no, Field field, const void* tar
 /// "1d:2h:3m:4s", or the same from a smaller unit on.
 std::optional<Seconds> parse_time_left(const char* text) {
     Seconds days = 0, hours = 0, minutes = 0, seconds = 0;
+    if (std::strchr(text, '-') != nullptr) return std::nullopt;  // sscanf would wrap it around
     if (std::sscanf(text, "%llud:%lluh:%llum:%llus", &days, &hours, &minutes, &seconds) == 4)
         return days * 86400 + hours * 3600 + minutes * 60 + seconds;
     if (std::sscanf(text, "%lluh:%llum:%llus", &hours, &minutes, &seconds) == 3)
