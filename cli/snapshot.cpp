@@ -103,8 +103,9 @@ std::string progress_line(const Snapshot& snapshot) {
 
 std::string orphan_text(const Snapshot& snapshot) {
     return fmt::format(
-        "It broke off: no process is left that runs it. ssd-op stop {} gives its drives and "
-        "services back.",
+        "It broke off: its process is gone, and nothing brings it to an end. ssd-op stop {} gives "
+        "its "
+        "drives and services back.",
         snapshot.record_no);
 }
 

@@ -260,7 +260,7 @@ TEST_F(Running, IsRefusedDeletionAndEndsOnlyWhenStopped) {
 
 TEST_F(Running, WithoutItsDriverIsCalledBrokenOffAndGivesAllBackWhenStopped) {
     kill_driver();
-    EXPECT_THAT(run("status").output, HasSubstr("It broke off: no process is left that runs it."));
+    EXPECT_THAT(run("status").output, HasSubstr("It broke off: its process is gone"));
     EXPECT_EQ(run("watch").status, 1);
     const Outcome stopped = run("stop --failed");
     EXPECT_EQ(stopped.status, 0) << stopped.output;
