@@ -88,7 +88,8 @@ TEST_F(RandomStop, LeavesNothingBehindWheneverItComes) {
         expect_stopped(appliance(), evaluation.record_no(),
                        arguments.type == SSD_OP_STOP_BY_USER ? SSD_OP_TEST_STATUS_STOPPED
                                                              : SSD_OP_TEST_STATUS_FAILED);
-        EXPECT_LT(stopped.seconds_to_quiet, 600)
+        // At this rate of the clock, what programs need to start is nearly all of it.
+        EXPECT_LT(stopped.seconds_to_quiet, 3600)
             << "status " << old_status << ", progress " << old_progress;
         expect_drives_are_free(appliance(), groups);
         longest = std::max(longest, stopped.seconds_to_quiet);
@@ -96,9 +97,10 @@ TEST_F(RandomStop, LeavesNothingBehindWheneverItComes) {
         ++survived;
     }
     std::printf(
-        "%d stops survived, %d came when the evaluation was over; longest time from stop to "
-        "quiet: %.1f s of the appliance's time\n",
-        survived, too_late, longest);
+        "%d stops survived (%d initiating, %d testing, %d finishing), %d came too late; "
+        "longest time from stop to quiet: %.1f s of the appliance's time\n",
+        survived, by_status[SSD_OP_TEST_STATUS_INITIATING], by_status[SSD_OP_TEST_STATUS_TESTING],
+        by_status[SSD_OP_TEST_STATUS_FINISHING], too_late, longest);
 }
 
 }  // namespace
