@@ -11,6 +11,7 @@ void add_status_command(CLI::App& app);
 void add_watch_command(CLI::App& app);
 void add_list_command(CLI::App& app);
 void add_show_command(CLI::App& app);
+void add_export_command(CLI::App& app);
 void add_events_command(CLI::App& app);
 void add_consent_command(CLI::App& app);
 void add_stop_command(CLI::App& app);

@@ -32,6 +32,7 @@ void add_commands(CLI::App& app) {
     cli::add_stop_command(app);
     cli::add_list_command(app);
     cli::add_show_command(app);
+    cli::add_export_command(app);
     cli::add_delete_command(app);
     cli::add_limit_command(app);
     cli::add_events_command(app);
