@@ -144,8 +144,8 @@ std::string x_axis_text(const Plot& plot, const Style& style) {
     std::vector<const char*> line(kCells, style.line);
     std::string labels;
     for (const Tick& tick : plot.ticks) {
-        const int cell = place(part_of_axis(plot, tick.x), kCells);
-        line[static_cast<size_t>(cell)] = style.line_tick;
+        line[static_cast<size_t>(place(part_of_axis(plot, tick.x), kCells))] = style.line_tick;
+        const int cell = place(part_of_axis(plot, tick.label_x), kCells);
         const int size = static_cast<int>(tick.label.size());
         const auto start =
             static_cast<size_t>(std::clamp(cell - size / 2, 0, std::max(kCells - size, 0)));

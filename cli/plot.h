@@ -21,6 +21,7 @@ using Curve = std::vector<Point>;
 
 struct Tick {
     double x;
+    double label_x;  // where its label is centred
     std::string label;
 };
 

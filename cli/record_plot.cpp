@@ -24,7 +24,7 @@ std::string ratio_plot(const ssd_op_db_record& record, Charset charset) {
     for (const Result& result : results_of(record)) {
         if (!result.iops || !std::isfinite(*result.iops)) continue;
         plot.curves[0].push_back({double(result.op), *result.iops});
-        plot.ticks.push_back({double(result.op), std::to_string(result.op)});
+        plot.ticks.push_back({double(result.op), double(result.op), std::to_string(result.op)});
     }
     if (plot.ticks.empty()) return "No ratio has a result.\n";
     plot.x_begin = plot.ticks.front().x;
@@ -60,12 +60,13 @@ std::string time_plot(const ssd_op_db_record& record, Charset charset) {
         const double start = plot.x_end;
         plot.x_end += curve.back().x;
         for (Point& point : curve) point.x += start;
-        plot.ticks.push_back({start, fmt::format("OP {}", record.percentage[i])});
+        plot.ticks.push_back(
+            {start, (start + plot.x_end) / 2, fmt::format("OP {}", record.percentage[i])});
         plot.curves.push_back(std::move(curve));
     }
     if (plot.curves.empty()) return "There are no samples.\n";
     plot.x_label =
-        fmt::format("time, each ratio from its OP (%) on, {} in all", duration_text(plot.x_end));
+        fmt::format("time, one OP ratio (%) after the other, {} in all", duration_text(plot.x_end));
     return plot_text(plot, charset);
 }
 
