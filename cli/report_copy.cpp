@@ -11,7 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "base/owners.h"
+#include "descriptor.h"
 #include "failure.h"
 #include "interrupt.h"
 #include "text.h"
@@ -21,7 +21,6 @@ namespace cli {
 namespace {
 
 namespace fs = std::filesystem;
-using ssd_op::base::Descriptor;
 
 [[noreturn]] void fail_writing(const std::string& path, const std::string& report, int error) {
     throw Failure(kFailed,
