@@ -2,6 +2,10 @@
 
 namespace appliance {
 
+/// Raised with every change of the schema below. An instance made before gets the tables that it
+/// does not have; so a change adds a table and leaves the columns of the others as they are.
+inline constexpr int kSchemaVersion = 1;
+
 /// What an instance remembers. Sizes carry their unit in the column's name.
 inline constexpr const char* kSchema = R"sql(
 BEGIN IMMEDIATE;

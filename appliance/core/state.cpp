@@ -1,6 +1,7 @@
 #include "core/state.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <pthread.h>
@@ -16,13 +17,19 @@ namespace {
 /// A faster clock also makes SQLite's waits end sooner; an hour of it is still long enough.
 constexpr int kBusyTimeoutMs = 3'600'000;
 
+void bring_up_to_date(SQLite::Database& database) {
+    if (database.execAndGet("PRAGMA user_version").getInt() == kSchemaVersion) return;
+    database.exec(kSchema);
+    database.exec("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+}
+
 std::unique_ptr<SQLite::Database> open_state() {
     auto database = std::make_unique<SQLite::Database>(
         kStateFile, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, kBusyTimeoutMs);
     // The state must survive a killed process, not a power cut of the machine.
     database->exec("PRAGMA journal_mode = WAL");
     database->exec("PRAGMA synchronous = OFF");
-    if (!database->tableExists("setting")) database->exec(kSchema);
+    bring_up_to_date(*database);
     return database;
 }
 
