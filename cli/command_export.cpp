@@ -1,16 +1,12 @@
 #include <array>
-#include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "activity.h"
+#include "child_answer.h"
 #include "commands.h"
 #include "failure.h"
 #include "record.h"
@@ -39,35 +35,28 @@ struct Written {
     std::array<char, 512> path{};
 };
 
-[[noreturn]] void write_and_tell(const Options& options, int teller) {
+Written write_report(const Options& options) {
     ::signal(SIGINT, SIG_IGN);  // the library then leaves no half report in /tmp
     Written written;
     const auto write = options.csv ? SSD_OP_Test_Export_CSV : SSD_OP_Test_Export_XLSX;
     written.result =
         write(options.record_no, written.path.data(), static_cast<int>(written.path.size()));
-    ::_exit(::write(teller, &written, sizeof written) == sizeof written ? EXIT_SUCCESS
-                                                                        : EXIT_FAILURE);
+    return written;
 }
 
 /// The library writes a report in one call, so that a process of its own makes it while this one
 /// shows that something goes on.
 /// @return the report's path
-std::string write_report(const Options& options) {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) throw Failure(kFailed, "The report cannot be written.");
-    const pid_t writer = ::fork();
-    if (writer == 0) write_and_tell(options, ends[1]);
-    ::close(ends[1]);
-    if (writer > 0) show_activity(writer, "Writing the report");
-    Written written;
-    const bool heard = writer > 0 && ::read(ends[0], &written, sizeof written) == sizeof written;
-    ::close(ends[0]);
-    if (!heard || written.result != 0) {
+std::string write_report_visibly(const Options& options) {
+    const auto written =
+        ask_child<Written>([&] { return write_report(options); },
+                           [](pid_t writer) { show_activity(writer, "Writing the report"); });
+    if (!written || written->result != 0) {
         throw Failure(kFailed,
                       fmt::format("The report of record {} cannot be written.", options.record_no),
                       "Is there room in /tmp? The appliance's trace log tells more.");
     }
-    return written.path.data();
+    return written->path.data();
 }
 
 void check(const Options& options) {
@@ -97,7 +86,7 @@ void tell(const Options& options, const std::string& path) {
 
 void run(const Options& options) {
     check(options);
-    const std::string report = write_report(options);
+    const std::string report = write_report_visibly(options);
     if (options.prints()) return print_report(report);
     const std::string path = options.output.empty() ? report : copy_path(report, options.output);
     copy_report(report, path, options.force);

@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "layout.h"
 #include "record.h"
+#include "record_output.h"
 #include "table.h"
 #include "terminal.h"
 #include "text.h"
@@ -44,17 +45,11 @@ void print_table(const std::vector<Record>& records) {
 }
 
 Json to_json(const ssd_op_db_record& record) {
-    return {{"record", record.record_no},
-            {"title", record.title},
-            {"status", status_word(record.status)},
-            {"start_time", record.start_time},
-            {"end_time", record.end_time},
-            {"min_op", record.min_op},
-            {"max_op", record.max_op},
-            {"interval", record.interval},
-            {"raid_level",
-             record.raid_conf != nullptr ? Json(record.raid_conf->raid_level) : Json(nullptr)},
-            {"drives", drives_of(record).size()}};
+    Json json = record_head_json(record);
+    const auto* group = record.raid_conf;
+    json["raid_level"] = group != nullptr ? Json(group->raid_level) : Json(nullptr);
+    json["drives"] = drives_of(record).size();
+    return json;
 }
 
 void run(bool json) {

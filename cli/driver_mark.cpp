@@ -69,19 +69,18 @@ bool some_process_could_be_driver() {
 DriverMark::DriverMark()
     : path_(fmt::format("{}/ssd-op.{}", kDirectory, ::getpid())),
       file_(::open(path_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)) {
-    if (file_ < 0 || ::flock(file_, LOCK_EX | LOCK_NB) != 0)
+    if (!file_ || ::flock(file_.get(), LOCK_EX | LOCK_NB) != 0)
         throw Failure(kFailed, fmt::format("{} cannot be written.", path_), std::strerror(errno));
 }
 
 DriverMark::~DriverMark() {
-    ::close(file_);
     if (!path_.empty()) ::unlink(path_.c_str());
 }
 
 void DriverMark::name(const ssd_op_db_record& record) {
     const std::string text = identity(record);
     const bool written =
-        ::write(file_, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+        ::write(file_.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
     if (written && std::rename(path_.c_str(), path_of_record(record.record_no).c_str()) == 0)
         path_.clear();
 }
@@ -90,9 +89,8 @@ Driver driver_of(const ssd_op_db_record& record) {
     const std::string path = path_of_record(record.record_no);
     if (content_of(path) != identity(record))
         return some_process_could_be_driver() ? Driver::kUnknown : Driver::kGone;
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool held = ::flock(file, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    ::close(file);
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const bool held = ::flock(file.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
     return held ? Driver::kRuns : Driver::kGone;
 }
 

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "descriptor.h"
 #include "ssd_op.h"
 
 namespace cli {
@@ -25,7 +26,7 @@ class DriverMark {
 
   private:
     std::string path_;
-    int file_;
+    Descriptor file_;
 };
 
 enum class Driver {

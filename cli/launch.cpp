@@ -1,16 +1,14 @@
 #include "launch.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+#include "child_answer.h"
 #include "driver_mark.h"
 #include "failure.h"
 #include "platform/storage.h"
@@ -62,14 +60,13 @@ int keep(const Plan& plan) {
     return result;
 }
 
-[[noreturn]] void keep_and_report(const Plan& plan, int report) {
-    int result = -1;
+int keep_or_tell_why_not(const Plan& plan) {
     try {
-        result = keep(plan);
+        return keep(plan);
     } catch (const Failure& failure) {
         fmt::print(stderr, "ssd-op: {} {}\n", failure.what(), failure.advice());
+        return -1;
     }
-    ::_exit(::write(report, &result, sizeof result) == sizeof result ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 }  // namespace
@@ -80,18 +77,8 @@ void remember_arguments(int count, char** arguments) {
 }
 
 int launch(const Plan& plan) {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0)
-        throw Failure(kFailed, "The evaluation cannot be started: no pipe.", std::strerror(errno));
-    const pid_t keeper = ::fork();
-    if (keeper == 0) keep_and_report(plan, ends[1]);
-    ::close(ends[1]);
-    int record_no = -1;
-    const bool heard =
-        keeper > 0 && ::read(ends[0], &record_no, sizeof record_no) == sizeof record_no;
-    ::close(ends[0]);
-    if (keeper > 0) ::waitpid(keeper, nullptr, 0);
-    if (!heard || record_no <= 0) {
+    const int record_no = ask_child<int>([&] { return keep_or_tell_why_not(plan); }).value_or(-1);
+    if (record_no <= 0) {
         throw Failure(kFailed, fmt::format("The evaluation was not started ({}).", record_no),
                       "The appliance's trace log tells why.");
     }

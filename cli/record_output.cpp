@@ -133,16 +133,20 @@ std::string record_text(const ssd_op_db_record& record) {
     return text + "\n" + identity_text(record);
 }
 
+Json record_head_json(const ssd_op_db_record& record) {
+    return {{"record", record.record_no},
+            {"title", record.title},
+            {"status", status_word(record.status)},
+            {"start_time", record.start_time},
+            {"end_time", record.end_time},
+            {"min_op", record.min_op},
+            {"max_op", record.max_op},
+            {"interval", record.interval}};
+}
+
 Json record_json(const ssd_op_db_record& record) {
-    Json json = {{"record", record.record_no},
-                 {"title", record.title},
-                 {"status", status_word(record.status)},
-                 {"start_time", record.start_time},
-                 {"end_time", record.end_time},
-                 {"min_op", record.min_op},
-                 {"max_op", record.max_op},
-                 {"interval", record.interval},
-                 {"sequential", record.sequential != 0},
+    Json json = record_head_json(record);
+    json.update({{"sequential", record.sequential != 0},
                  {"stop_services", record.stop_service != 0},
                  {"volume_mib", record.lv_size},
                  {"test_size_mib", record.test_size},
@@ -153,7 +157,7 @@ Json record_json(const ssd_op_db_record& record) {
                    {"firmware", record.nas_fw_version},
                    {"serial_no", record.nas_serial_no},
                    {"processor", record.nas_cpu_info},
-                   {"memory", record.nas_mem_info}}}};
+                   {"memory", record.nas_mem_info}}}});
     for (const Result& result : results_of(record)) json["results"].push_back(result_json(result));
     for (const auto* group = record.raid_conf; group != nullptr; group = group->next)
         json["groups"].push_back(group_json(*group));

@@ -14,4 +14,7 @@ std::string results_text(const ssd_op_db_record& record);
 std::string record_text(const ssd_op_db_record& record);
 Json record_json(const ssd_op_db_record& record);
 
+/// Its number, title, status, times and ratios.
+Json record_head_json(const ssd_op_db_record& record);
+
 }  // namespace cli
