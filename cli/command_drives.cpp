@@ -43,7 +43,8 @@ Json to_json(const Drive& drive) {
             {"free", drive.is_ssd && drive.is_free()},
             {"raid_id", or_null(drive.raid_id)},
             {"pool_id", or_null(drive.pool_id)},
-            {"evaluation", or_null(drive.record_no)}};
+            {"evaluation", or_null(drive.record_no)},
+            {"left_by", or_null(drive.left_by)}};
 }
 
 void run(bool json) {

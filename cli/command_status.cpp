@@ -22,6 +22,8 @@ void print_snapshot(const Snapshot& snapshot) {
     fmt::print("Record {} \"{}\"\n", snapshot.record_no, printable(snapshot.title));
     fmt::print("  {}\n", progress_line(snapshot));
     if (snapshot.is_orphan()) fmt::print("  {}\n", orphan_text(snapshot));
+    if (snapshot.left_storage && !snapshot.is_closing())
+        fmt::print("  {}\n", left_storage_text(snapshot));
 }
 
 void run_one(int record_no, bool json) {

@@ -8,6 +8,7 @@
 #include "choice.h"
 #include "commands.h"
 #include "failure.h"
+#include "leftover.h"
 #include "requester.h"
 #include "snapshot.h"
 
@@ -25,16 +26,27 @@ struct Options {
     bool json = false;
 };
 
+std::string closing_text(const Snapshot& snapshot) {
+    return fmt::format("Its process still takes the storage down; ssd-op watch {} waits for that.",
+                       snapshot.record_no);
+}
+
+/// An evaluation that has ended is stopped once more for the sake of its storage alone.
+bool removes_left_storage(const Snapshot& snapshot, const Options& options) {
+    return snapshot.left_storage && !options.keep_storage && !options.failed;
+}
+
 /// The evaluations to stop, as they are before.
 std::vector<Snapshot> choose(const Options& options) {
     if (!options.all) {
         const Record record = load_record(options.record_no ? *options.record_no : only_running());
         const Snapshot snapshot = take_snapshot(*record);
-        if (!is_running(snapshot.status)) {
-            throw Failure(kRefused,
-                          fmt::format("Evaluation {} is not running: it is {}.", snapshot.record_no,
-                                      status_word(snapshot.status)),
-                          "ssd-op status tells which are.");
+        if (!is_running(snapshot.status) && !removes_left_storage(snapshot, options)) {
+            throw Failure(
+                kRefused,
+                fmt::format("Evaluation {} is not running: it is {}.", snapshot.record_no,
+                            status_word(snapshot.status)),
+                snapshot.is_closing() ? closing_text(snapshot) : "ssd-op status tells which are.");
         }
         return {snapshot};
     }
@@ -46,27 +58,34 @@ std::vector<Snapshot> choose(const Options& options) {
 void announce(const Snapshot& snapshot) {
     if (snapshot.is_orphan())
         fmt::print("Evaluation {} had broken off: its process is gone.\n", snapshot.record_no);
-    fmt::print("Stopping evaluation {} ...\n", snapshot.record_no);
+    if (is_running(snapshot.status))
+        fmt::print("Stopping evaluation {} ...\n", snapshot.record_no);
+    else
+        fmt::print("Removing the storage that evaluation {} left ...\n", snapshot.record_no);
     std::fflush(stdout);
 }
 
 Json to_json(const Snapshot& before, const Snapshot& after) {
-    return {{"record", before.record_no},
-            {"was", status_word(before.status)},
-            {"had_broken_off", before.is_orphan()},
-            {"status", status_word(after.status)},
-            {"closing", after.is_closing()}};
+    return {{"record", before.record_no},           {"was", status_word(before.status)},
+            {"had_broken_off", before.is_orphan()}, {"status", status_word(after.status)},
+            {"closing", after.is_closing()},        {"left_storage", after.left_storage}};
 }
 
-void report(const Snapshot& after) {
-    fmt::print("Evaluation {} {}. What it had measured is kept: ssd-op show {}\n", after.record_no,
-               after.status == SSD_OP_TEST_STATUS_STOPPED
-                   ? "is stopped"
-                   : "counts as " + status_word(after.status) + " now",
-               after.record_no);
-    if (after.is_closing())
-        fmt::print("Its process still takes the storage down; ssd-op watch {} waits for that.\n",
+void report(const Snapshot& before, const Snapshot& after) {
+    if (is_running(before.status)) {
+        fmt::print("Evaluation {} {}. What it had measured is kept: ssd-op show {}\n",
+                   after.record_no,
+                   after.status == SSD_OP_TEST_STATUS_STOPPED
+                       ? "is stopped"
+                       : "counts as " + status_word(after.status) + " now",
                    after.record_no);
+    }
+    if (after.is_closing())
+        fmt::print("{}\n", closing_text(after));
+    else if (after.left_storage)
+        fmt::print("{}\n", left_storage_text(after));
+    else if (!is_running(before.status))
+        fmt::print("Its drives are free.\n");
 }
 
 /// A driver that is there removes the storage itself; two at once would fail each other's steps.
@@ -74,23 +93,28 @@ int removes_here(const Snapshot& before, const Options& options) {
     return options.keep_storage || before.driver == Driver::kRuns ? 0 : 1;
 }
 
+int end(const Snapshot& before, const Options& options) {
+    if (!is_running(before.status)) return remove_left_storage(*load_record(before.record_no));
+    const ssd_op_requester requester = this_user();
+    const int type = options.failed ? SSD_OP_STOP_FAILED : SSD_OP_STOP_BY_USER;
+    return NAS_SSD_OP_Test_Stop(&requester, 0, before.record_no, kNoGroup,
+                                removes_here(before, options), type);
+}
+
 void run(const Options& options) {
     const std::vector<Snapshot> chosen = choose(options);
     if (chosen.empty() && !options.json) fmt::print("No evaluation is running.\n");
     if (!options.json) std::for_each(chosen.begin(), chosen.end(), announce);
 
-    const ssd_op_requester requester = this_user();
-    const int type = options.failed ? SSD_OP_STOP_FAILED : SSD_OP_STOP_BY_USER;
     int result = 0;
     Json list = Json::array();
     for (const Snapshot& before : chosen) {
-        result |= NAS_SSD_OP_Test_Stop(&requester, 0, before.record_no, kNoGroup,
-                                       removes_here(before, options), type);
+        result |= end(before, options);
         const Snapshot after = take_snapshot(*load_record(before.record_no));
         if (options.json)
             list.push_back(to_json(before, after));
         else
-            report(after);
+            report(before, after);
     }
     if (options.json) print_json(list);
     if (result != 0) {
@@ -111,12 +135,13 @@ void add_stop_command(CLI::App& app) {
     command->add_flag(
         "--keep-storage", options->keep_storage,
         "Leave volume, pool and groups to the evaluation's own process, which removes "
-        "them as it ends; where that process is gone, they stay");
+        "them as it ends; where that process is gone, they stay until the next stop");
     add_json_flag(*command, options->json);
     command->footer(
         "Also gives drives and services back that an evaluation holds whose process is gone, "
         "killed\n"
-        "or cut off by a power failure. Returns when all is quiet, within two minutes.\n"
+        "or cut off by a power failure, and storage that a stop has left. Returns when all is "
+        "quiet, within two minutes.\n"
         "\n"
         "Example:\n"
         "  ssd-op stop 3");

@@ -9,6 +9,7 @@
 #include <strings.h>
 
 #include "failure.h"
+#include "leftover.h"
 #include "platform/hal.h"
 #include "platform/storage.h"
 #include "record.h"
@@ -41,17 +42,13 @@ uint64_t data_size(uint32_t id, uint64_t whole) {
     return whole;
 }
 
-/// Which running evaluation has which drive. All of them are looked at, not the newest alone.
-std::map<uint32_t, int> drives_in_evaluation() {
-    std::map<uint32_t, int> evaluations;
-    for (const Record& record : load_running_records()) {
-        for (const ssd_op_db_ssd_dev* drive : drives_of(*record))
-            evaluations[drive->dev_id] = record->record_no;
-    }
-    return evaluations;
+template <typename Key>
+int number_or_zero(const std::map<Key, int>& numbers, Key key) {
+    const auto found = numbers.find(key);
+    return found == numbers.end() ? 0 : found->second;
 }
 
-Drive load_drive(uint32_t id, const std::map<uint32_t, int>& evaluations) {
+Drive load_drive(uint32_t id) {
     PD_INFO info{};
     PD_Get_Info(enclosure_of(id), port_of(id), &info);
     Drive drive{};
@@ -68,9 +65,21 @@ Drive load_drive(uint32_t id, const std::map<uint32_t, int>& evaluations) {
     drive.is_fast = info.interface_type == PD_INTERFACE_NVME;
     drive.raid_id = RAID_Get_Id_By_Drive(id);
     drive.pool_id = drive.raid_id < 0 ? -1 : Pool_Get_Id_By_Member_Id(drive.raid_id);
-    const auto evaluation = evaluations.find(id);
-    drive.record_no = evaluation == evaluations.end() ? 0 : evaluation->second;
     return drive;
+}
+
+/// Which evaluation has it, or had it. All running ones are looked at, not the newest alone.
+void add_evaluations(std::vector<Drive>& drives) {
+    std::map<uint32_t, int> evaluations;
+    for (const Record& record : load_running_records()) {
+        for (const ssd_op_db_ssd_dev* drive : drives_of(*record))
+            evaluations[drive->dev_id] = record->record_no;
+    }
+    const std::map<int, int> left = left_groups();
+    for (Drive& drive : drives) {
+        drive.record_no = number_or_zero(evaluations, drive.id);
+        if (drive.record_no == 0) drive.left_by = number_or_zero(left, drive.raid_id);
+    }
 }
 
 bool is_named(const Drive& drive, const std::string& name) {
@@ -90,9 +99,9 @@ std::vector<Drive> load_drives() {
                       "The appliance's trace log tells why.");
     }
     ids.resize(static_cast<size_t>(count));
-    const auto evaluations = drives_in_evaluation();
     std::vector<Drive> drives;
-    for (const unsigned id : ids) drives.push_back(load_drive(id, evaluations));
+    for (const unsigned id : ids) drives.push_back(load_drive(id));
+    add_evaluations(drives);
     return drives;
 }
 
@@ -110,6 +119,8 @@ const Drive& find_drive(const std::vector<Drive>& drives, const std::string& nam
 
 std::string use_of(const Drive& drive) {
     if (drive.record_no != 0) return fmt::format("in evaluation {}", drive.record_no);
+    if (drive.left_by != 0)
+        return fmt::format("left by evaluation {0}; ssd-op stop {0} frees it", drive.left_by);
     if (drive.pool_id >= 0)
         return fmt::format("in pool {} (RAID group {})", drive.pool_id, drive.raid_id);
     if (drive.raid_id >= 0) return fmt::format("in RAID group {}", drive.raid_id);

@@ -22,6 +22,7 @@ struct Drive {
     int raid_id;    // group that holds it; -1: none
     int pool_id;    // pool over that group; -1: none
     int record_no;  // running evaluation that it is in; 0: none
+    int left_by;    // evaluation that has ended and left the group; 0: none
 
     bool is_free() const { return raid_id < 0 && record_no == 0; }
 };
@@ -33,7 +34,7 @@ std::vector<Drive> load_drives();
 /// @throws Failure when there is none, telling which there are
 const Drive& find_drive(const std::vector<Drive>& drives, const std::string& name);
 
-/// "in use by RAID group 1 (pool 1)", "in evaluation 3", "free" or "not an SSD".
+/// "in pool 1 (RAID group 1)", "in evaluation 3", "free" and so on.
 std::string use_of(const Drive& drive);
 
 }  // namespace cli

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "leftover.h"
 #include "text.h"
 
 namespace cli {
@@ -73,6 +74,7 @@ Snapshot take_snapshot(ssd_op_db_record& record) {
     snapshot.title = record.title;
     snapshot.status = record.status;
     add_driver(snapshot, record);
+    snapshot.left_storage = has_left_storage(record, snapshot.driver);
     float percent = 0;
     SSD_OP_Test_Get_Progress(record.record_no, &record, &percent);
     snapshot.percent = percent;
@@ -109,6 +111,11 @@ std::string orphan_text(const Snapshot& snapshot) {
         snapshot.record_no);
 }
 
+std::string left_storage_text(const Snapshot& snapshot) {
+    return fmt::format("Its storage is still there; ssd-op stop {} removes it.",
+                       snapshot.record_no);
+}
+
 Json snapshot_json(const Snapshot& snapshot) {
     const auto or_null = [](const auto& value) { return value ? Json(*value) : Json(nullptr); };
     const auto if_positive = [](int value) { return value > 0 ? Json(value) : Json(nullptr); };
@@ -117,6 +124,7 @@ Json snapshot_json(const Snapshot& snapshot) {
             {"status", status_word(snapshot.status)},
             {"running", is_running(snapshot.status)},
             {"broken_off", snapshot.is_orphan()},
+            {"left_storage", snapshot.left_storage},
             {"percent", snapshot.percent},
             {"ratio", or_null(snapshot.ratio)},
             {"ratio_no", if_positive(snapshot.ratio_no)},

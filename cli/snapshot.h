@@ -32,6 +32,7 @@ struct Snapshot {
     int step_count = 0;
     std::optional<double> iops;  // of the latest step
     std::optional<unsigned long long> remaining_seconds;
+    bool left_storage = false;  // it has ended, and its storage is still there
 
     /// Its record says that it runs, but no process is left that would bring it to an end.
     bool is_orphan() const { return is_running(status) && driver == Driver::kGone; }
@@ -47,8 +48,9 @@ std::string phase_text(const Snapshot& snapshot);
 /// " 34.1 %  testing: OP 10 % (2 of 5), about 12 min left"
 std::string progress_line(const Snapshot& snapshot);
 
-/// What to do about an orphan.
+/// What to do about an orphan, and about storage that was left.
 std::string orphan_text(const Snapshot& snapshot);
+std::string left_storage_text(const Snapshot& snapshot);
 
 Json snapshot_json(const Snapshot& snapshot);
 

@@ -124,11 +124,11 @@ TEST_F(CommandLine, RefusesDrivesThatAreInUse) {
     EXPECT_EQ(run("start --dry-run --raid 1 --drives sde,sdf").status, 0);
 
     Groups groups(1, {4, 5});
-    groups.numbered(800);
+    groups.numbered(5);
     make_storage(groups);
     const Outcome in_pool = run("start --yes --raid 1 --drives sde,sdf");
     EXPECT_EQ(in_pool.status, 3);
-    EXPECT_THAT(in_pool.output, HasSubstr("(RAID group 800)"));
+    EXPECT_THAT(in_pool.output, HasSubstr("(RAID group 5)"));
 }
 
 TEST_F(CommandLine, DoesNotStartUnconfirmedOrWithoutTheAddOn) {
@@ -267,6 +267,37 @@ TEST_F(Running, WithoutItsDriverIsCalledBrokenOffAndGivesAllBackWhenStopped) {
     EXPECT_THAT(stopped.output, HasSubstr("had broken off"));
     EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_FAILED);
     expect_all_given_back();
+}
+
+TEST_F(Running, KeptStorageIsShownAndRemovedByTheNextStop) {
+    kill_driver();
+    const Outcome kept = run("stop --keep-storage");
+    EXPECT_EQ(kept.status, 0) << kept.output;
+    EXPECT_THAT(kept.output, HasSubstr("ssd-op stop 1 removes it."));
+    EXPECT_THAT(run("status 1").output, HasSubstr("Its storage is still there"));
+    EXPECT_THAT(run("drives").output, HasSubstr("left by evaluation 1"));
+    EXPECT_THAT(run("delete 1 --yes").output, HasSubstr("Remove it first: ssd-op stop 1"));
+    EXPECT_EQ(run("stop 1 --keep-storage").status, 3);
+    const Outcome removed = run("stop 1");
+    EXPECT_EQ(removed.status, 0) << removed.output;
+    EXPECT_THAT(removed.output, HasSubstr("Its drives are free."));
+    EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_STOPPED);
+    expect_all_given_back();
+    EXPECT_EQ(run("delete 1 --yes").status, 0);
+}
+
+TEST_F(CommandLine, TakesNoGroupOfOthersForWhatAnEvaluationLeft) {
+    appliance().with_drives(4);
+    Groups groups(1, {0, 1});
+    groups.numbered(800);
+    make_storage(groups);
+    make_record({2, 3}, SSD_OP_TEST_STATUS_STOPPED);
+    EXPECT_EQ(run("stop 1").status, 3) << "a group of that number over other drives";
+    make_record({0, 1}, SSD_OP_TEST_STATUS_STOPPED);
+    EXPECT_THAT(run("drives").output, HasSubstr("left by evaluation 2"));
+    make_record({0, 1}, SSD_OP_TEST_STATUS_TESTING);
+    EXPECT_EQ(run("stop 2").status, 3) << "an evaluation that runs has the number now";
+    EXPECT_EQ(appliance().volumes().size(), 1U);
 }
 
 TEST_F(CommandLine, DeletesAndLimitsWhatItNamesAndNothingElse) {

@@ -1,0 +1,23 @@
+/// Storage that an evaluation has left: its groups are still there although it has ended, as after
+/// a stop that was told to keep them.
+#pragma once
+
+#include <map>
+
+#include "driver_mark.h"
+#include "ssd_op.h"
+
+namespace cli {
+
+/// Which record has left which group, by the group's number. Drivers that are still taking theirs
+/// down have not been asked.
+std::map<int, int> left_groups();
+
+/// Whether the record has ended and has left storage that no driver is about to remove.
+bool has_left_storage(const ssd_op_db_record& record, Driver driver);
+
+/// Ends what still works on the storage, takes it down, and waits up to a minute until it is gone.
+/// @return 0, or what the library reports
+int remove_left_storage(const ssd_op_db_record& record);
+
+}  // namespace cli
