@@ -38,17 +38,12 @@ class RandomStop : public ApplianceTest {
         return static_cast<int>(::time(nullptr) - begin);
     }
 
-    /// Every third time while the storage is made, every third while results are saved and storage
-    /// is removed, or about then: both take little of a run.
-    int delay_for(int stop, int length) {
-        switch (stop % 3) {
-            case 0:
-                return number(0, 300);
-            case 1:
-                return number(0, length);
-            default:
-                return number(length * 9 / 10, length);
-        }
+    /// Every third time about when the storage is made, and every third when results are saved and
+    /// storage is removed: both take little of a run.
+    void wait_for_moment(int stop, int length, const RunningEvaluation& evaluation) {
+        if (stop % 3 == 2)
+            eventually([&] { return evaluation.status() >= SSD_OP_TEST_STATUS_FINISHING; }, length);
+        ::sleep(static_cast<unsigned>(number(0, stop % 3 == 1 ? length : 300)));
     }
 
     static ssd_op_test_param parameters(bool stop_service) {
@@ -71,13 +66,12 @@ TEST_F(RandomStop, LeavesNothingBehindWheneverItComes) {
     while (survived < stops && !HasFailure()) {
         appliance().renew();
         Groups groups = chance() ? Groups(1, {0, 1}) : Groups(5, {0, 1, 2});
-        const int delay = delay_for(survived, length);
         const StopArguments arguments{.remove_storage = number(0, 1), .type = number(1, 2)};
-        SCOPED_TRACE("stop " + std::to_string(survived) + " after " + std::to_string(delay) +
-                     " s, storage removal " + std::to_string(arguments.remove_storage));
+        SCOPED_TRACE("stop " + std::to_string(survived) + ", storage removal " +
+                     std::to_string(arguments.remove_storage));
         RunningEvaluation evaluation(groups, parameters(chance()));
         ASSERT_TRUE(eventually([&] { return evaluation.status() > 0; }));
-        ::sleep(static_cast<unsigned>(delay));
+        wait_for_moment(survived, length, evaluation);
         const int old_status = evaluation.status();
         const int old_progress = evaluation.step_progress();
         const Stopped stopped = stop(evaluation, arguments);
