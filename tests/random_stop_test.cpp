@@ -40,10 +40,14 @@ class RandomStop : public ApplianceTest {
 
     /// Every third time about when the storage is made, and every third when results are saved and
     /// storage is removed: both take little of a run.
-    void wait_for_moment(int stop, int length, const RunningEvaluation& evaluation) {
-        if (stop % 3 == 2)
-            eventually([&] { return evaluation.status() >= SSD_OP_TEST_STATUS_FINISHING; }, length);
-        ::sleep(static_cast<unsigned>(number(0, stop % 3 == 1 ? length : 300)));
+    void wait_for_moment(int attempt, int length, const RunningEvaluation& evaluation) {
+        if (attempt % 3 == 2) {
+            eventually([&] { return evaluation.status() >= SSD_OP_TEST_STATUS_FINISHING; },
+                       10 * length);
+            ::sleep(static_cast<unsigned>(number(0, 60)));
+        } else {
+            ::sleep(static_cast<unsigned>(number(0, attempt % 3 == 0 ? 300 : length)));
+        }
     }
 
     static ssd_op_test_param parameters(bool stop_service) {
@@ -71,7 +75,7 @@ TEST_F(RandomStop, LeavesNothingBehindWheneverItComes) {
                      std::to_string(arguments.remove_storage));
         RunningEvaluation evaluation(groups, parameters(chance()));
         ASSERT_TRUE(eventually([&] { return evaluation.status() > 0; }));
-        wait_for_moment(survived, length, evaluation);
+        wait_for_moment(survived + too_late, length, evaluation);
         const int old_status = evaluation.status();
         const int old_progress = evaluation.step_progress();
         const Stopped stopped = stop(evaluation, arguments);
