@@ -1,7 +1,6 @@
 // A record's report and diagrams, from the command line.
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -9,7 +8,6 @@
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
-#include <sys/wait.h>
 
 #include "ssd_op.h"
 #include "support/appliance.h"
@@ -18,27 +16,14 @@
 namespace {
 
 namespace fs = std::filesystem;
+using support::Outcome;
 using support::read_file;
+using support::shell;
 using testing::HasSubstr;
 using testing::Not;
 
 constexpr const char* kProgram = "/opt/appliance/bin/ssd-op ";
 constexpr size_t kMargin = 9;  // columns of labels and axis before a diagram's first
-
-struct Outcome {
-    int status;
-    std::string output;  ///< of both streams
-};
-
-Outcome run(const std::string& command) {
-    std::FILE* pipe = ::popen(("{ " + command + "; } </dev/null 2>&1").c_str(), "r");
-    Outcome result{};
-    char part[4096];
-    for (size_t count; (count = std::fread(part, 1, sizeof part, pipe)) > 0;)
-        result.output.append(part, count);
-    result.status = WEXITSTATUS(::pclose(pipe));
-    return result;
-}
 
 /// Lines by their columns: each character of UTF-8 is one element.
 std::vector<std::vector<std::string>> screen(const std::string& text) {
@@ -108,8 +93,8 @@ TEST_F(RecordReports, DrawsPeaksWhereTheyAreIn80Columns) {
     add_ratio(record, 10, 3000, 40'001, 20'000);  // three quarters of the whole way
     add_ratio(record, 20, 1000, 0, -1);
     for (const char* locale : {"C.UTF-8", "C"}) {
-        const Outcome plot = run(std::string("LC_ALL=") + locale + " " + kProgram + "show " +
-                                 std::to_string(record) + " --plot");
+        const Outcome plot = shell(std::string("LC_ALL=") + locale + " " + kProgram + "show " +
+                                   std::to_string(record) + " --plot");
         EXPECT_EQ(plot.status, 0) << plot.output;
         for (const auto& line : screen(plot.output)) EXPECT_LE(line.size(), 80U) << plot.output;
         const bool ascii = std::all_of(plot.output.begin(), plot.output.end(),
@@ -126,11 +111,11 @@ TEST_F(RecordReports, DrawsPeaksWhereTheyAreIn80Columns) {
 TEST_F(RecordReports, DrawsWhatLittleThereIs) {
     const int record = store("little");
     const std::string show = kProgram + std::string("show ") + std::to_string(record) + " --plot";
-    EXPECT_THAT(run(show).output, HasSubstr("There are no samples."));
+    EXPECT_THAT(shell(show).output, HasSubstr("There are no samples."));
     add_ratio(record, 5, 0, 1, -1);
-    EXPECT_THAT(run(show).output, HasSubstr("No ratio has a result."));
+    EXPECT_THAT(shell(show).output, HasSubstr("No ratio has a result."));
     add_ratio(record, 7, std::numeric_limits<int>::max(), 1, 0);
-    const Outcome plot = run(show);
+    const Outcome plot = shell(show);
     EXPECT_EQ(plot.status, 0) << plot.output;
     EXPECT_THAT(plot.output, HasSubstr("     3G "));
 }
@@ -139,27 +124,27 @@ TEST_F(RecordReports, AreCopiedWholeAndNeverOverAFileUnasked) {
     const int record = store("a/../b $(touch /tmp/reports/made) \x1b[31m'\"");
     add_ratio(record, 0, 1000, 3600, 1);
     const std::string csv = "/tmp/reports/csv";
-    const Outcome first = run(export_record(record, "--csv --output " + csv));
+    const Outcome first = shell(export_record(record, "--csv --output " + csv));
     EXPECT_EQ(first.status, 0) << first.output;
-    EXPECT_EQ(run(export_record(record, "--csv --output -")).output, read_file(csv));
+    EXPECT_EQ(shell(export_record(record, "--csv --output -")).output, read_file(csv));
     EXPECT_THAT(read_file(csv), HasSubstr("1000"));
 
     support::write_file(csv, "precious");
-    const Outcome refused = run(export_record(record, "--csv --output " + csv));
+    const Outcome refused = shell(export_record(record, "--csv --output " + csv));
     EXPECT_EQ(refused.status, 3);
     EXPECT_THAT(refused.output, HasSubstr("--force"));
     EXPECT_EQ(read_file(csv), "precious");
-    EXPECT_EQ(run(export_record(record, "--csv --force --output " + csv)).status, 0);
+    EXPECT_EQ(shell(export_record(record, "--csv --force --output " + csv)).status, 0);
     EXPECT_NE(read_file(csv), "precious");
 
-    const Outcome told = run(export_record(record, "--xlsx --json --output /tmp/reports"));
+    const Outcome told = shell(export_record(record, "--xlsx --json --output /tmp/reports"));
     const auto json = nlohmann::json::parse(told.output, nullptr, false);
     ASSERT_TRUE(json.is_object()) << told.output;
     EXPECT_EQ(fs::path(json["path"].get<std::string>()).parent_path(), "/tmp/reports");
     EXPECT_EQ(read_file(json["path"].get<std::string>()).substr(0, 2), "PK");
     EXPECT_EQ(std::distance(fs::directory_iterator("/tmp/reports"), {}), 2) << "and nothing else";
 
-    const Outcome left = run(export_record(record, "--csv"));
+    const Outcome left = shell(export_record(record, "--csv"));
     EXPECT_THAT(left.output, HasSubstr("lies in /tmp/SSD over-provisioning test_a_.._b"));
     EXPECT_THAT(left.output, Not(HasSubstr("\x1b")));
 }
@@ -185,7 +170,7 @@ TEST_F(RecordReports, ThatCannotBeWrittenSaySoAndLeaveNothing) {
          1, "Is there room in /tmp?"},
     };
     for (const auto& failing : cases) {
-        const Outcome result = run(failing.command);
+        const Outcome result = shell(failing.command);
         EXPECT_EQ(result.status, failing.status) << failing.command << '\n' << result.output;
         EXPECT_THAT(result.output, HasSubstr(failing.says)) << failing.command;
     }

@@ -1,11 +1,9 @@
-#include <cstdio>
 #include <set>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <signal.h>
-#include <sys/wait.h>
 
 #include "ssd_op.h"
 #include "support/appliance.h"
@@ -18,22 +16,10 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 
-struct Outcome {
-    int status;
-    std::string output;  ///< of both streams
-};
-
 class CommandLine : public ApplianceTest {
   protected:
     static Outcome run(const std::string& arguments) {
-        const std::string line = "{ /opt/appliance/bin/ssd-op " + arguments + "; } </dev/null 2>&1";
-        std::FILE* pipe = ::popen(line.c_str(), "r");
-        Outcome result{};
-        char part[4096];
-        for (size_t count; (count = std::fread(part, 1, sizeof part, pipe)) > 0;)
-            result.output.append(part, count);
-        result.status = WEXITSTATUS(::pclose(pipe));
-        return result;
+        return shell("/opt/appliance/bin/ssd-op " + arguments);
     }
 
     static json parsed(const std::string& arguments) {

@@ -33,7 +33,7 @@ constexpr int kRecord = 1;
 constexpr const char* kStart =
     "/opt/appliance/bin/ssd-op start --yes --json --raid 1 --drives sda,sdb --max-op 10 "
     "--test-size 256 --abort-time 120 >/tmp/start.json 2>&1";
-constexpr const char* kWatch = "/opt/appliance/bin/ssd-op watch 1 --json 2>&1";
+constexpr const char* kWatch = "/opt/appliance/bin/ssd-op watch 1 --json";
 
 double wall_seconds() {
     timespec now{};
@@ -91,12 +91,12 @@ int keep_polling(int number) {
 }
 
 std::vector<json> lines_of(const char* command) {
+    const Outcome outcome = shell(command);
+    EXPECT_EQ(outcome.status, 0);
     std::vector<json> lines;
-    std::FILE* pipe = ::popen(command, "r");
-    char line[4096];
-    while (std::fgets(line, sizeof line, pipe) != nullptr)
+    std::istringstream text(outcome.output);
+    for (std::string line; std::getline(text, line);)
         lines.push_back(json::parse(line, nullptr, false));
-    EXPECT_EQ(::pclose(pipe), 0);
     return lines;
 }
 

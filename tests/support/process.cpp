@@ -107,6 +107,16 @@ Ending wait_for(pid_t pid) {
     return ending_of(status);
 }
 
+Outcome shell(const std::string& command) {
+    std::FILE* pipe = ::popen(("{ " + command + "; } </dev/null 2>&1").c_str(), "r");
+    Outcome result{};
+    char part[4096];
+    for (size_t count; (count = std::fread(part, 1, sizeof part, pipe)) > 0;)
+        result.output.append(part, count);
+    result.status = WEXITSTATUS(::pclose(pipe));
+    return result;
+}
+
 std::vector<ProcessInfo> processes() {
     std::vector<ProcessInfo> found;
     DIR* directory = ::opendir("/proc");

@@ -47,6 +47,14 @@ Ending in_child(const std::function<int()>& body);
 /// Waits for a child that the library left to its caller, for example a forked driver.
 Ending wait_for(pid_t pid);
 
+/// What a shell made of a command line.
+struct Outcome {
+    int status;          ///< exit status
+    std::string output;  ///< of both streams
+};
+/// Runs it without input.
+Outcome shell(const std::string& command);
+
 struct ProcessInfo {
     pid_t pid;
     pid_t parent;
