@@ -25,6 +25,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::Contains;
+using ::testing::ElementsAreArray;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -50,13 +51,66 @@ Lines workbook(const std::string& path) {
     return lines_of(support::read_file(shown));
 }
 
-/// The lines about charts.
+bool is_about_charts(const std::string& line) {
+    return line.starts_with("chart") || line.starts_with("series");
+}
 Lines charts_in(Lines shown) {
-    std::erase_if(shown, [](const std::string& line) {
-        return !line.starts_with("chart") && !line.starts_with("series");
-    });
+    std::erase_if(shown, std::not_fn(is_about_charts));
     return shown;
 }
+Lines without_charts(Lines shown) {
+    std::erase_if(shown, is_about_charts);
+    return shown;
+}
+
+/// A sheet's cells and merges as show_workbook.py prints them, given row by row, from the left.
+class Layout {
+  public:
+    Layout& text(int row, char column, const std::string& text) {
+        return cell(row, {column}, "label", '\'' + text + '\'');
+    }
+    /// In merged cells; an empty text is none.
+    Layout& text(int row, char first, char last, const std::string& style, const std::string& text,
+                 const std::string& merged_style = "title") {
+        const std::string number = std::to_string(row);
+        merges_.push_back("merged " + (first + number) + ':' + last + number + ' ' + merged_style);
+        return text.empty() ? *this : cell(row, {first}, style, '\'' + text + '\'');
+    }
+    /// A label and beside it a value, up to the last column.
+    void line(int row, char label_at, char value_at, const std::string& label,
+              const std::string& value) {
+        text(row, label_at, static_cast<char>(value_at - 1), "label", label);
+        text(row, value_at, 'L', "plain", value);
+    }
+    Layout& numbers(int row, char first, const Lines& values) {
+        unsigned column = static_cast<unsigned>(first - 'A');
+        for (const std::string& value : values)
+            cell(row, ssd_op::report::column_name(++column), "plain", value);
+        return *this;
+    }
+    void samples(int row, const std::string& label, const std::vector<Lines>& values) {
+        text(row, 'A', label);
+        const char* const kinds[] = {"Time(s)", "Result(IOPS)", "Written(GB)"};
+        for (size_t i = 0; i < values.size(); ++i) {
+            text(row, 'B', 'C', "label", kinds[i], "label");
+            numbers(row++, 'D', values[i]);
+        }
+    }
+    Lines lines() const {
+        Lines lines{"sheet Sheet1"};
+        lines.insert(lines.end(), cells_.begin(), cells_.end());
+        lines.insert(lines.end(), merges_.begin(), merges_.end());
+        return lines;
+    }
+
+  private:
+    Layout& cell(int row, const std::string& column, const std::string& style,
+                 const std::string& value) {
+        cells_.push_back(column + std::to_string(row) + ' ' + style + ' ' + value);
+        return *this;
+    }
+    Lines cells_, merges_;
+};
 
 struct Sample {
     int64_t milliseconds;
@@ -94,7 +148,7 @@ class Report : public support::ApplianceTest {
     }
     void add_ratio(int percentage, int samples) {
         std::vector<Sample> list;
-        for (int i = 0; i < samples; ++i) list.push_back({i * 1000LL, 5000 + i, i * 4096ULL});
+        for (int i = 0; i < samples; ++i) list.push_back({i * 1000LL, 5000 + i, uint64_t(i) << 21});
         add_ratio(percentage, 5000, list);
     }
 
@@ -231,78 +285,79 @@ TEST_F(Report, CsvSaysWhatTheRecordSays) {
 TEST_F(Report, WorkbookIsLaidOutForReading) {
     const auto drives = appliance().drives();
     store("Nightly", {{800, 1, {drives[0]}}, {801, 5, {drives[1], drives[2]}}});
+    SSD_OP_DB_Update_Record_RAID_Capacity(1048576, record_no_, 800);
+    SSD_OP_DB_Update_Record_RAID_Capacity(2097152, record_no_, 801);
+    SSD_OP_DB_Update_Record_End_Time(1'700'009'999, record_no_);
     change_database(
         "UPDATE TEST_RECORD SET nas_mem_info = 'Total Memory(4 KB),Free Memory(2 KB)';"
-        "UPDATE SELECT_DEV SET performance_write_s = '532480', "
-        "performance_write_r = '71000'");
+        "UPDATE SELECT_DEV SET performance_write_s = 1024 * (10 * select_no + 1), "
+        "performance_write_r = 10 * select_no + 2, "
+        "performance_read_s = 1024 * (10 * select_no + 3), "
+        "performance_read_r = 10 * select_no + 4");
     add_ratio(10, 1234.5L, {{1999, 5000, 1000}, {3000, 6000, 1572864}});
     add_ratio(20, 2000, {});
     add_ratio(30, 120);
-    const std::string model = support::read_record(record_no_)->nas_model;
     const Lines shown = xlsx_lines();
     EXPECT_STREQ(path_, "/tmp/SSD over-provisioning test_Nightly.xlsx");
 
-    EXPECT_THAT(
-        shown,
-        IsSupersetOf({"sheet Sheet1"s, "A1 title '[ TEST INFORMATION ]'"s, "merged A1:L1"s,
-                      "A2 label 'TEST NAME'"s, "D2 plain 'SSD over-provisioning test Nightly'"s,
-                      "merged A2:C2"s, "merged D2:L2"s, "D3 plain '" + model + "'",
-                      "A6 label 'NAS CPU INFO'"s, "A7 label 'NAS MEMORY INFO'"s,
-                      "D7 plain 'Total Memory(4 KB)'"s, "merged A8:C8"s,
-                      "D8 plain 'Free Memory(2 KB)'"s, "A9 label 'START TIME'"s,
-                      "D9 plain '" + local_time(1'700'000'000) + "\\n'", "A10 label 'END TIME'"s}));
-    EXPECT_THAT(shown, IsSupersetOf({"A11 label 'RAID GROUP'"s,
-                                     "merged A11:C11"s,
-                                     "D11 label 'md800'"s,
-                                     "E11 label 'Type'"s,
-                                     "F11 plain 'Single'"s,
-                                     "merged F11:L11"s,
-                                     "E12 label 'Size'"s,
-                                     "F12 plain '0 Byte'"s,
-                                     "E13 label 'Disk 1'"s,
-                                     "F13 label 'Slot'"s,
-                                     "merged F13:G13"s,
-                                     "H13 plain 'Disk 1'"s,
-                                     "merged H13:L13"s,
-                                     "H14 plain 'SATA'"s,
-                                     "H15 plain 'Norwell'"s,
-                                     "F19 label 'Capacity'"s,
-                                     "F20 label 'Sequential Write'"s,
-                                     "H20 plain '520.00 MB/sec'"s,
-                                     "F21 label 'Random Write'"s,
-                                     "H21 plain '71000 IOPS'"s,
-                                     "F23 label 'Random Read'"s,
-                                     "D24 label 'md801'"s,
-                                     "F24 plain 'RAID5'"s,
-                                     "E26 label 'Disk 1'"s,
-                                     "E37 label 'Disk 2'"s,
-                                     "F47 label 'Random Read'"s}));
-    EXPECT_THAT(shown, IsSupersetOf({"A49 title '[ OVER-PROVISIONING EVALUATION ]'"s,
-                                     "merged A49:L49"s,
-                                     "A50 label 'OP Ratio(%)'"s,
-                                     "merged A50:B50"s,
-                                     "C50 plain 10"s,
-                                     "E50 plain 30"s,
-                                     "A51 label 'Result(IOPS)'"s,
-                                     "C51 plain 1234.5"s,
-                                     "E51 plain 5000"s,
-                                     "A77 title '[ TEST RESULT ]'"s,
-                                     "merged A77:L77"s,
-                                     "A78 label 'OP: 10%\\n'"s,
-                                     "B78 label 'Time(s)'"s,
-                                     "merged B78:C78"s,
-                                     "D78 plain 1"s,
-                                     "E78 plain 3"s,
-                                     "B79 label 'Result(IOPS)'"s,
-                                     "E79 plain 6000"s,
-                                     "B80 label 'Written(GB)'"s,
-                                     "D80 plain 0"s,
-                                     "E80 plain 1.5"s,
-                                     "A81 label 'OP: 20%\\n'"s,
-                                     "B83 label 'Written(GB)'"s,
-                                     "A84 label 'OP: 30%\\n'"s,
-                                     "DS84 plain 119"s,
-                                     "DS86 plain 0.46"s}));
+    const auto record = support::read_record(record_no_);
+    Layout sheet;
+    sheet.text(1, 'A', 'L', "title", "[ TEST INFORMATION ]");
+    int row = 1;
+    for (const auto& [label, value] :
+         {std::pair{"TEST NAME", "SSD over-provisioning test Nightly"s},
+          {"NAS MODEL", record->nas_model},
+          {"FW VERSION", record->nas_fw_version},
+          {"NAS SERIAL NO", record->nas_serial_no},
+          {"NAS CPU INFO", record->nas_cpu_info},
+          {"NAS MEMORY INFO", "Total Memory(4 KB)"},
+          {"", "Free Memory(2 KB)"},
+          {"START TIME", local_time(1'700'000'000) + "\\n"},
+          {"END TIME", local_time(1'700'009'999) + "\\n"}})
+        sheet.line(++row, 'A', 'D', label, value);
+    sheet.text(++row, 'A', 'C', "label", "RAID GROUP");
+    int figures = 0;
+    for (const auto* group = record->raid_conf; group != nullptr; group = group->next) {
+        const bool first = group == record->raid_conf;
+        sheet.text(row, 'D', first ? "md800" : "md801").text(row, 'E', "Type");
+        sheet.text(row, 'F', 'L', "plain", first ? "Single" : "RAID5");
+        ++row;
+        sheet.text(row, 'E', "Size").text(row, 'F', 'L', "plain", first ? "1.00 GB" : "2.00 GB");
+        for (int i = 0; i < group->ssd_drive_num; ++i) {
+            const auto& drive = group->ssd_drives[i];
+            figures += 10;
+            sheet.text(row + 1, 'E', "Disk " + std::to_string(i + 1));
+            for (const auto& [label, value] :
+                 {std::pair{"Slot", "Disk " + std::to_string(figures / 10)},
+                  {"Bus Type", drive.bus_type},
+                  {"Vendor", drive.vendor},
+                  {"Model", drive.model},
+                  {"Serial No", drive.serial_no},
+                  {"FW Version", drive.revision},
+                  {"Capacity", ssd_op::report::size_text(drive.capacity)},
+                  {"Sequential Write", std::to_string(figures + 1) + ".00 MB/sec"},
+                  {"Random Write", std::to_string(figures + 2) + " IOPS"},
+                  {"Sequential Read", std::to_string(figures + 3) + ".00 MB/sec"},
+                  {"Random Read", std::to_string(figures + 4) + " IOPS"}})
+                sheet.line(++row, 'F', 'H', label, value);
+        }
+        ++row;
+    }
+    ASSERT_EQ(row, 48);
+    sheet.text(49, 'A', 'L', "title", "[ OVER-PROVISIONING EVALUATION ]");
+    sheet.text(50, 'A', 'B', "label", "OP Ratio(%)").numbers(50, 'C', {"10", "20", "30"});
+    sheet.text(51, 'A', 'B', "label", "Result(IOPS)").numbers(51, 'C', {"1234.5", "2000", "5000"});
+    sheet.text(77, 'A', 'L', "title", "[ TEST RESULT ]");
+    sheet.samples(78, "OP: 10%\\n", {{"1", "3"}, {"5000", "6000"}, {"0", "1.5"}});
+    sheet.samples(81, "OP: 20%\\n", {{}, {}, {}});
+    std::vector<Lines> many(3);
+    for (int i = 0; i < 120; ++i) {
+        many[0].push_back(std::to_string(i));
+        many[1].push_back(std::to_string(5000 + i));
+        many[2].push_back(std::to_string(i * 2));
+    }
+    sheet.samples(84, "OP: 30%\\n", many);
+    EXPECT_THAT(without_charts(shown), ElementsAreArray(sheet.lines()));
     EXPECT_EQ(
         charts_in(shown),
         (Lines{
@@ -329,17 +384,28 @@ TEST_F(Report, WorkbookIsLaidOutForReading) {
 TEST_F(Report, WorkbookEndsWhereASheetEnds) {
     store("Long");
     add_ratio(10, 16381);
-    add_ratio(20, 17000);
+    // A column has a name up to ZZZZ; the second ratio's last one would be that, the third's no
+    // more.
+    add_ratio(20, 0);
+    add_ratio(30, 0);
+    change_database(
+        "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 475251) "
+        "INSERT INTO RUNTIME_REPORT SELECT ratio, i * 1000, 5000, i, " +
+        std::to_string(record_no_) +
+        " FROM n JOIN (SELECT 20 AS ratio UNION SELECT 30) WHERE ratio = 30 OR i < 475251");
     const Lines shown = xlsx_lines();
     EXPECT_THAT(shown, Contains("XFD89 plain 16380"));
     EXPECT_THAT(
         shown,
         IsSupersetOf({"series '10%' Sheet1!$D$89:$XFD$89 Sheet1!$D$90:$XFD$90 smooth True"s,
                       "series '20%' Sheet1!$D$92:$XFD$92 Sheet1!$D$93:$XFD$93 smooth True"s}));
-    EXPECT_TRUE(appliance().traced("i(1), count(17000): 619 samples are left out"));
+    EXPECT_THAT(shown, Not(Contains(StartsWith("series '30%'"))));
     EXPECT_FALSE(appliance().traced("i(0), count"));
+    EXPECT_TRUE(appliance().traced("i(1), count(475251): 458870 samples are left out"));
+    EXPECT_FALSE(appliance().traced("count(475251) is too big"));
+    EXPECT_TRUE(appliance().traced("SSD_OP_Test_Export_XLSX:i(2), count(475252) is too big."));
     const Lines csv = lines_of(csv_text());
-    EXPECT_THAT(csv, Contains(AllOf(StartsWith("Time Slap (ms),0,"), EndsWith(",16999000"))));
+    EXPECT_THAT(csv, Contains(AllOf(StartsWith("Time Slap (ms),0,"), EndsWith(",475250000"))));
 }
 
 TEST_F(Report, SaysWhereTheDatabaseFailed) {
@@ -356,8 +422,8 @@ TEST_F(Report, SaysWhereTheDatabaseFailed) {
                                       "OP Ratio (%) ,20\nTime Slap (ms),0,1000,2000\n"));
     Lines shown = xlsx_lines();
     EXPECT_THAT(shown,
-                IsSupersetOf({"A89 label 'OP: 10%\\n'"s, "B89 label 'No Data.'"s, "merged B89:C89"s,
-                              "A90 label 'OP: 20%\\n'"s, "F92 plain 0"s}));
+                IsSupersetOf({"A89 label 'OP: 10%\\n'"s, "B89 label 'No Data.'"s,
+                              "merged B89:C89 title"s, "A90 label 'OP: 20%\\n'"s, "F92 plain 4"s}));
     EXPECT_THAT(charts_in(shown),
                 Contains("series '20%' Sheet1!$D$90:$F$90 Sheet1!$D$91:$F$91 smooth True"));
     EXPECT_EQ(charts_in(shown).size(), 8U) << "four charts, one curve each";
@@ -365,21 +431,22 @@ TEST_F(Report, SaysWhereTheDatabaseFailed) {
     change_database("DROP TABLE TEST_DATA");
     EXPECT_THAT(csv_text(), EndsWith("[ OVER-PROVISIONING EVALUATION ]\nNG\n\n[ TEST RESULT ]\n"));
     shown = xlsx_lines();
-    EXPECT_THAT(shown, IsSupersetOf({"A61 plain 'NG!!!'"s, "merged A61:L61"s,
+    EXPECT_THAT(shown, IsSupersetOf({"A61 plain 'NG!!!'"s, "merged A61:L61 title"s,
                                      "A88 title '[ TEST RESULT ]'"s}));
     EXPECT_THAT(charts_in(shown), IsEmpty());
 }
 
 TEST_F(Report, LiesUnderTmpWhateverTheTitle) {
-    std::string two_bytes_each;
-    while (two_bytes_each.size() < 254) two_bytes_each += "\u00e9";
+    // The longest title there is; a cut to the longest file name ends inside a character.
+    std::string three_bytes_each;
+    while (three_bytes_each.size() < 255) three_bytes_each += "\u6f22";
     const struct {
         std::string title, name, cell;
     } cases[] = {{"", "", ""},
                  {"../../root/x", ".._.._root_x", "../../root/x"},
                  {"a, \"b\"; $(d)\ne", "a, \"b\"; $(d)\ne", R"(a, "b"; $(d)\ne)"},
                  {"\u6f22\u5b57 \u00fc", "\u6f22\u5b57 \u00fc", "\u6f22\u5b57 \u00fc"},
-                 {two_bytes_each, two_bytes_each.substr(0, 222), two_bytes_each},
+                 {three_bytes_each, three_bytes_each.substr(0, 222), three_bytes_each},
                  // What XML cannot hold, and what reads like its notation in workbooks.
                  {"\xff\xed\xa0\x80|\xef\xbf\xbf", "\xff\xed\xa0\x80|\xef\xbf\xbf",
                   "\ufffd\ufffd\ufffd\ufffd|\ufffd"},
@@ -388,7 +455,7 @@ TEST_F(Report, LiesUnderTmpWhateverTheTitle) {
         SCOPED_TRACE(each.title);
         store(each.title);
         EXPECT_EQ(csv(), 0);
-        EXPECT_THAT(path_, StartsWith("/tmp/SSD over-provisioning test_" + each.name));
+        EXPECT_EQ(path_, "/tmp/SSD over-provisioning test_" + each.name + ".csv");
         EXPECT_THAT(support::read_file(path_),
                     HasSubstr("\nTEST NAME,SSD over-provisioning test " + each.title + "\n"));
         const Lines shown = xlsx_lines();
@@ -439,11 +506,18 @@ TEST_F(Report, FailsWithoutAHalfReport) {
     fails([&] { return csv(); });
     fails([&] { return xlsx(); });
 
-    const std::string in_the_way = "/tmp/SSD over-provisioning test_T.csv";
-    fs::create_directory(in_the_way);
-    EXPECT_EQ(csv(), -1);
-    EXPECT_EQ(reports(), Lines{"SSD over-provisioning test_T.csv"});
-    fs::remove(in_the_way);
+    for (const std::string suffix : {"csv", "xlsx"}) {
+        const auto result = [&] { return suffix == "csv" ? csv() : xlsx(); };
+        const std::string in_the_way = "SSD over-provisioning test_T." + suffix;
+        fs::create_directory("/tmp/" + in_the_way);
+        EXPECT_EQ(result(), -1);
+        EXPECT_EQ(reports(), Lines{in_the_way});
+        fs::remove("/tmp/" + in_the_way);
+
+        fs::rename("/tmp", "/no_tmp");
+        EXPECT_EQ(result(), -1);
+        fs::rename("/no_tmp", "/tmp");
+    }
 
     EXPECT_EQ(SSD_OP_Test_Export_CSV(record_no_, nullptr, 10), -1);
     EXPECT_TRUE(appliance().traced("SSD_OP_Test_Export_CSV: Parameter error."));

@@ -6,6 +6,10 @@ usage: show_workbook.py FILE
 import sys
 
 from openpyxl import load_workbook
+from openpyxl.worksheet.worksheet import Worksheet
+
+# Merged cells keep what the file says of each of them; openpyxl would forget all but the first.
+Worksheet._clean_merge_range = lambda sheet, area: None
 
 
 def style(cell):
@@ -28,7 +32,7 @@ def cells(sheet):
 
 def merges(sheet):
     for area in sorted(sheet.merged_cells.ranges, key=lambda area: (area.min_row, area.min_col)):
-        yield f"merged {area.coord}"
+        yield f"merged {area.coord} {style(sheet.cell(area.max_row, area.max_col))}"
 
 
 def charts(sheet):
