@@ -528,3 +528,29 @@ TEST_F(Report, FailsWithoutAHalfReport) {
     EXPECT_EQ(SSD_OP_Test_Export_CSV(record_no_, cut, sizeof cut), 0);
     EXPECT_STREQ(cut, "/tmp/SSD ");
 }
+
+TEST_F(Report, LeavesNoDescriptorOpenWhenItFails) {
+    store("T");
+    add_ratio(10, 3);
+    const auto open_descriptors = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+    };
+    EXPECT_EQ(support::in_child([&] {
+                  if (xlsx() != 0) return 3;  // what stays open from now on is open already
+                  const auto before = open_descriptors();
+                  rlimit all{};
+                  getrlimit(RLIMIT_NOFILE, &all);
+                  int failed = 0;
+                  for (rlim_t limit = 3;; ++limit) {
+                      const rlimit few{limit, all.rlim_max};
+                      setrlimit(RLIMIT_NOFILE, &few);
+                      const int result = xlsx();
+                      setrlimit(RLIMIT_NOFILE, &all);
+                      if (open_descriptors() != before) return 1;
+                      if (result == 0) return failed > 3 ? 0 : 2;
+                      ++failed;
+                  }
+              }),
+              support::exited(0));
+    EXPECT_EQ(reports().size(), 1U);
+}

@@ -2,7 +2,9 @@
 
 #include <cmath>
 #include <new>
-#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 #include "report/xlsx_check.h"
 #include "report/xlsx_text.h"
@@ -13,29 +15,47 @@ namespace {
 
 constexpr lxw_color_t kOrange = 0xFF6600;
 
-}  // namespace
+template <typename Made>
+Made* made(Made* object) {
+    if (object == nullptr) throw std::bad_alloc();
+    return object;
+}
 
-Sheet::Sheet(const char* path) : path_(path) {
+lxw_workbook* new_workbook(const char* path) {
     static char directory[] = "/tmp";  // the library wants it writable, and leaves it alone
     lxw_workbook_options options{};
     options.constant_memory = LXW_TRUE;
     options.tmpdir = directory;
-    workbook_ = workbook_new_opt(path, &options);
-    if (workbook_ == nullptr) throw std::bad_alloc();
-    sheet_ = workbook_add_worksheet(workbook_, nullptr);
-    title_format_ = workbook_add_format(workbook_);
-    label_format_ = workbook_add_format(workbook_);
-    if (sheet_ == nullptr || title_format_ == nullptr || label_format_ == nullptr) {
-        lxw_workbook_free(workbook_);
-        throw std::bad_alloc();
-    }
+    return made(workbook_new_opt(path, &options));
+}
+
+}  // namespace
+
+RowFile::RowFile(std::FILE* file)
+    : file_(file), descriptor_(::fileno(file)), same_(::fcntl(descriptor_, F_DUPFD_CLOEXEC, 0)) {
+    if (same_) return;
+    std::fclose(file_);
+    throw std::bad_alloc();
+}
+
+RowFile::~RowFile() {
+    struct stat there {
+    }, same{};
+    if (::fstat(descriptor_, &there) == 0 && ::fstat(same_.get(), &same) == 0 &&
+        there.st_dev == same.st_dev && there.st_ino == same.st_ino)
+        std::fclose(file_);
+}
+
+Sheet::Sheet(const char* path)
+    : path_(path),
+      workbook_(new_workbook(path)),
+      sheet_(made(workbook_add_worksheet(workbook_.get(), nullptr))),
+      rows_(sheet_->optimize_tmpfile),
+      title_format_(made(workbook_add_format(workbook_.get()))),
+      label_format_(made(workbook_add_format(workbook_.get()))) {
     format_set_bold(title_format_);
     format_set_font_color(title_format_, kOrange);
     format_set_bold(label_format_);
-}
-
-Sheet::~Sheet() {
-    if (workbook_ != nullptr) lxw_workbook_free(workbook_);
 }
 
 lxw_format* Sheet::format(Style style) const {
@@ -88,16 +108,12 @@ void Sheet::value(unsigned row, unsigned first, std::string_view text) {
 }
 
 lxw_chart* Sheet::new_chart(lxw_chart_type type) {
-    lxw_chart* chart = workbook_add_chart(workbook_, type);
-    if (chart == nullptr) throw std::bad_alloc();
-    return chart;
+    return made(workbook_add_chart(workbook_.get(), type));
 }
 
 lxw_chart_series* Sheet::add_series(lxw_chart* chart, const std::string& categories,
                                     const std::string& values) {
-    lxw_chart_series* series = chart_add_series(chart, categories.c_str(), values.c_str());
-    if (series == nullptr) throw std::bad_alloc();
-    return series;
+    return made(chart_add_series(chart, categories.c_str(), values.c_str()));
 }
 
 void Sheet::insert(lxw_chart* chart, unsigned row, unsigned column) {
@@ -108,7 +124,7 @@ void Sheet::insert(lxw_chart* chart, unsigned row, unsigned column) {
 }
 
 bool Sheet::close() {
-    note(workbook_close(std::exchange(workbook_, nullptr)));
+    note(workbook_close(workbook_.release()));
     return intact_ && workbook_is_whole(path_.c_str(), cells_);
 }
 

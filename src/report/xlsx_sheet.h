@@ -1,14 +1,33 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include <xlsxwriter.h>
 
+#include "base/owners.h"
 #include "report/plain_locale.h"
 
 namespace ssd_op::report {
+
+/// The workbook library's temporary file of a sheet's rows. The library closes it when it makes the
+/// sheet of it, and not at all when it does not come to that.
+class RowFile {
+  public:
+    /// @throws std::bad_alloc
+    explicit RowFile(std::FILE* file);
+    RowFile(const RowFile&) = delete;
+    RowFile& operator=(const RowFile&) = delete;
+    ~RowFile();
+
+  private:
+    std::FILE* file_;  // not to be touched once the library has closed it
+    int descriptor_;
+    base::Descriptor same_;  // keeps the file, so that no other can be taken for it
+};
 
 /// A workbook with one sheet, in the making. Rows are written from top to bottom: a finished row
 /// goes to a file of the workbook library's at once, so that memory does not grow with the sheet.
@@ -17,9 +36,6 @@ class Sheet {
   public:
     /// @throws std::bad_alloc
     explicit Sheet(const char* path);
-    Sheet(const Sheet&) = delete;
-    Sheet& operator=(const Sheet&) = delete;
-    ~Sheet();
 
     enum class Style { kPlain, kLabel, kTitle };
 
@@ -50,14 +66,19 @@ class Sheet {
     bool close();
 
   private:
+    struct FreeWorkbook {
+        void operator()(lxw_workbook* workbook) const { lxw_workbook_free(workbook); }
+    };
+
     void write_text(unsigned row, unsigned column, std::string_view text, Style style);
     void note(lxw_error result) { intact_ = intact_ && result == LXW_NO_ERROR; }
     lxw_format* format(Style style) const;
 
     PlainLocale locale_;
     std::string path_;
-    lxw_workbook* workbook_;
+    std::unique_ptr<lxw_workbook, FreeWorkbook> workbook_;
     lxw_worksheet* sheet_;
+    RowFile rows_;
     lxw_format* title_format_;
     lxw_format* label_format_;
     uint64_t cells_ = 0;
