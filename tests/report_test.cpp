@@ -381,6 +381,15 @@ TEST_F(Report, WorkbookIsLaidOutForReading) {
         << "a ratio without samples has no curve";
 }
 
+TEST_F(Report, HasAllSamplesInWhateverOrderTheDatabaseGivesThem) {
+    store("Indexed");
+    add_ratio(10, 3);
+    add_ratio(20, 2);
+    const size_t expected = csv_text().size();
+    change_database("CREATE INDEX backwards ON RUNTIME_REPORT(f_record_no, time_slap DESC)");
+    EXPECT_EQ(csv_text().size(), expected);
+}
+
 TEST_F(Report, WorkbookEndsWhereASheetEnds) {
     store("Long");
     add_ratio(10, 16381);

@@ -1,5 +1,7 @@
 // Runtime reports: all rows of a ratio, or some of them.
 
+#include <algorithm>
+
 #include "db/database.h"
 #include "db/list.h"
 #include "db/sample_ranges.h"
@@ -52,7 +54,10 @@ int SSD_OP_DB_Query_Record_Runtime_Report(ssd_op_db_record* record, int record_n
 
 namespace ssd_op::db {
 
-SampleRanges::SampleRanges(int record_no) : record_no_(record_no), found_(find() == SQLITE_OK) {}
+SampleRanges::SampleRanges(int record_no, std::span<const int> ratios) : record_no_(record_no) {
+    for (const int ratio : ratios) ranges_[ratio];
+    found_ = ranges_.empty() || find() == SQLITE_OK;
+}
 
 int SampleRanges::find() {
     return with_session(kQuery, SQLITE_ERROR, [&](sqlite3* connection) {
@@ -62,9 +67,12 @@ int SampleRanges::find() {
         auto at = ranges_.end();  // rows of a ratio mostly follow each other
         return query(connection, statement, 2, [&](const Row& row) {
             const int percentage = row.integer(1);
-            if (at == ranges_.end() || at->first != percentage)
-                at = ranges_.try_emplace(percentage, Range{row.integer64(0)}).first;
-            at->second.last = row.integer64(0);
+            if (at == ranges_.end() || at->first != percentage) at = ranges_.find(percentage);
+            if (at == ranges_.end()) return;
+            // The order in which rows come is the database's business, an index may decide it.
+            const int64_t number = row.integer64(0);
+            at->second.first = std::min(at->second.first, number);
+            at->second.last = std::max(at->second.last, number);
         });
     });
 }

@@ -86,7 +86,7 @@ bool write_csv(ssd_op_db_record& record, int record_no, int file) {
     else
         out << "NG\n";
     out << "\n[ TEST RESULT ]\n";
-    const db::SampleRanges ranges(record_no);
+    const db::SampleRanges ranges(record_no, results.ratios());
     for (const int percentage : results.ratios())
         write_ratio(out, percentage, report::Samples(record, ranges, percentage));
     return out.finish();

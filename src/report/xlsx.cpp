@@ -174,7 +174,7 @@ bool write_workbook(const char* function, ssd_op_db_record& record, int record_n
     if (!ratios.empty())
         report::insert_result_chart(sheet, row + 1, static_cast<unsigned>(ratios.size()), row + 4);
     sheet.title(row + 28, "[ TEST RESULT ]");
-    const db::SampleRanges ranges(record_no);
+    const db::SampleRanges ranges(record_no, ratios);
     SampleTable table(sheet, row + 29, function);
     for (size_t i = 0; i < ratios.size(); ++i)
         table.write_ratio(static_cast<int>(i), ratios[i],
