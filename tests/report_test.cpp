@@ -381,6 +381,17 @@ TEST_F(Report, WorkbookIsLaidOutForReading) {
         << "a ratio without samples has no curve";
 }
 
+TEST_F(Report, ShowsTheLocalTime) {
+    store("T");
+    // The other moment is in the last year that the platform can tell, which an int cannot hold.
+    change_database("UPDATE TEST_RECORD SET start_time = 1588319107, end_time = 67768036191000000");
+    setenv("TZ", "XXX-5:30", 1);
+    EXPECT_THAT(csv_text(), HasSubstr("\nSTART TIME,2020/05/01:13:15:07\n"
+                                      "END TIME,2147485547/12/24:09:30:00\n"));
+    EXPECT_THAT(xlsx_lines(), Contains("D11 plain '2020/05/01:13:15:07\\n'"));
+    unsetenv("TZ");
+}
+
 TEST_F(Report, HasAllSamplesInWhateverOrderTheDatabaseGivesThem) {
     store("Indexed");
     add_ratio(10, 3);

@@ -18,7 +18,7 @@ std::string time_text(time_t moment) {
     tzset();
     if (localtime_r(&moment, &local) == nullptr) return {};
     std::array<char, 96> text;
-    std::snprintf(text.data(), text.size(), "%d/%02d/%02d:%02d:%02d:%02d", local.tm_year + 1900,
+    std::snprintf(text.data(), text.size(), "%ld/%02d/%02d:%02d:%02d:%02d", local.tm_year + 1900L,
                   local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
     return text.data();
 }
