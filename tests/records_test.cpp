@@ -3,6 +3,7 @@
 #include "support/records.h"
 
 #include <cstring>
+#include <limits>
 #include <numeric>
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -300,13 +301,13 @@ TEST_F(Records, StayWithinTheirArraysWhateverTheDatabaseHolds) {
     EXPECT_EQ(told, 4) << "once for each query";
 }
 
-TEST_F(Records, ReadMissingValuesAsNothing) {
+TEST_F(Records, ReadMissingValuesAsNothingAndOddNumbersAsTheyRead) {
     ASSERT_EQ(support::store_record("empty", {drive_id(0)}), 1);
     run_sql(
         "UPDATE TEST_RECORD SET title = NULL, nas_mem_info = NULL, lv_size = NULL, status = NULL;"
         "UPDATE SSD_DEV SET revision = NULL, capacity = NULL;"
         "UPDATE SELECT_DEV SET bus_type = NULL, performance_read_s = NULL;"
-        "INSERT INTO TEST_DATA VALUES(NULL, NULL, 'x', 1);"
+        "INSERT INTO TEST_DATA VALUES(NULL, NULL, 'x', 1), (20, ' +0x10', '1e99999', 1);"
         "INSERT INTO RUNTIME_REPORT VALUES(10, NULL, NULL, NULL, 1);"
         "INSERT INTO SSD_RUNTIME_DATA VALUES(10, NULL, NULL, 1)");
     const Record record = support::read_record(1);
@@ -316,6 +317,8 @@ TEST_F(Records, ReadMissingValuesAsNothing) {
     EXPECT_EQ(SSD_OP_DB_Query_Record_Status(1), 0);
     EXPECT_EQ(SSD_OP_DB_Query_Record_Test_Data(record.get(), 1), 0);
     EXPECT_EQ(record->result_2[0], 0);
+    EXPECT_EQ(record->result_1[1], 16);
+    EXPECT_EQ(record->result_2[1], std::numeric_limits<long double>::infinity());
     EXPECT_EQ(SSD_OP_DB_Query_Record_Runtime_Report(record.get(), 1, 10, 1), 0);
     ASSERT_NE(record->runtime_report, nullptr);
     EXPECT_EQ(record->runtime_report->write_amount, 0U);

@@ -2,8 +2,10 @@
 
 #include <array>
 #include <charconv>
+#include <cstdlib>
 #include <string>
-#include <string_view>
+
+#include <locale.h>
 
 namespace ssd_op::db {
 
@@ -15,11 +17,11 @@ inline std::string decimal_text(long double value) {
     return {text.data(), end.ptr};
 }
 
-/// The number that a text of the database begins with; 0 for none.
-inline long double decimal_value(std::string_view text) {
-    long double value = 0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
+/// The number that a text of the database begins with, as strtold reads it in the C locale; 0 for
+/// none.
+inline long double decimal_value(const char* text) {
+    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    return strtold_l(text, nullptr, plain);
 }
 
 }  // namespace ssd_op::db
