@@ -100,6 +100,13 @@ TEST_F(Deletion, TakesAllRecordsAndStartsCountingAnew) {
     EXPECT_EQ(value("PRAGMA freelist_count"), "0") << "the file is compacted";
     EXPECT_EQ(appliance().events().size(), 2U);
     EXPECT_EQ(support::store_record("first again", {drive_id(0)}), 1);
+
+    run_sql(
+        "DROP TRIGGER test_record_trigger; WITH RECURSIVE number(n) AS (SELECT 2 UNION ALL SELECT "
+        "n + 1 FROM number WHERE n < 600) INSERT INTO TEST_RECORD(record_no) SELECT n FROM number");
+    SSD_OP_Test_Set_Step_Progress(600, 1);
+    EXPECT_EQ(SSD_OP_DB_Delete_Record(-1), 0);
+    EXPECT_FALSE(has_runtime_state(600)) << "however many there are";
 }
 
 TEST_F(Deletion, LeavesRowsThatBelongToNoRecordOnlyWhereTheLimitDeletes) {
@@ -119,6 +126,23 @@ TEST_F(Deletion, LeavesRowsThatBelongToNoRecordOnlyWhereTheLimitDeletes) {
     EXPECT_EQ(SSD_OP_DB_Delete_Record(-1), 0) << "takes them, too";
     EXPECT_EQ(without_record(), "");
     EXPECT_EQ(value("SELECT count(*) FROM SSD_DEV"), "1") << "drives stay known";
+}
+
+TEST_F(Deletion, ANumberThatIsGivenAnewBringsNothingBack) {
+    SSD_OP_DB_Update_Max_Record_Limit(2);
+    store_records(3);
+    SSD_OP_DB_Update_Record_Status(1, 3);
+    EXPECT_EQ(records(), "2,3") << "the trigger has dropped the first, and left its rows";
+    for (const int record : {2, 3}) EXPECT_EQ(SSD_OP_DB_Delete_Record(record), 0);
+    EXPECT_EQ(rows(), "011111");
+
+    ASSERT_EQ(support::store_record("first again", {drive_id(1)}), 1);
+    EXPECT_EQ(rows(), "111000");
+    EXPECT_EQ(without_record(), "");
+    const support::Record record = support::read_record(1);
+    ASSERT_NE(record->raid_conf, nullptr);
+    EXPECT_EQ(record->raid_conf->next, nullptr);
+    EXPECT_EQ(record->raid_conf->ssd_drives[0].dev_id, drive_id(1));
 }
 
 TEST_F(Deletion, SaysWhatSqliteSaysWhenTheRecordsCannotBeDeleted) {

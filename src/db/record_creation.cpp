@@ -58,6 +58,7 @@ class Creation {
     Creation(sqlite3* db, ssd_op_db_record& record) : db_(db), record_(record) {}
 
     bool create() {
+        forget_former_owners();
         if (!insert_record()) return false;
         for (ssd_op_db_raid_conf* group = record_.raid_conf; group != nullptr;
              group = group->next) {
@@ -78,6 +79,25 @@ class Creation {
     }
 
   private:
+    /// Numbers are given anew once the rows that had the highest ones are gone. Rows that a dropped
+    /// record has left must not come to belong to this one.
+    void forget_former_owners() {
+        struct Ownership {
+            const char *table, *owner_column, *owner_table, *owner_key;
+        };
+        Transaction transaction(db_);
+        for (const Ownership& rows :
+             {Ownership{"RUNTIME_REPORT", "f_record_no", "TEST_RECORD", "record_no"},
+              Ownership{"TEST_DATA", "f_record_no", "TEST_RECORD", "record_no"},
+              Ownership{"RAID_GROUP", "f_record_no", "TEST_RECORD", "record_no"},
+              Ownership{"SELECT_DEV", "f_raid_no", "RAID_GROUP", "raid_no"},
+              Ownership{"SSD_RUNTIME_DATA", "f_select_no", "SELECT_DEV", "select_no"}}) {
+            execute(db_, sql("DELETE FROM %s WHERE %s > (SELECT IFNULL(MAX(%s), 0) FROM %s);",
+                             rows.table, rows.owner_column, rows.owner_key, rows.owner_table));
+        }
+        transaction.commit();
+    }
+
     bool insert_record() {
         const Sql insert = sql(
             "INSERT INTO TEST_RECORD (     nas_model, nas_fw_version, start_time, end_time,     "
