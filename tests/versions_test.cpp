@@ -98,6 +98,14 @@ class Versions : public support::ApplianceTest {
   protected:
     std::string value(const std::string& query) { return appliance().sql_value(query); }
 
+    /// The statement that makes a table today.
+    std::string statement_of_today(const char* table) {
+        install(5);
+        SSD_OP_DB_Version_Upgrade();
+        return value("SELECT sql FROM sqlite_master WHERE name = '" + std::string(table) + "'") +
+               ";";
+    }
+
     /// All rows of record 7, as the library reads them.
     void expect_the_record() {
         const support::Record record = support::read_record(7);
@@ -234,6 +242,36 @@ TEST_F(Versions, TakeUpAnUpgradeWhereverItWasKilled) {
             expect_the_record();
         });
     EXPECT_GT(kills, 40) << "the test did not reach into every step";
+}
+
+/// Software of those days took the statements of a step one by one.
+TEST_F(Versions, TakeUpWhatOlderSoftwareBrokeOff) {
+    struct Step {
+        int version;
+        const char *table, *copied;  // without the column that the step adds or renames
+    };
+    for (const auto& [version, table, copied] :
+         {Step{2, "TEST_RECORD",
+               "record_no, nas_model, title, start_time, status, min_op, max_op, "
+               "interval"},
+          Step{5, "SELECT_DEV", "f_ssd_no, f_raid_no, dev_id, bus_type, performance_read_r"}}) {
+        const std::string old = table + std::string("_OLD");
+        const std::string new_table = statement_of_today(table);
+        std::string copy = std::string("INSERT INTO ") + table + "(" + copied + ") SELECT " +
+                           copied + " FROM " + old + ";";
+        if (version == 2) copy.replace(copy.rfind("title"), 5, "name");
+        const std::string renamed = "PRAGMA legacy_alter_table = ON; ALTER TABLE " +
+                                    std::string(table) + " RENAME TO " + old + ";";
+        for (const std::string& done : {renamed, renamed + new_table, renamed + new_table + copy}) {
+            SCOPED_TRACE(done);
+            install(version);
+            run_sql(done);
+            EXPECT_EQ(SSD_OP_DB_Version_Upgrade(), 0);
+            EXPECT_EQ(value("SELECT count(*) FROM SELECT_DEV"), "2");
+            EXPECT_EQ(value("SELECT group_concat(version) FROM DB_VERSION"), "6");
+            expect_the_record();
+        }
+    }
 }
 
 TEST_F(Versions, LoseNothingWhereverADowngradeWasKilled) {

@@ -42,7 +42,10 @@ std::string source_of(const std::string& column, const char* table, const Column
     return {};
 }
 
-int copy_rows(sqlite3* db, const char* table, const std::string& old) {
+bool exists(sqlite3* db, const std::string& table) { return !columns_of(db, table).empty(); }
+
+/// `but_known`: leaves out rows that the table has already.
+int copy_rows(sqlite3* db, const char* table, const std::string& old, bool but_known) {
     const Columns from = columns_of(db, old);
     if (from.empty()) return SQLITE_ERROR;
     std::string targets;
@@ -54,6 +57,10 @@ int copy_rows(sqlite3* db, const char* table, const std::string& old) {
         targets += comma + column;
         sources += comma + source;
     }
+    if (but_known)
+        return execute(
+            db, sql("INSERT OR IGNORE INTO %s(%s) SELECT %s FROM %s EXCEPT SELECT %s FROM %s;",
+                    table, targets.c_str(), sources.c_str(), old.c_str(), targets.c_str(), table));
     return execute(db, sql("INSERT INTO %s(%s) SELECT %s FROM %s;", table, targets.c_str(),
                            sources.c_str(), old.c_str()));
 }
@@ -65,14 +72,17 @@ int rebuild_table(sqlite3* db, const Rebuild& rebuild) {
     // Without this, other tables' foreign keys would follow the old table to its new name.
     execute(db, "PRAGMA legacy_alter_table = ON;");
     Transaction transaction(db);
-    int result = execute(db, sql("ALTER TABLE %s RENAME TO %s;", rebuild.table, old.c_str()));
-    result |= execute(db, rebuild.create);
-    const int copied = copy_rows(db, rebuild.table, old);
+    // Older software took these steps without a transaction, and may have been broken off.
+    const bool broken_off = exists(db, old);
+    int result = SQLITE_OK;
+    if (!broken_off)
+        result |= execute(db, sql("ALTER TABLE %s RENAME TO %s;", rebuild.table, old.c_str()));
+    if (!exists(db, rebuild.table)) result |= execute(db, rebuild.create);
+    const int copied = copy_rows(db, rebuild.table, old, broken_off);
     result |= copied;
     if (copied == SQLITE_OK) result |= execute(db, sql("DROP TABLE %s;", old.c_str()));
     result |= rebuild.then(db);
-    const bool left_behind = !columns_of(db, old).empty();
-    if (left_behind || !transaction.is_open() || !transaction.commit()) return -1;
+    if (exists(db, old) || !transaction.is_open() || !transaction.commit()) return -1;
     return result;
 }
 
