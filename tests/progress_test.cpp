@@ -79,9 +79,18 @@ TEST_F(Progress, FollowsTheScriptWhileTesting) {
     key("current_op_percentage", "-1");
     EXPECT_FLOAT_EQ(progress(2), 18.9F);
 
+    key("test_script_progress", "1000");
+    EXPECT_EQ(progress(2), 90.0F);
+    key("test_script_progress", "-7");
+    EXPECT_EQ(progress(2), 18.9F);
+    key("test_script_progress", "0");
+
     for (const char* hostile : {"nan", "1e300", "-inf", "x", "-5", "101"}) {
         status_file(hostile);
         EXPECT_EQ(progress(2), 11.0F) << hostile;
+        float of_ratio = 0;
+        EXPECT_EQ(SSD_OP_Test_Get_Current_OP_Progress(1, &of_ratio), 0);
+        EXPECT_EQ(of_ratio, 0.0F) << hostile;
     }
 }
 
@@ -128,8 +137,15 @@ TEST_F(Progress, UnderstandsEachFormOfTheTimeLeft) {
     struct {
         const char* text;
         unsigned long long seconds;
-    } const cases[] = {{"1d:2h:3m:4s", 93784}, {"2h:3m:4s", 7384}, {"5m:6s", 306}, {"59s", 59},
-                       {"garbage", 12345},     {"-5s", 12345},     {"", 12345}};
+    } const cases[] = {{"1d:2h:3m:4s", 93784},
+                       {"2h:3m:4s", 7384},
+                       {"5m:6s", 306},
+                       {"59s", 59},
+                       {"garbage", 12345},
+                       {"-5s", 12345},
+                       {"", 12345},
+                       {"213503982334602d:0h:0m:0s", 12345},
+                       {"99999999999999999999s", 12345}};
     for (const auto& form : cases) {
         status_file("0", form.text);
         unsigned long long seconds = 12345;

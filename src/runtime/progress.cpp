@@ -31,7 +31,7 @@ int script_base(int record_no) {
 float current_ratio_progress(int record_no) {
     float progress = 0;
     SSD_OP_Test_Get_Current_OP_Progress(record_no, &progress);
-    return progress >= 0 && progress <= 100 ? progress : 0;
+    return progress;
 }
 
 int script_progress(int record_no, ssd_op_db_record* record) {

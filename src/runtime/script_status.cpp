@@ -39,16 +39,24 @@ int with_field(const char* function, int record_no, Field field, const void* tar
     });
 }
 
+/// Nothing for what no measurement takes; there, the sum could leave the range of numbers.
+std::optional<Seconds> sum_of(Seconds days, Seconds hours, Seconds minutes, Seconds seconds) {
+    constexpr Seconds kMost = 1'000'000'000;
+    if (days > kMost || hours > kMost || minutes > kMost || seconds > kMost) return std::nullopt;
+    return days * 86400 + hours * 3600 + minutes * 60 + seconds;
+}
+
 /// "1d:2h:3m:4s", or the same from a smaller unit on.
 std::optional<Seconds> parse_time_left(const char* text) {
     Seconds days = 0, hours = 0, minutes = 0, seconds = 0;
     if (std::strchr(text, '-') != nullptr) return std::nullopt;  // sscanf would wrap it around
     if (std::sscanf(text, "%llud:%lluh:%llum:%llus", &days, &hours, &minutes, &seconds) == 4)
-        return days * 86400 + hours * 3600 + minutes * 60 + seconds;
+        return sum_of(days, hours, minutes, seconds);
     if (std::sscanf(text, "%lluh:%llum:%llus", &hours, &minutes, &seconds) == 3)
-        return hours * 3600 + minutes * 60 + seconds;
-    if (std::sscanf(text, "%llum:%llus", &minutes, &seconds) == 2) return minutes * 60 + seconds;
-    if (std::sscanf(text, "%llus", &seconds) == 1) return seconds;
+        return sum_of(0, hours, minutes, seconds);
+    if (std::sscanf(text, "%llum:%llus", &minutes, &seconds) == 2)
+        return sum_of(0, 0, minutes, seconds);
+    if (std::sscanf(text, "%llus", &seconds) == 1) return sum_of(0, 0, 0, seconds);
     return std::nullopt;
 }
 
@@ -61,8 +69,10 @@ using runtime::Field;
 
 int SSD_OP_Test_Get_Current_OP_Progress(int record_no, float* progress) {
     return runtime::with_field(
-        __func__, record_no, Field::progress, progress,
-        [&](const char* text) { *progress = static_cast<float>(std::strtod(text, nullptr)); });
+        __func__, record_no, Field::progress, progress, [&](const char* text) {
+            const auto percent = static_cast<float>(std::strtod(text, nullptr));
+            if (percent >= 0 && percent <= 100) *progress = percent;
+        });
 }
 
 int SSD_OP_Test_Get_Current_OP_ETA(int record_no, unsigned long long* eta_seconds) {
