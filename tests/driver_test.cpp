@@ -332,6 +332,39 @@ TEST_F(Driver, ServicesStartAgainWithTheLastThatStoppedThem) {
     EXPECT_TRUE(appliance().journal().shows("Start_Services", Times(1)));
 }
 
+/// Each of two has looked while the other was not done yet.
+TEST_F(Driver, ServicesStartAgainWhenTwoFinishTogether) {
+    Groups others(1, {2, 3});
+    others.numbered(900);
+    const int other = new_record(others, SSD_OP_TEST_STATUS_FINISHING, 1)->record_no;
+    Groups groups(1, {0, 1});
+    request_.stop_service = 1;
+    SSD_OP_Test_Set_User_Agreement(1);
+    appliance().slow("kanalytic_tool", Nth(1), 1000);
+    const auto evaluation = evaluating(groups);
+    EXPECT_TRUE(eventually([&] {
+        const Record record = read_record(other + 1);
+        return record && record->end_time != 0;
+    }));
+    SSD_OP_Test_Set_Status(other, SSD_OP_TEST_STATUS_COMPLETED);
+    EXPECT_EQ(evaluation->wait(), exited(0));
+    EXPECT_TRUE(appliance().journal().shows("Start_Services", Times(1)));
+}
+
+TEST_F(Driver, TakesNothingFromARequestThatServedBefore) {
+    Groups others(1, {2, 3});
+    others.numbered(900);
+    request_.lv_id = make_storage(others);
+    std::snprintf(request_.log_prefix, sizeof request_.log_prefix, "/tmp/others_");
+    write_file("/tmp/others_report.csv", "OP_0%, 1, 2\n");
+    Groups groups(1, {0, 1});
+    appliance().failing("kblkdiscard", 1);
+    EXPECT_EQ(evaluate(groups), -1);
+    EXPECT_EQ(appliance().volumes().size(), 1U);
+    EXPECT_TRUE(exists("/tmp/others_report.csv"));
+    EXPECT_EQ(read_record(1)->result_2[0], 0.0L);
+}
+
 TEST_F(Driver, TwoEvaluationsRunAtOnceOnDifferentDrives) {
     appliance().with_drives(4);
     plant();

@@ -58,6 +58,9 @@ int start(const void* requester, int need_fork, RAID_CONF* raid_list, ssd_op_tes
         return -1;
     }
     if (request->min_op == request->max_op) request->interval = 1;
+    // A request that served before still names that evaluation's volume and files.
+    request->lv_id = 0;
+    request->log_prefix[0] = '\0';
 
     const db::RecordOwner record = create_record(*request, groups);
     if (!record) return -1;

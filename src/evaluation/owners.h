@@ -1,5 +1,7 @@
 #pragma once
 
+#include <fstream>
+
 #include <signal.h>
 #include <unistd.h>
 
@@ -31,6 +33,14 @@ class InitializingMark {
     ~InitializingMark() { ::unlink("/tmp/cv_initializing.tmp"); }
     void move_to(int pool_id) { nas_set_initializing_cv_pool(pool_id); }
 };
+
+/// Takes the mark away that a dead driver has left, when it names this pool.
+inline void forget_initializing(int pool_id) {
+    constexpr const char* kMark = "/tmp/cv_initializing.tmp";
+    int marked = -1;
+    std::ifstream(kMark) >> marked;
+    if (pool_id >= 0 && marked == pool_id) ::unlink(kMark);
+}
 
 /// The platform's mark of a pool that is being removed.
 class RemovingMark {

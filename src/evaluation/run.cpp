@@ -3,6 +3,7 @@
 #include <ctime>
 
 #include "evaluation/discard.h"
+#include "evaluation/driver_presence.h"
 #include "evaluation/evaluation.h"
 #include "evaluation/raid_ids.h"
 #include "evaluation/services.h"
@@ -20,6 +21,7 @@ constexpr int kNoDiscard = 255;
 }  // namespace
 
 bool Run::finish() {
+    announce_driver(record_.record_no);
     if (probe_drives()) {
         create_storage();
         test();
@@ -27,20 +29,22 @@ bool Run::finish() {
     capture_results();
     remove_storage();
     progress_while_finishing(80);
-    if (record_.stop_service != 0) restart_services(record_.record_no);
+    const bool services_wait = record_.stop_service != 0 && !restart_services(record_.record_no);
     store_end_time();
     SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] %s to perform SSD OP testing.\n", kFunction,
              request_.lv_id, record_.record_no, succeeded_ ? "Succeed" : "Fail");
     upload();
     complete();
+    // Those for which they waited may have looked at this one, and left them to it.
+    if (services_wait) restart_services(record_.record_no);
     return succeeded_;
 }
 
 void Run::give_up() {
     SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to fork!\n", kFunction, record_.record_no);
     remove_raid_configurations(groups_);
-    SSD_OP_Test_Set_Status(record_.record_no, SSD_OP_TEST_STATUS_FAILED);
-    report(SSD_OP_EVENT_FAILED);
+    if (move_status(record_.record_no, SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED))
+        report(SSD_OP_EVENT_FAILED);
     store_end_time();
 }
 

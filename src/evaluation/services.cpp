@@ -44,7 +44,7 @@ bool keeps_services_stopped(int record_no) {
 
 }  // namespace
 
-void restart_services(int record_no) {
+bool restart_services(int record_no) {
     int record_nos[SSD_OP_MAX_RECORDS] = {};
     const int count = std::clamp(SSD_OP_DB_Query_Record_No(record_nos, SSD_OP_MAX_RECORDS), 0,
                                  SSD_OP_MAX_RECORDS);
@@ -52,6 +52,7 @@ void restart_services(int record_no) {
         return other != record_no && keeps_services_stopped(other);
     });
     if (!needed) Start_Services();
+    return !needed;
 }
 
 bool services_may_start() {

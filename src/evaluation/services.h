@@ -10,7 +10,8 @@ constexpr int kNoRecord = 0;
 
 /// Starts the file services again, unless a running evaluation other than `record_no` stopped them
 /// too: the last one of them to finish does it.
-void restart_services(int record_no);
+/// @return whether it started them
+bool restart_services(int record_no);
 
 /// Whether the appliance is up, neither starting nor shutting down: only then may a stop start
 /// services.

@@ -7,7 +7,9 @@
 #include "base/text.h"
 #include "db/record_owner.h"
 #include "evaluation/drive_name.h"
+#include "evaluation/driver_presence.h"
 #include "evaluation/evaluation.h"
+#include "evaluation/owners.h"
 #include "evaluation/stop_programs.h"
 #include "platform/naslog.h"
 #include "platform/storage.h"
@@ -40,10 +42,12 @@ class RecordStop {
     void kill_drive_users();
     bool kill_partition_users(const ssd_op_db_raid_conf& group);
     void kill_early_partition_users();
-    void stop_volumes();
+    bool may_remove_remains(int old_status) const;
+    void stop_volumes(bool remove_rest);
     void kill_test_programs(const char* volume);
     void remove_volume(int lv_id);
-    void remove_remains(int pool_id);
+    void remove_pool(int pool_id);
+    int remove_configurations() const;
     void report_removal();
 
     const ssd_op_db_record& record_;
@@ -60,7 +64,8 @@ int RecordStop::stop(int old_status, int old_step_progress) {
     for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
         if (RAID_Is_Exist(group->raid_id) != 0) continue;
         SM_TRACE(SM_TRACE_ERROR, "%s: RAID(%d) is nt exist.\n", kFunction, group->raid_id);
-        return 0;
+        // A stop that was killed may have removed some of the configurations.
+        return may_remove_remains(old_status) ? remove_configurations() : 0;
     }
     SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] old_status: %d.\n", kFunction, record_.record_no,
              old_status);
@@ -73,8 +78,14 @@ int RecordStop::stop(int old_status, int old_step_progress) {
     }
     for (const auto* group = record_.raid_conf; group != nullptr; group = group->next)
         kill_partition_users(*group);
-    stop_volumes();
+    stop_volumes(may_remove_remains(old_status));
     return result_;
+}
+
+/// Beside a driver that is making the storage or taking it down, its pool and groups are its own. A
+/// record that has ended has no driver that would make any.
+bool RecordStop::may_remove_remains(int old_status) const {
+    return remove_storage_ && (!is_running(old_status) || driver_is_gone(record_.record_no));
 }
 
 void RecordStop::kill_service_stopper() {
@@ -115,7 +126,7 @@ void RecordStop::kill_early_partition_users() {
     }
 }
 
-void RecordStop::stop_volumes() {
+void RecordStop::stop_volumes(bool remove_rest) {
     if (record_.raid_conf == nullptr) return;
     const int pool_id = Pool_Get_Id_By_Member_Id(record_.raid_conf->raid_id);
     std::vector<int> volumes(kMaxVolumes);
@@ -128,7 +139,12 @@ void RecordStop::stop_volumes() {
         kill_test_programs(std::string(base::field_text(name)).c_str());
         if (remove_storage_) remove_volume(lv_id);
     }
-    if (remove_storage_ && volumes.empty()) remove_remains(pool_id);
+    if (!remove_rest) return;
+    if (pool_id < 0)
+        result_ |= remove_configurations();
+    else if (count == 0)
+        remove_pool(pool_id);
+    forget_initializing(pool_id);
 }
 
 void RecordStop::kill_test_programs(const char* volume) {
@@ -145,17 +161,23 @@ void RecordStop::remove_volume(int lv_id) {
     if (removed == 0) report_removal();
 }
 
-/// What a driver leaves that dies while it makes the storage or takes it down.
-void RecordStop::remove_remains(int pool_id) {
-    if (pool_id >= 0) {
-        const int removed = NAS_Pool_Remove(pool_id, 0, 0);
-        result_ |= removed;
-        if (removed == 0) report_removal();
-        return;
-    }
+/// What a driver leaves that dies between the making of the pool and of the volume, or between
+/// their removals.
+void RecordStop::remove_pool(int pool_id) {
+    const SpeedDown registration;
+    const RemovingMark mark(pool_id);
+    const int removed = NAS_Pool_Remove(pool_id, 0, 0);
+    result_ |= removed;
+    if (removed == 0) report_removal();
+}
+
+/// What a driver leaves that dies before it makes the pool.
+int RecordStop::remove_configurations() const {
+    int result = 0;
     for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
-        if (RAID_Is_Exist(group->raid_id) != 0) result_ |= RAID_Remove_Conf(group->raid_id);
+        if (RAID_Is_Exist(group->raid_id) != 0) result |= RAID_Remove_Conf(group->raid_id);
     }
+    return result;
 }
 
 /// As the driver does it: one event for each group.

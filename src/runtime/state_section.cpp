@@ -49,6 +49,11 @@ int StateSection::write(const char* key, int value) const {
     return as_result(Ini_Conf_Set_Field_Int(file.c_str(), name.c_str(), key, value, 0));
 }
 
+int StateSection::write_text(const char* key, const char* value) const {
+    const auto lock = FileLock::for_writing(file.c_str());
+    return as_result(Ini_Conf_Set_Field(file.c_str(), name.c_str(), key, value));
+}
+
 int StateSection::read_text(const char* key, char* buffer, int size) const {
     const auto lock = FileLock::for_reading(file.c_str());
     return as_result(Ini_Conf_Get_Field(file.c_str(), name.c_str(), key, buffer, size));

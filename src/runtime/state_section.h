@@ -23,6 +23,7 @@ struct StateSection {
 
     int read(const char* key, int* value) const;
     int write(const char* key, int value) const;
+    int write_text(const char* key, const char* value) const;
     int read_text(const char* key, char* buffer, int size) const;
     int remove() const;
 };
