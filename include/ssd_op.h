@@ -103,10 +103,10 @@ typedef struct ssd_op_db_raid_conf {
 /** One evaluation. */
 typedef struct ssd_op_db_record {
     time_t start_time;
-    time_t end_time;                   /* 0 while it runs */
-    int status;                        /* ssd_op_test_status */
-    int percentage[SSD_OP_MAX_RATIOS]; /* OP ratios with results, ascending */
-    long double result_1[SSD_OP_MAX_RATIOS];
+    time_t end_time;                         /* 0 while it runs */
+    int status;                              /* ssd_op_test_status */
+    int percentage[SSD_OP_MAX_RATIOS];       /* OP ratios with results, ascending */
+    long double result_1[SSD_OP_MAX_RATIOS]; /* write amplification of the drives */
     long double result_2[SSD_OP_MAX_RATIOS]; /* IOPS in the steady state */
     int count;                               /* valid entries of the three arrays */
     int sequential;                          /* 1: sequential test mode */
@@ -266,9 +266,11 @@ SSD_OP_API int SSD_OP_DB_Version_Downgrade(int version);
 SSD_OP_API int SSD_OP_DB_New_Record(ssd_op_db_record *record);
 
 /*
- * Changes of one field. Each returns 0, also when there is no such record, or -1 when the database
- * cannot be opened or written. A change of a record (not of a group) also deletes the oldest
- * records beyond the record limit. Locks: the database.
+ * Changes of one field: sizes of the tested area and of the test volume in MiB, capacity of a group
+ * in KiB, an ssd_op_test_status, the end in seconds since the epoch. Each returns 0, also when
+ * there is no such record, or -1 when the database cannot be opened or written. A change of a
+ * record (not of a group) also deletes the oldest records beyond the record limit, whether they run
+ * or not; their rows in other tables stay, out of reach. Locks: the database.
  */
 SSD_OP_API int SSD_OP_DB_Update_Record_Test_Size(unsigned long long test_size, int record_no);
 SSD_OP_API int SSD_OP_DB_Update_Record_LV_Size(unsigned long long lv_size, int record_no);
@@ -602,8 +604,8 @@ SSD_OP_API int SSD_OP_Test_Remove_Runtime_Info(int record_no);
  * record is read from the database, under its lock.
  */
 
-/** Key of the script: the OP ratio measured now, in percent; -1 while the volume is being filled.
- */
+/** Key of the script: the OP ratio measured now, in percent; -1 while the volume is being filled,
+    -2 once all ratios are done. */
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Percentage(int record_no, int *percentage);
 /** Key of the script: steps for each ratio, and the one running now, from 1. */
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Total_Step(int record_no, int *steps);
@@ -765,7 +767,7 @@ SSD_OP_API int SSD_OP_Test_Create_Storage(RAID_CONF *raid_list, int need_fork,
  * @param need_fork  0: do it in this process; otherwise in a child, which alone learns the outcome
  * @return 0, and in the caller of a child; -12 no such volume; -50 it has no pool; otherwise what
  *         the platform's failed call returned. A pool that cannot be removed stays without a
- * volume.
+ *         volume.
  */
 SSD_OP_API int SSD_OP_Test_Remove_Storage(int lv_id, int need_fork);
 
@@ -790,7 +792,7 @@ SSD_OP_API int SSD_OP_Test_Start(ssd_op_test_param *param, ssd_op_db_record *rec
  *
  * @param param   the request, with the log_prefix that SSD_OP_Test_Start wrote
  * @param record  receives count, percentage, result_1 and result_2; a ratio that the report does
- * not have keeps what it had. Ratios beyond SSD_OP_MAX_RATIOS are ignored.
+ *                not have keeps what it had. Ratios beyond SSD_OP_MAX_RATIOS are ignored.
  * @return what SSD_OP_DB_Update_Test_Data returned
  */
 SSD_OP_API int SSD_OP_Test_Save_Result(ssd_op_test_param *param, ssd_op_db_record *record);
@@ -823,8 +825,9 @@ enum {                          /* type for NAS_SSD_OP_Test_Stop */
  * @param record_no       the record, or SSD_OP_ALL_RECORDS
  * @param raid_id         800 or above: only records with this RAID group. Reported as the group
  *                        that failed with SSD_OP_STOP_FAILED; -1 for none.
- * @param remove_storage  non-zero: remove volume, pool and groups at once instead of leaving that
- *                        to the driver
+ * @param remove_storage  non-zero: remove the test volume with its pool and groups at once instead
+ *                        of leaving that to the driver; when the driver is gone, also a pool or
+ *                        groups without a volume
  * @param type            SSD_OP_STOP_...; any other value kills and removes, and changes no status
  * @return 0 when all went well, and when there is nothing to stop; -1 for SSD_OP_STOP_NONE and when
  *         memory runs out; otherwise the OR of what failed. Below 0: some of it failed, yet every
@@ -846,8 +849,9 @@ SSD_OP_API int NAS_SSD_OP_Test_Stop(const void *requester, int need_fork, int re
  *
  * @param record_no          the record
  * @param type               not used
- * @param remove_storage     non-zero: remove the volumes, with one event for each group; also a
- * pool without a volume, and groups without a pool
+ * @param remove_storage     non-zero: remove the volumes, with one event for each group. When the
+ *                           record's driver is gone, or old_status is that of a record that has
+ *                           ended, also a pool without a volume, and groups without a pool
  * @param old_status         status before the stop; INITIATING: also kill what prepares the drives
  * @param old_step_progress  step progress before the stop, for the trace
  * @return 0; also when the record cannot be read or one of its groups is gone already; otherwise
