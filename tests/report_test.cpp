@@ -2,6 +2,7 @@
 
 #include "report/report.h"
 
+#include <algorithm>
 #include <csignal>
 #include <ctime>
 #include <filesystem>
@@ -11,6 +12,7 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "base/command.h"
@@ -18,6 +20,7 @@
 #include "report/xlsx_text.h"
 #include "ssd_op.h"
 #include "support/appliance.h"
+#include "support/crash.h"
 #include "support/records.h"
 
 namespace {
@@ -32,6 +35,7 @@ using ::testing::IsEmpty;
 using ::testing::IsSupersetOf;
 using ::testing::Not;
 using ::testing::StartsWith;
+using ::testing::UnorderedElementsAre;
 
 using std::string_literals::operator""s;
 using Lines = std::vector<std::string>;
@@ -547,6 +551,31 @@ TEST_F(Report, FailsWithoutAHalfReport) {
     char cut[10] = "";
     EXPECT_EQ(SSD_OP_Test_Export_CSV(record_no_, cut, sizeof cut), 0);
     EXPECT_STREQ(cut, "/tmp/SSD ");
+}
+
+TEST_F(Report, RemovesWhatAKilledOneLeft) {
+    store("T");
+    ASSERT_TRUE(support::killed_at_change(2, "ssd_op_report", [&] { csv(); }));
+    const Lines left = reports();
+    ASSERT_EQ(left.size(), 1U);
+    // What others left under such names.
+    support::write_file("/root/victim", "keep");
+    fs::create_symlink("/root/victim", "/tmp/.ssd_op_report.a_link");
+    ASSERT_EQ(mkfifo("/tmp/.ssd_op_report.a_fifo", 0600), 0);
+    // A report that is being written while another one is made.
+    appliance().slow("PD_Get_Log_Name", support::Nth(1), 200'000);
+    support::Child other([&] { return csv(); });
+    ASSERT_TRUE(support::eventually([&] {
+        const Lines now = reports();
+        return now.size() == 3 && std::ranges::find(now, left[0]) == now.end();
+    }));
+    EXPECT_EQ(xlsx(), 0);
+    EXPECT_TRUE(other.running());
+    EXPECT_EQ(other.wait(), support::exited(0));
+    EXPECT_THAT(reports(), UnorderedElementsAre("SSD over-provisioning test_T.csv",
+                                                "SSD over-provisioning test_T.xlsx",
+                                                ".ssd_op_report.a_link", ".ssd_op_report.a_fifo"));
+    EXPECT_TRUE(support::exists("/root/victim"));
 }
 
 TEST_F(Report, LeavesNoDescriptorOpenWhenItFails) {

@@ -13,7 +13,8 @@ std::string report_path(std::string_view title, std::string_view suffix);
 
 /// A report in the making. It is written to a new file with a name of its own, which no link can
 /// lead elsewhere, and gets its real name when it is complete. An older report of that name is
-/// deleted first; one that is not published leaves nothing.
+/// deleted first; one that is not published leaves nothing, or, when its process was killed, a file
+/// that the next report removes.
 class ReportFile {
   public:
     explicit ReportFile(const std::string& path);
