@@ -7,8 +7,8 @@
 namespace ssd_op::history {
 
 BulkInsert::BulkInsert(const char* function, sqlite3* db, std::string_view statement)
-    : function_(function), transaction_(db) {
-    if (!transaction_.is_open()) {
+    : function_(function), transaction_(db), begun_(transaction_.is_open()) {
+    if (!begun_) {
         SM_TRACE(SM_TRACE_INFO, "%s: Fail to begin transaction.\n", function_);
         return;
     }

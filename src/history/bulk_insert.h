@@ -17,8 +17,8 @@ class BulkInsert {
 
     /// Whether rows can be inserted.
     explicit operator bool() const { return insert_ != nullptr; }
-    /// Whether the transaction was begun, which the rest depends on.
-    bool has_begun() const { return transaction_.is_open(); }
+    /// Whether the transaction was begun, which the rest depends on; also once it is over.
+    bool has_begun() const { return begun_; }
 
     /// Inserts a row. Texts have to live until the call returns.
     template <typename... Values>
@@ -42,6 +42,7 @@ class BulkInsert {
 
     const char* function_;
     db::Transaction transaction_;  // first: the statement goes before it rolls back
+    bool begun_;
     db::Statement insert_;
 };
 
