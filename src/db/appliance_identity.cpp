@@ -12,16 +12,24 @@ namespace ssd_op::db {
 namespace {
 
 constexpr const char* kUnknown = "--";
-constexpr int kVersionSize = 32;
+constexpr size_t kVersionSize = 32;
 constexpr size_t kSlotEntrySize = 64;
 constexpr int kMegabytesToGigabytes = 10;  // bits
+
+/// Has a platform call fill a field, which it may leave without a NUL. Whether it did.
+template <size_t Size, typename Call>
+bool read_text(char (&field)[Size], Call&& call) {
+    const bool read = call(field, static_cast<int>(Size)) == 0;
+    field[Size - 1] = '\0';
+    return read;
+}
 
 bool read_firmware_version(ssd_op_db_record& record) {
     char version[kVersionSize] = "";
     char number[kVersionSize] = "";
     char build[kVersionSize] = "";
-    if (Get_System_Version(version, kVersionSize) != 0 ||
-        Get_System_Number(number, kVersionSize) != 0 || Get_Build_Number(build, kVersionSize) != 0)
+    if (!read_text(version, Get_System_Version) || !read_text(number, Get_System_Number) ||
+        !read_text(build, Get_Build_Number))
         return false;
     std::snprintf(record.nas_fw_version, sizeof record.nas_fw_version, "%s.%s (%s)", version,
                   number, build);
@@ -73,7 +81,7 @@ void read_memory(ssd_op_db_record& record) {
 }  // namespace
 
 void capture_appliance_identity(const char* function, ssd_op_db_record& record) {
-    if (Get_Display_Model_Name(record.nas_model, sizeof record.nas_model) != 0) {
+    if (!read_text(record.nas_model, Get_Display_Model_Name)) {
         SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS model name.\n", function);
         base::copy_text(record.nas_model, kUnknown);
     }
@@ -81,11 +89,14 @@ void capture_appliance_identity(const char* function, ssd_op_db_record& record) 
         SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS FW version.\n", function);
         base::copy_text(record.nas_fw_version, kUnknown);
     }
-    if (HAL_MB_Get_CPU_Info(record.nas_cpu_info, sizeof record.nas_cpu_info) != 0) {
+    if (!read_text(record.nas_cpu_info, HAL_MB_Get_CPU_Info)) {
         SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS CPU Info.\n", function);
         base::copy_text(record.nas_cpu_info, kUnknown);
     }
-    if (SE_Get_Serial_No(0, record.nas_serial_no, sizeof record.nas_serial_no) != 0) {
+    const auto get_serial_no = [](char* buffer, int size) {
+        return SE_Get_Serial_No(0, buffer, size);
+    };
+    if (!read_text(record.nas_serial_no, get_serial_no)) {
         SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS Serial Number.\n", function);
         base::copy_text(record.nas_serial_no, kUnknown);
     }
