@@ -6,6 +6,7 @@
 //     appliance/run-test build/dev env POLLERS=0 build/dev/bin/progress_run_test
 //     appliance/run-test build/dev env POLLERS=4 build/dev/bin/progress_run_test
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -43,8 +44,21 @@ double wall_seconds() {
 
 bool is_a_percentage(float value) { return value >= 0 && value <= 100; }
 
+/// What a poller is told of the time that the last ratio still takes.
+struct TimeLeft {
+    int told = 0;
+    unsigned long long most = 0, last = 0;
+
+    void take(unsigned long long seconds) {
+        ++told;
+        most = std::max(most, seconds);
+        last = seconds;
+    }
+    bool shrank() const { return told < 4 || last * 2 <= most; }
+};
+
 /// All that a front end asks for. What is wrong with the answers; empty: nothing.
-std::string poll() {
+std::string poll(TimeLeft& time_left) {
     float whole = -1, of_ratio = 0;
     int ratio = 0, step = 1, steps = 3, count = 0;
     unsigned long long left = 0, amount = 0;
@@ -58,6 +72,7 @@ std::string poll() {
     SSD_OP_Test_Get_Current_OP_Test_Value(kRecord, &iops);
     SSD_OP_Test_Get_Remain_Time(kRecord, nullptr, &left);
     SSD_OP_Test_Get_Complete_Test_Count(kRecord, nullptr, &count);
+    if (ratio == 10 && left > 0) time_left.take(left);
     std::ostringstream wrong;
     if (!is_a_percentage(whole)) wrong << " progress " << whole;
     if (!is_a_percentage(of_ratio)) wrong << " progress of the ratio " << of_ratio;
@@ -74,10 +89,11 @@ int keep_polling(int number) {
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "w"),
                                                          &std::fclose);
     int polls = 0, absurd = 0;
+    TimeLeft time_left;
     double spent = 0;
     for (int status = 0; status >= 0 && status < SSD_OP_TEST_STATUS_COMPLETED; ++polls) {
         const double before = wall_seconds();
-        const std::string wrong = poll();
+        const std::string wrong = poll(time_left);
         spent += wall_seconds() - before;
         if (!wrong.empty()) {
             ++absurd;
@@ -85,6 +101,11 @@ int keep_polling(int number) {
         }
         pause_for_milliseconds(100);
         status = status_of(kRecord);
+    }
+    if (!time_left.shrank()) {
+        ++absurd;
+        std::fprintf(stderr, "poller %d: %llu s left at the end, %llu before\n", number,
+                     time_left.last, time_left.most);
     }
     std::fprintf(file.get(), "%d polls, %.0f us each", polls, spent / polls * 1e6);
     return absurd == 0 ? 0 : 1;

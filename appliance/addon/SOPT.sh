@@ -86,11 +86,13 @@ elapsed() {
 }
 
 # Publish how far the current part is, in percent, and the seconds that it still takes. A part that
-# comes after it is taken to last as long.
+# comes after it is taken to last as long; the abort time ends them all.
 publish_part() {
     local later=$((${#PARTS[@]} - 1 - PART))
     PERCENT=$(((100 * PART + $1) / ${#PARTS[@]}))
+    local allowed=$((ABORT_TIME - ELAPSED_MS / 1000))
     ETA=$(($2 + later * (ELAPSED_MS / 1000 + $2)))
+    ((ABORT_TIME == 0 || ETA <= allowed)) || ETA=$((allowed > 0 ? allowed : 0))
     publish
 }
 

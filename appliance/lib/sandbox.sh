@@ -94,7 +94,7 @@ make_environment() {
 make_inside() {
     make_environment
     inside=(/usr/bin/setpriv --bounding-set "$capabilities" --no-new-privs
-        /usr/bin/env -i -C /root "${environment[@]}")
+        /usr/bin/env --default-signal=INT,QUIT -i -C /root "${environment[@]}")
 }
 
 run_inside() {
@@ -102,5 +102,7 @@ run_inside() {
     local join=(nsenter --target "$sandbox_pid" --mount --pid --ipc --net --uts)
     [[ $(id -u) -eq 0 ]] || join+=(--user --preserve-credentials)
     make_inside
+    # Ctrl-C is for the command, which may have more to do and an exit status to give.
+    trap '' INT QUIT
     exec "${join[@]}" "${inside[@]}" "$@"
 }

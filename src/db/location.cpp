@@ -117,7 +117,7 @@ void settle_journal(const std::string& path) {
 
 int move_file(const std::string& from, const std::string& to) {
     settle_journal(from);
-    ::unlink((to + "-journal").c_str());  // of an older file there
+    if (is_there(from)) ::unlink((to + "-journal").c_str());  // of an older file there
     return base::run("/bin/mv -f " + base::shell_word(from) + " " + base::shell_word(to) +
                      " &>/dev/null 2>>/dev/null");
 }
