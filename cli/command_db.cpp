@@ -18,7 +18,6 @@ namespace cli {
 
 namespace {
 
-constexpr int kCurrentVersion = 6;
 constexpr int kOldestKept = 2;  // on the way below it, and up from there, the database is deleted
 constexpr uint64_t kKib = 1024;
 
@@ -127,7 +126,7 @@ void report_version(int result, const Options& options) {
             kFailed, "The database has not reached that version.",
             "It is whole, at a version between. The appliance's trace log tells why; then "
             "try again.");
-    const int version = check_database(find_database().path).version;
+    const int version = database_version(find_database().path);
     const size_t count = record_nos().size();
     if (options.json)
         print_json({{"version", version}, {"records", count}});
@@ -138,7 +137,7 @@ void report_version(int result, const Options& options) {
 void upgrade(const Options& options) {
     const Place place = find_database();
     refuse_running(record_nos(), "the database stays as it is meanwhile.");
-    const int version = check_database(place.path).version;
+    const int version = database_version(place.path);
     if (version >= 0 && version < kOldestKept) {
         ask_before_change(options, fmt::format("The database has version {}, which cannot be "
                                                "carried over: ALL RECORDS WILL BE LOST.",
@@ -171,12 +170,21 @@ Json check_json(const DatabaseCheck& check) {
     return json;
 }
 
+std::string version_text(int version) {
+    if (version == kNoVersion) return "unreadable";
+    if (version < kCurrentVersion)
+        return fmt::format("{}; ssd-op db upgrade brings it up", version);
+    if (version == kCurrentVersion) return std::to_string(version);
+    return fmt::format("{}; made by a newer program, this one knows up to {}", version,
+                       kCurrentVersion);
+}
+
 void print_check(const DatabaseCheck& check) {
-    fmt::print("Version    {}{}\n", check.version,
-               check.version == kCurrentVersion ? "" : "; ssd-op db upgrade brings it up");
+    fmt::print("Version    {}\n", version_text(check.version));
     fmt::print("File       {}\n", check.damages.empty() ? "whole" : "DAMAGED");
     for (const std::string& damage : check.damages) fmt::print("  {}\n", printable(damage));
-    if (check.dangling.empty()) fmt::print("References all lead to something\n");
+    if (check.dangling.empty() && check.damages.empty())
+        fmt::print("References all lead to something\n");
     for (const Dangling& each : check.dangling) {
         fmt::print("References {} of {} lead to nothing in {}{}\n",
                    count_text(static_cast<size_t>(each.rows), "row"), each.table, each.parent,

@@ -1,6 +1,7 @@
 #include "database_check.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <memory>
 
@@ -18,7 +19,11 @@ namespace {
 /// The lock that every call of the library holds while it uses the database.
 class DatabaseLock {
   public:
-    DatabaseLock() : handle_(Ini_Conf_Write_Lock_File("kova_ssd_op_db")) {}
+    DatabaseLock() : handle_(Ini_Conf_Write_Lock_File("kova_ssd_op_db")) {
+        if (handle_ < 0)
+            throw Failure(kFailed, "The database's lock cannot be had.",
+                          "Try again; the appliance's trace log tells more.");
+    }
     DatabaseLock(const DatabaseLock&) = delete;
     DatabaseLock& operator=(const DatabaseLock&) = delete;
     ~DatabaseLock() { Ini_Conf_Unlock_File(handle_); }
@@ -61,6 +66,11 @@ std::string text(sqlite3_stmt* row, int column) {
     return value == nullptr ? "" : reinterpret_cast<const char*>(value);
 }
 
+void query_version(sqlite3* connection, std::vector<std::string>& damages, int& version) {
+    query(connection, "SELECT version FROM DB_VERSION", damages,
+          [&](sqlite3_stmt* row) { version = sqlite3_column_int(row, 0); });
+}
+
 }  // namespace
 
 bool Dangling::is_left_by_limit() const {
@@ -72,18 +82,29 @@ bool DatabaseCheck::is_sound() const {
                                           [](const auto& rows) { return rows.is_left_by_limit(); });
 }
 
+int database_version(const std::string& path) {
+    int version = kNoVersion;
+    std::vector<std::string> ignored;
+    const DatabaseLock lock;
+    query_version(open_for_reading(path).get(), ignored, version);
+    return version;
+}
+
 DatabaseCheck check_database(const std::string& path) {
+    // The library would make a database of it.
+    std::error_code ignored;
+    if (std::filesystem::file_size(path, ignored) == 0)
+        return {kNoVersion, {"the file is empty"}, {}};
     // Undoes what a killed process left half done, which a reader alone cannot.
     SSD_OP_DB_Query_Record_Count();
     const DatabaseLock lock;
     const Connection connection = open_for_reading(path);
     DatabaseCheck check{};
-    check.version = -1;
+    check.version = kNoVersion;
     query(connection.get(), "PRAGMA integrity_check", check.damages, [&](sqlite3_stmt* row) {
         if (text(row, 0) != "ok") check.damages.push_back(text(row, 0));
     });
-    query(connection.get(), "SELECT version FROM DB_VERSION", check.damages,
-          [&](sqlite3_stmt* row) { check.version = sqlite3_column_int(row, 0); });
+    query_version(connection.get(), check.damages, check.version);
     query(connection.get(),
           "SELECT \"table\", parent, count(*) FROM pragma_foreign_key_check GROUP BY 1, 2",
           check.damages, [&](sqlite3_stmt* row) {

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <iterator>
 #include <new>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "database_check.h"
 #include "failure.h"
 #include "platform/hal.h"
 
@@ -35,6 +35,15 @@ std::string known_records() {
                        fmt::join(numbers, ", "));
 }
 
+std::string advice_for_unreadable() {
+    std::array<char, 256> path{};
+    int location = SSD_OP_DB_LOCATION_NONE;
+    SSD_OP_DB_Get_Location(&location, path.data(), static_cast<int>(path.size()));
+    const int version = database_version(path.data());
+    if (version == kNoVersion || version >= kCurrentVersion) return "ssd-op db check tells more.";
+    return fmt::format("The database has version {}; ssd-op db upgrade brings it up.", version);
+}
+
 }  // namespace
 
 bool has_database() {
@@ -49,7 +58,7 @@ std::vector<int> record_nos() {
     std::vector<int> numbers(static_cast<size_t>(std::max(count, 1)));
     const int found = SSD_OP_DB_Query_Record_No(numbers.data(), static_cast<int>(numbers.size()));
     if (count < 0 || found < 0)
-        throw Failure(kFailed, "The database cannot be read.", "ssd-op db check tells more.");
+        throw Failure(kFailed, "The database cannot be read.", advice_for_unreadable());
     numbers.resize(static_cast<size_t>(found));
     return numbers;
 }
@@ -66,21 +75,21 @@ Record load_record(int record_no) {
     if (SSD_OP_DB_Query_Record(record_no, record.get()) != 0 ||
         SSD_OP_DB_Query_Record_Test_Data(record.get(), record_no) != 0) {
         throw Failure(kFailed, fmt::format("Record {} cannot be read.", record_no),
-                      "The appliance's trace log tells why.");
+                      advice_for_unreadable());
     }
     return record;
 }
 
-std::vector<Record> load_records(int status) {
+std::vector<Record> load_records() {
     std::vector<Record> records;
     if (!has_database()) return records;
     for (int offset = 0;; offset += kPage) {
         const size_t before = records.size();
         ssd_op_db_record* page = nullptr;
-        const int result = SSD_OP_DB_Query_Record_Simple(&page, offset, kPage, status);
+        const int result = SSD_OP_DB_Query_Record_Simple(&page, offset, kPage, SSD_OP_ANY_STATUS);
         append(records, page);
         if (result != 0)
-            throw Failure(kFailed, "The records cannot be read.", "ssd-op db check tells more.");
+            throw Failure(kFailed, "The records cannot be read.", advice_for_unreadable());
         if (records.size() == before) break;
     }
     std::sort(records.begin(), records.end(),
@@ -88,14 +97,11 @@ std::vector<Record> load_records(int status) {
     return records;
 }
 
+/// All are loaded at once: one that moves on meanwhile is found, and found once.
 std::vector<Record> load_running_records() {
-    std::vector<Record> running;
-    for (const int status : {SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_TESTING,
-                             SSD_OP_TEST_STATUS_FINISHING}) {
-        auto records = load_records(status);
-        std::move(records.begin(), records.end(), std::back_inserter(running));
-    }
-    return running;
+    std::vector<Record> records = load_records();
+    std::erase_if(records, [](const Record& record) { return !is_running(record->status); });
+    return records;
 }
 
 bool is_running(int status) {

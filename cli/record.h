@@ -26,8 +26,8 @@ void require_record(int record_no);
 /// @throws Failure when there is none of that number, telling which there are
 Record load_record(int record_no);
 
-/// All records, oldest first; or those of a status.
-std::vector<Record> load_records(int status = SSD_OP_ANY_STATUS);
+/// All records, oldest first.
+std::vector<Record> load_records();
 
 /// The records that are initiating, testing or finishing.
 std::vector<Record> load_running_records();
