@@ -44,6 +44,7 @@ Json to_json(const Drive& drive) {
             {"raid_id", or_null(drive.raid_id)},
             {"pool_id", or_null(drive.pool_id)},
             {"evaluation", or_null(drive.record_no)},
+            {"broken_off", drive.broken_off},
             {"left_by", or_null(drive.left_by)}};
 }
 

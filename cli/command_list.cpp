@@ -6,6 +6,7 @@
 #include "layout.h"
 #include "record.h"
 #include "record_output.h"
+#include "snapshot.h"
 #include "table.h"
 #include "terminal.h"
 #include "text.h"
@@ -35,7 +36,8 @@ void print_table(const std::vector<Record>& records) {
                  {"Title"}});
     for (const Record& record : records) {
         table.add(
-            {std::to_string(record->record_no), status_word(record->status),
+            {std::to_string(record->record_no),
+             has_broken_off(*record) ? "broken off" : status_word(record->status),
              moment_text(record->start_time), took(*record), layout_of(*record),
              fmt::format("{} to {} %, step {}", record->min_op, record->max_op, record->interval),
              printable(record->title)});
@@ -47,6 +49,7 @@ void print_table(const std::vector<Record>& records) {
 Json to_json(const ssd_op_db_record& record) {
     Json json = record_head_json(record);
     const auto* group = record.raid_conf;
+    json["broken_off"] = has_broken_off(record);
     json["raid_level"] = group != nullptr ? Json(group->raid_level) : Json(nullptr);
     json["drives"] = drives_of(record).size();
     return json;

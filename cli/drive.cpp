@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <set>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -13,6 +14,7 @@
 #include "platform/hal.h"
 #include "platform/storage.h"
 #include "record.h"
+#include "snapshot.h"
 #include "text.h"
 
 namespace cli {
@@ -71,13 +73,16 @@ Drive load_drive(uint32_t id) {
 /// Which evaluation has it, or had it. All running ones are looked at, not the newest alone.
 void add_evaluations(std::vector<Drive>& drives) {
     std::map<uint32_t, int> evaluations;
+    std::set<int> broken_off;
     for (const Record& record : load_running_records()) {
+        if (has_broken_off(*record)) broken_off.insert(record->record_no);
         for (const ssd_op_db_ssd_dev* drive : drives_of(*record))
             evaluations[drive->dev_id] = record->record_no;
     }
     const std::map<int, int> left = left_groups();
     for (Drive& drive : drives) {
         drive.record_no = number_or_zero(evaluations, drive.id);
+        drive.broken_off = broken_off.contains(drive.record_no);
         if (drive.record_no == 0) drive.left_by = number_or_zero(left, drive.raid_id);
     }
 }
@@ -118,6 +123,9 @@ const Drive& find_drive(const std::vector<Drive>& drives, const std::string& nam
 }
 
 std::string use_of(const Drive& drive) {
+    if (drive.broken_off)
+        return fmt::format("in evaluation {0}, broken off; ssd-op stop {0} frees it",
+                           drive.record_no);
     if (drive.record_no != 0) return fmt::format("in evaluation {}", drive.record_no);
     if (drive.left_by != 0)
         return fmt::format("left by evaluation {0}; ssd-op stop {0} frees it", drive.left_by);

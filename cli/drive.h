@@ -18,11 +18,12 @@ struct Drive {
     uint64_t capacity_bytes;
     uint64_t data_bytes;  // of the data partition, or of the drive when it has none
     bool is_ssd;
-    bool is_fast;   // not behind SATA or SAS
-    int raid_id;    // group that holds it; -1: none
-    int pool_id;    // pool over that group; -1: none
-    int record_no;  // running evaluation that it is in; 0: none
-    int left_by;    // evaluation that has ended and left the group; 0: none
+    bool is_fast;     // not behind SATA or SAS
+    int raid_id;      // group that holds it; -1: none
+    int pool_id;      // pool over that group; -1: none
+    int record_no;    // running evaluation that it is in; 0: none
+    bool broken_off;  // that evaluation's process is gone
+    int left_by;      // evaluation that has ended and left the group; 0: none
 
     bool is_free() const { return raid_id < 0 && record_no == 0; }
 };

@@ -24,10 +24,9 @@ namespace fs = std::filesystem;
 
 // Emptied when the appliance starts, as no driver survives that.
 constexpr const char* kDirectory = "/run";
+constexpr const char* kNamedMark = "/run/ssd-op.record-";
 
-std::string path_of_record(int record_no) {
-    return fmt::format("{}/ssd-op.record-{}", kDirectory, record_no);
-}
+std::string path_of_record(int record_no) { return fmt::format("{}{}", kNamedMark, record_no); }
 
 /// Record numbers are used again once all records are deleted; then the start tells them apart.
 std::string identity(const ssd_op_db_record& record) {
@@ -46,12 +45,24 @@ bool has_arguments(const fs::path& process) {
     return line.find_first_not_of(std::string_view(" \0", 2), name_end) != std::string::npos;
 }
 
-/// Has loaded the library, and is neither another command nor the test script's helper.
+/// Its mark names the record that it drives, which is not the one in question.
+bool is_driver_of_another(const fs::path& process) {
+    std::error_code error;
+    const fs::directory_iterator files(process / "fd", error);
+    return std::any_of(begin(files), end(files), [](const fs::directory_entry& file) {
+        std::error_code gone;
+        return fs::read_symlink(file.path(), gone).string().starts_with(kNamedMark);
+    });
+}
+
+/// Has loaded the library, and is neither another command, nor the test script's helper, nor
+/// another record's driver.
 bool could_be_driver(const fs::path& process) {
     std::error_code error;
     const std::string program = fs::read_symlink(process / "exe", error).filename();
     if (program == "disk_opr_util" || (program == "ssd-op" && has_arguments(process))) return false;
-    return content_of(process / "maps").find("/libssd_op.so") != std::string::npos;
+    return content_of(process / "maps").find("/libssd_op.so") != std::string::npos &&
+           !is_driver_of_another(process);
 }
 
 bool some_process_could_be_driver() {

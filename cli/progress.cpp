@@ -4,17 +4,8 @@
 
 namespace cli {
 
-namespace {
-
-constexpr double kNotDone = 99.9;
-
-}  // namespace
-
 void Progress::correct(Snapshot& snapshot) {
-    if (snapshot.status == SSD_OP_TEST_STATUS_COMPLETED)
-        highest_ = 100;
-    else if (is_running(snapshot.status))
-        highest_ = std::max(highest_, std::min(snapshot.percent, kNotDone));
+    highest_ = std::max(highest_, snapshot.percent);
     snapshot.percent = highest_;
 }
 

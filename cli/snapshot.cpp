@@ -1,5 +1,7 @@
 #include "snapshot.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "leftover.h"
@@ -11,6 +13,7 @@ namespace {
 
 constexpr int kFillingMark =
     -1;  // in place of a ratio; other negative ones: there is none any more
+constexpr double kNotDone = 99.9;
 
 void add_place(Snapshot& snapshot, ssd_op_db_record& record, int ratio) {
     snapshot.ratio = ratio;
@@ -22,6 +25,7 @@ void add_place(Snapshot& snapshot, ssd_op_db_record& record, int ratio) {
 void add_activity(Snapshot& snapshot, ssd_op_db_record& record) {
     int ratio = 0;
     if (SSD_OP_Test_Get_Current_OP_Percentage(snapshot.record_no, &ratio) != 0) return;
+    if (ratio > record.max_op || (ratio >= 0 && ratio < record.min_op)) return;  // none of its own
     if (ratio >= 0) {
         snapshot.activity = Activity::kMeasuring;
         add_place(snapshot, record, ratio);
@@ -45,11 +49,23 @@ void add_figures(Snapshot& snapshot, ssd_op_db_record& record) {
 /// driver is read once more.
 void add_driver(Snapshot& snapshot, ssd_op_db_record& record) {
     snapshot.driver = Driver::kGone;
-    if (record.end_time != 0 && !is_running(record.status)) return;
-    snapshot.driver = driver_of(record);
-    if (!snapshot.is_orphan()) return;
-    record.status = SSD_OP_DB_Query_Record_Status(record.record_no);
-    snapshot.status = record.status;
+    if (record.end_time == 0 || is_running(record.status)) snapshot.driver = driver_of(record);
+    if (snapshot.is_orphan()) {
+        record.status = SSD_OP_DB_Query_Record_Status(record.record_no);
+        snapshot.status = record.status;
+    }
+    snapshot.left_storage = has_left_storage(record, snapshot.driver);
+    // Some process could be its driver, but there is nothing that it would have to remove.
+    if (snapshot.is_closing() && snapshot.driver == Driver::kUnknown && !snapshot.left_storage)
+        snapshot.driver = Driver::kGone;
+}
+
+double percent_of(ssd_op_db_record& record) {
+    if (record.status == SSD_OP_TEST_STATUS_COMPLETED) return 100;
+    float percent = 0;
+    if (!is_running(record.status)) return 0;
+    SSD_OP_Test_Get_Progress(record.record_no, &record, &percent);
+    return std::min(static_cast<double>(percent), kNotDone);
 }
 
 const char* activity_text(const Snapshot& snapshot) {
@@ -74,29 +90,31 @@ Snapshot take_snapshot(ssd_op_db_record& record) {
     snapshot.title = record.title;
     snapshot.status = record.status;
     add_driver(snapshot, record);
-    snapshot.left_storage = has_left_storage(record, snapshot.driver);
-    float percent = 0;
-    SSD_OP_Test_Get_Progress(record.record_no, &record, &percent);
-    snapshot.percent = percent;
+    snapshot.percent = percent_of(record);
     if (record.status != SSD_OP_TEST_STATUS_TESTING) return snapshot;
     add_activity(snapshot, record);
     if (snapshot.activity == Activity::kFilling || snapshot.activity == Activity::kMeasuring)
         add_figures(snapshot, record);
+    if (snapshot.is_orphan()) snapshot.remaining_seconds.reset();  // it never comes to that
     return snapshot;
 }
 
+bool has_broken_off(const ssd_op_db_record& record) {
+    return is_running(record.status) && driver_of(record) == Driver::kGone &&
+           is_running(SSD_OP_DB_Query_Record_Status(record.record_no));
+}
+
 std::string phase_text(const Snapshot& snapshot) {
-    const std::string phase = status_word(snapshot.status);
+    std::string phase = status_word(snapshot.status);
+    if (snapshot.is_orphan()) phase = "broken off while " + phase;
     if (!snapshot.ratio) return phase + activity_text(snapshot);
     return fmt::format("{}: OP {} % ({} of {})", phase, *snapshot.ratio, snapshot.ratio_no,
                        snapshot.ratio_count);
 }
 
 std::string progress_line(const Snapshot& snapshot) {
-    const bool has_share =
-        is_running(snapshot.status) || snapshot.status == SSD_OP_TEST_STATUS_COMPLETED;
     std::string line = phase_text(snapshot);
-    if (has_share) line = fmt::format("{:5.1f} %  {}", snapshot.percent, line);
+    if (snapshot.has_percent()) line = fmt::format("{:5.1f} %  {}", snapshot.percent, line);
     if (snapshot.remaining_seconds)
         line += fmt::format(", about {} left",
                             duration_text(static_cast<double>(*snapshot.remaining_seconds)));
@@ -125,7 +143,7 @@ Json snapshot_json(const Snapshot& snapshot) {
             {"running", is_running(snapshot.status)},
             {"broken_off", snapshot.is_orphan()},
             {"left_storage", snapshot.left_storage},
-            {"percent", snapshot.percent},
+            {"percent", snapshot.has_percent() ? Json(snapshot.percent) : Json(nullptr)},
             {"ratio", or_null(snapshot.ratio)},
             {"ratio_no", if_positive(snapshot.ratio_no)},
             {"ratio_count", if_positive(snapshot.ratio_count)},

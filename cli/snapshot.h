@@ -23,7 +23,7 @@ struct Snapshot {
     std::string title;
     int status;
     Driver driver;   // kGone once it has ended
-    double percent;  // of the whole way
+    double percent;  // of the whole way; below 100 until it has completed, 0 when it never will
     Activity activity = Activity::kNothing;
     std::optional<int> ratio;  // measured now
     int ratio_no = 0;          // its place, from 1
@@ -36,9 +36,16 @@ struct Snapshot {
 
     /// Its record says that it runs, but no process is left that would bring it to an end.
     bool is_orphan() const { return is_running(status) && driver == Driver::kGone; }
+    /// Whether `percent` says anything.
+    bool has_percent() const {
+        return is_running(status) || status == SSD_OP_TEST_STATUS_COMPLETED;
+    }
     /// Stopped or failed, and its driver is still taking the storage down.
     bool is_closing() const { return !is_running(status) && driver != Driver::kGone; }
 };
+
+/// Whether the record says that it runs, and no process is left that would bring it to an end.
+bool has_broken_off(const ssd_op_db_record& record);
 
 Snapshot take_snapshot(ssd_op_db_record& record);
 

@@ -42,7 +42,7 @@ std::string minute_line(const Snapshot& snapshot, const std::vector<Temperature>
 void LiveView::show(const Snapshot& snapshot, const ssd_op_db_record& record) {
     std::vector<std::string> lines = {
         fmt::format("Evaluation {} \"{}\"", snapshot.record_no, printable(snapshot.title)),
-        bar(snapshot.percent) + " " + progress_line(snapshot)};
+        bar(snapshot.percent), progress_line(snapshot)};
     for (std::string& part :
          std::vector{step_text(snapshot), each_text(temperatures_.read(record))}) {
         if (!part.empty()) lines.push_back(std::move(part));
