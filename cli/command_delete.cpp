@@ -8,7 +8,6 @@
 #include "commands.h"
 #include "failure.h"
 #include "record.h"
-#include "snapshot.h"
 #include "terminal.h"
 #include "text.h"
 
@@ -46,16 +45,6 @@ void ask(const std::vector<int>& chosen) {
         throw Failure(kNotConfirmed, "Nothing has been deleted.");
 }
 
-/// Without its record, nobody could tell whose storage it is.
-void refuse_left_storage(const std::vector<int>& chosen) {
-    for (const int record_no : chosen) {
-        const Snapshot snapshot = take_snapshot(*load_record(record_no));
-        if (snapshot.left_storage)
-            throw Failure(kRefused, fmt::format("Evaluation {} has left storage.", record_no),
-                          fmt::format("Remove it first: ssd-op stop {}", record_no));
-    }
-}
-
 void remove(int record_no) {
     if (SSD_OP_DB_Delete_Record(record_no) == 0) return;
     throw Failure(kFailed,
@@ -68,8 +57,7 @@ void run(const Options& options) {
     if (!options.all && options.record_nos.empty())
         throw Failure(kWrongUsage, "Which records?", "Name their numbers, or say --all.");
     const std::vector<int> chosen = choose(options);
-    refuse_running(chosen, "its record cannot be deleted.");
-    refuse_left_storage(chosen);
+    refuse_held(chosen, "its record cannot be deleted.");
     if (!options.yes && !chosen.empty()) ask(chosen);
     if (options.all && !chosen.empty()) {
         remove(kAllRecords);
@@ -94,8 +82,8 @@ void add_delete_command(CLI::App& app) {
     command->add_flag("--yes", options->yes, "Do not ask");
     add_json_flag(*command, options->json);
     command->footer(
-        "Records of evaluations that run, or have left storage, are refused, and nothing is "
-        "deleted then.\n"
+        "Records of evaluations that run, still close, or have left storage are refused, and "
+        "nothing is deleted then.\n"
         "\n"
         "Example:\n"
         "  ssd-op delete 3 4");

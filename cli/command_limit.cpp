@@ -15,36 +15,18 @@ namespace cli {
 
 namespace {
 
-constexpr int kLimitOfANewDatabase = 30;
-
 struct Options {
     std::optional<int> limit;
     bool yes = false;
     bool json = false;
 };
 
-int load_limit() {
-    if (!has_database()) return kLimitOfANewDatabase;
-    const int limit = SSD_OP_DB_Query_Max_Record_Limit();
-    if (limit < 0)
-        throw Failure(kFailed, "The limit cannot be read.", "The appliance's trace log tells why.");
-    return limit;
-}
-
-/// The oldest records that a limit has no room for.
-std::vector<int> beyond(int limit) {
-    std::vector<int> numbers = record_nos();
-    const auto most = static_cast<size_t>(limit);
-    numbers.resize(numbers.size() > most ? numbers.size() - most : 0);
-    return numbers;
-}
-
 void change(int limit, bool yes) {
     if (limit <= 0)
         throw Failure(kRefused, fmt::format("{} records cannot be kept.", limit),
                       "Give a limit of 1 or more.");
     const std::vector<int> dropped = beyond(limit);
-    refuse_running(dropped, "its record is among those that would be deleted.");
+    refuse_held(dropped, "its record is among those that would be deleted.");
     if (!dropped.empty() && !yes &&
         !confirmed(fmt::format("This deletes the {} up to number {}. Go on?",
                                count_text(dropped.size(), "oldest record"), dropped.back()))) {

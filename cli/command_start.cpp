@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "choice.h"
 #include "commands.h"
 #include "failure.h"
 #include "launch.h"
@@ -45,6 +46,16 @@ void report_start(int record_no, const Plan& plan, const Options& options) {
     }
 }
 
+void ask(const Plan& plan, bool plan_is_unseen) {
+    if (plan_is_unseen) fmt::print(stderr, "{}", plan_text(plan));
+    const std::string also =
+        plan.dropped.empty() ? "" : fmt::format(", deleting {}", dropped_text(plan));
+    if (!confirmed(fmt::format("\nStart the evaluation{}?", also)))
+        throw Failure(kNotConfirmed, "Nothing has been done.");
+    if (dropped_by_start() != plan.dropped)
+        throw Failure(kRefused, "Other records would be deleted by now.", "Start again.");
+}
+
 void run(const Options& options) {
     const Plan plan = make_plan(options.request);
     if (options.dry_run) {
@@ -54,15 +65,18 @@ void run(const Options& options) {
     }
     if (!options.json) fmt::print("{}", plan_text(plan));
     std::fflush(stdout);
-    if (!options.yes) {
-        if (options.json) fmt::print(stderr, "{}", plan_text(plan));
-        if (!confirmed("\nStart the evaluation?"))
-            throw Failure(kNotConfirmed, "Nothing has been done.");
-    }
+    if (!options.yes) ask(plan, options.json);
     const int record_no = launch(plan);
     if (!options.foreground || !options.json) report_start(record_no, plan, options);
     if (options.foreground) follow_to_the_end(record_no, options);
 }
+
+/// CLI11 takes "-5" for a very large unsigned number.
+const CLI::Validator kNotNegative(
+    [](const std::string& number) {
+        return number.starts_with('-') ? number + " is negative" : std::string();
+    },
+    "");
 
 void add_request_options(CLI::App& command, Request& request) {
     command.add_option("--raid", request.raid, "RAID level: 0, 1, 5, 6, 10 or single")->required();
@@ -79,14 +93,17 @@ void add_request_options(CLI::App& command, Request& request) {
         ->capture_default_str();
     command
         .add_option("--test-size", request.test_size_mib, "MiB of the volume to test; 0: all of it")
+        ->check(kNotNegative)
         ->capture_default_str();
     command
         .add_option("--min-iops", request.min_iops,
                     "Give a ratio up that stays below this rate; 0: never")
+        ->check(kNotNegative)
         ->capture_default_str();
     command
         .add_option("--abort-time", request.abort_time,
                     "Give a ratio up after these seconds; 0: never")
+        ->check(kNotNegative)
         ->capture_default_str();
     command.add_flag("--stop-services", request.stop_services,
                      "Stop the file services while the storage is created");

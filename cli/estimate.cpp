@@ -1,6 +1,7 @@
 #include "estimate.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include <fmt/format.h>
 
@@ -73,7 +74,7 @@ class Estimate {
         if (type != SSD_OP_TEST_TYPE_RANDOM) time = time + part(op, sequential_);
         if (type != SSD_OP_TEST_TYPE_SEQUENTIAL) time = time + part(op, random_);
         if (plan_.param.abort_time > 0) {
-            const double most = plan_.param.abort_time + 60;  // it is looked at after each round
+            const double most = plan_.param.abort_time + 60.0;  // it is looked at after each round
             time = {std::min(time.shortest, most), std::min(time.longest, most)};
         }
         return time;
@@ -106,7 +107,9 @@ uint64_t usable_bytes(const Plan& plan, int op) {
 TimeRange estimate_time(const Plan& plan) { return Estimate(plan).whole(); }
 
 std::string time_range_text(const TimeRange& range) {
-    const auto minutes = [](double seconds) { return std::max(60.0, 60.0 * int(seconds / 60)); };
+    const auto minutes = [](double seconds) {
+        return std::max(60.0, 60 * std::floor(seconds / 60));
+    };
     return fmt::format("{} to {}", duration_text(minutes(range.shortest)),
                        duration_text(minutes(range.longest)));
 }

@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include "choice.h"
+#include "estimate.h"
 #include "failure.h"
 #include "text.h"
 
@@ -13,6 +15,7 @@ namespace cli {
 
 namespace {
 
+constexpr uint64_t kMib = uint64_t{1024} * 1024;
 constexpr int kMostOp = 99;  // a ratio of 100 would leave no volume to measure
 
 Failure refusal(const std::string& what, const std::string& advice) {
@@ -45,8 +48,6 @@ void check_limits(const Request& request) {
                                   request.interval),
                       "Give an interval of 1 or more.");
     }
-    if (request.abort_time < 0)
-        throw refusal("--abort-time cannot be negative.", "0 stands for never.");
 }
 
 std::vector<int> make_ratios(const Request& request) {
@@ -72,6 +73,10 @@ void check_drive(const Drive& drive) {
     if (!drive.is_ssd)
         throw refusal(fmt::format("{} is not an SSD.", described(drive)),
                       "Only SSDs can be evaluated; ssd-op drives tells which they are.");
+    if (drive.broken_off)
+        throw refusal(fmt::format("{} is in evaluation {}, which broke off.", described(drive),
+                                  drive.record_no),
+                      fmt::format("Free it first: ssd-op stop {}", drive.record_no));
     if (drive.record_no != 0)
         throw refusal(
             fmt::format("{} is in evaluation {}, which has not ended.", described(drive),
@@ -82,12 +87,19 @@ void check_drive(const Drive& drive) {
                       "Take a drive that ssd-op drives shows as free.");
 }
 
+/// "Disk 1, Disk 2" is how people write a list.
+std::string trimmed(const std::string& name) {
+    const size_t begin = name.find_first_not_of(' ');
+    return begin == std::string::npos ? ""
+                                      : name.substr(begin, name.find_last_not_of(' ') + 1 - begin);
+}
+
 std::vector<Drive> choose_drives(const std::vector<std::string>& names) {
     const std::vector<Drive> present = load_drives();
     std::vector<Drive> chosen;
     std::set<uint32_t> ids;
     for (const std::string& name : names) {
-        const Drive& drive = find_drive(present, name);
+        const Drive& drive = find_drive(present, trimmed(name));
         if (!ids.insert(drive.id).second)
             throw refusal(fmt::format("{} is named twice.", described(drive)),
                           "Name each drive once.");
@@ -95,6 +107,14 @@ std::vector<Drive> choose_drives(const std::vector<std::string>& names) {
         chosen.push_back(drive);
     }
     return chosen;
+}
+
+void check_test_size(const Request& request, const Plan& plan) {
+    const uint64_t whole = usable_bytes(plan);
+    if (request.test_size_mib <= whole / kMib) return;
+    throw refusal(
+        fmt::format("A --test-size of {} MiB is more than the volume has.", request.test_size_mib),
+        fmt::format("That is about {} MiB; 0 stands for all of it.", whole / kMib));
 }
 
 int test_type(const Request& request) {
@@ -136,7 +156,9 @@ Plan make_plan(const Request& request) {
     plan.drives = choose_drives(request.drives);
     check_layout(plan.layout);
     check_addon();
+    check_test_size(request, plan);
     plan.param = make_param(request, plan);
+    plan.dropped = dropped_by_start();
     return plan;
 }
 

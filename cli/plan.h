@@ -31,6 +31,7 @@ struct Plan {
     std::vector<Drive> drives;
     std::vector<int> ratios;
     ssd_op_test_param param;
+    std::vector<int> dropped;  // records that the limit drops for the new one
 };
 
 /// @throws Failure that names the first rule which the request breaks

@@ -1,6 +1,7 @@
 #include "plan_output.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "estimate.h"
 #include "table.h"
@@ -18,6 +19,17 @@ const char* type_word(int test_type) {
             return "sequential writes of 1 MiB, then random ones of 4 KiB";
         default:
             return "random writes of 4 KiB";
+    }
+}
+
+const char* type_name(int test_type) {
+    switch (test_type) {
+        case SSD_OP_TEST_TYPE_SEQUENTIAL:
+            return "sequential";
+        case SSD_OP_TEST_TYPE_ALL:
+            return "all";
+        default:
+            return "random";
     }
 }
 
@@ -58,11 +70,18 @@ std::string plan_text(const Plan& plan) {
         text += fmt::format("Tested area: {} MiB of the volume.\n", plan.param.test_size);
     text += services_text(plan) + "\n";
     text += fmt::format("It takes about {}.\n", time_range_text(estimate_time(plan)));
+    if (!plan.dropped.empty())
+        text += fmt::format("The record limit deletes {} for it.\n", dropped_text(plan));
     text +=
         fmt::format("\nALL DATA ON {} WILL BE LOST.\n",
                     plan.drives.size() == 1 ? "THIS DRIVE"
                                             : fmt::format("THESE {} DRIVES", plan.drives.size()));
     return text;
+}
+
+std::string dropped_text(const Plan& plan) {
+    return fmt::format("{} {}", plan.dropped.size() == 1 ? "record" : "records",
+                       fmt::join(plan.dropped, ", "));
 }
 
 Json plan_json(const Plan& plan) {
@@ -81,11 +100,16 @@ Json plan_json(const Plan& plan) {
     json["ratios"] = Json::array();
     for (const int op : plan.ratios)
         json["ratios"].push_back({{"op", op}, {"usable_bytes", usable_bytes(plan, op)}});
+    json["interval"] = plan.param.interval;
+    json["test_type"] = type_name(plan.param.test_type);
     json["test_size_mib"] = plan.param.test_size;
+    json["min_iops"] = plan.param.min_iops;
+    json["abort_seconds"] = plan.param.abort_time;
     json["stop_services"] = plan.param.stop_service != 0;
     const TimeRange time = estimate_time(plan);
     json["shortest_seconds"] = static_cast<int64_t>(time.shortest);
     json["longest_seconds"] = static_cast<int64_t>(time.longest);
+    json["dropped_records"] = plan.dropped;
     return json;
 }
 
