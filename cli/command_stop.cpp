@@ -1,13 +1,19 @@
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include "child_answer.h"
 #include "choice.h"
 #include "commands.h"
 #include "failure.h"
+#include "interrupt.h"
 #include "leftover.h"
 #include "requester.h"
 #include "snapshot.h"
@@ -36,23 +42,30 @@ bool removes_left_storage(const Snapshot& snapshot, const Options& options) {
     return snapshot.left_storage && !options.keep_storage && !options.failed;
 }
 
+Snapshot choose_one(int record_no, const Options& options) {
+    const Snapshot snapshot = take_snapshot(*load_record(record_no));
+    if (is_running(snapshot.status) || removes_left_storage(snapshot, options)) return snapshot;
+    std::string advice = "ssd-op status tells which are.";
+    if (snapshot.is_closing()) advice = closing_text(snapshot);
+    if (snapshot.left_storage && options.failed)
+        advice = "It has left storage; without --failed, that is removed.";
+    throw Failure(kRefused,
+                  fmt::format("Evaluation {} is not running: it is {}.", snapshot.record_no,
+                              status_word(snapshot.status)),
+                  advice);
+}
+
 /// The evaluations to stop, as they are before.
 std::vector<Snapshot> choose(const Options& options) {
-    if (!options.all) {
-        const Record record = load_record(options.record_no ? *options.record_no : only_running());
-        const Snapshot snapshot = take_snapshot(*record);
-        if (!is_running(snapshot.status) && !removes_left_storage(snapshot, options)) {
-            throw Failure(
-                kRefused,
-                fmt::format("Evaluation {} is not running: it is {}.", snapshot.record_no,
-                            status_word(snapshot.status)),
-                snapshot.is_closing() ? closing_text(snapshot) : "ssd-op status tells which are.");
-        }
-        return {snapshot};
+    if (!options.all)
+        return {choose_one(options.record_no ? *options.record_no : only_running(), options)};
+    std::vector<Snapshot> chosen;
+    for (const Record& record : load_records()) {
+        Snapshot snapshot = take_snapshot(*record);
+        if (is_running(snapshot.status) || removes_left_storage(snapshot, options))
+            chosen.push_back(std::move(snapshot));
     }
-    std::vector<Snapshot> running;
-    for (const Record& record : load_running_records()) running.push_back(take_snapshot(*record));
-    return running;
+    return chosen;
 }
 
 void announce(const Snapshot& snapshot) {
@@ -93,23 +106,60 @@ int removes_here(const Snapshot& before, const Options& options) {
     return options.keep_storage || before.driver == Driver::kRuns ? 0 : 1;
 }
 
-int end(const Snapshot& before, const Options& options) {
-    if (!is_running(before.status)) return remove_left_storage(*load_record(before.record_no));
+int stop(int record_no, int removes, const Options& options) {
     const ssd_op_requester requester = this_user();
     const int type = options.failed ? SSD_OP_STOP_FAILED : SSD_OP_STOP_BY_USER;
-    return NAS_SSD_OP_Test_Stop(&requester, 0, before.record_no, kNoGroup,
-                                removes_here(before, options), type);
+    return NAS_SSD_OP_Test_Stop(&requester, 0, record_no, kNoGroup, removes, type);
+}
+
+/// All at once where they are to be ended alike: one after the other, the last would go on for
+/// minutes.
+int stop_running(const std::vector<Snapshot>& running, const Options& options) {
+    const auto removes = [&](const Snapshot& each) { return removes_here(each, options); };
+    const bool alike = std::all_of(running.begin(), running.end(), [&](const Snapshot& each) {
+        return removes(each) == removes(running.front());
+    });
+    if (running.size() > 1 && alike)
+        return stop(SSD_OP_ALL_RECORDS, removes(running.front()), options);
+    int result = 0;
+    for (const Snapshot& each : running) result |= stop(each.record_no, removes(each), options);
+    return result;
+}
+
+int end(const std::vector<Snapshot>& chosen, const Options& options) {
+    std::vector<Snapshot> running, ended;
+    for (const Snapshot& each : chosen) (is_running(each.status) ? running : ended).push_back(each);
+    int result = stop_running(running, options);
+    for (const Snapshot& each : ended) result |= remove_left_storage(*load_record(each.record_no));
+    return result;
+}
+
+/// A stop that is cut short leaves services stopped, so a process out of Ctrl-C's reach does it.
+int end_undisturbed(const std::vector<Snapshot>& chosen, const Options& options) {
+    const Interrupt interrupt;
+    const auto result = ask_child<int>(
+        [&] {
+            ::setsid();
+            return end(chosen, options);
+        },
+        [&](pid_t child) {
+            bool told = false;
+            while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+                if (interrupt.happened() && !std::exchange(told, true))
+                    fmt::print(stderr, "The stop goes on to its end, within two minutes.\n");
+            }
+        });
+    return result.value_or(-1);
 }
 
 void run(const Options& options) {
     const std::vector<Snapshot> chosen = choose(options);
     if (chosen.empty() && !options.json) fmt::print("No evaluation is running.\n");
     if (!options.json) std::for_each(chosen.begin(), chosen.end(), announce);
+    const int result = chosen.empty() ? 0 : end_undisturbed(chosen, options);
 
-    int result = 0;
     Json list = Json::array();
     for (const Snapshot& before : chosen) {
-        result |= end(before, options);
         const Snapshot after = take_snapshot(*load_record(before.record_no));
         if (options.json)
             list.push_back(to_json(before, after));
@@ -130,7 +180,8 @@ void add_stop_command(CLI::App& app) {
     auto options = std::make_shared<Options>();
     auto* record = command->add_option("RECORD", options->record_no,
                                        "Its record; without it, the one that runs");
-    command->add_flag("--all", options->all, "All that run")->excludes(record);
+    command->add_flag("--all", options->all, "All that run, and what ended ones have left")
+        ->excludes(record);
     command->add_flag("--failed", options->failed, "Let it count as failed, not as stopped");
     command->add_flag(
         "--keep-storage", options->keep_storage,
@@ -141,7 +192,8 @@ void add_stop_command(CLI::App& app) {
         "Also gives drives and services back that an evaluation holds whose process is gone, "
         "killed\n"
         "or cut off by a power failure, and storage that a stop has left. Returns when all is "
-        "quiet, within two minutes.\n"
+        "quiet, within two minutes; "
+        "Ctrl-C does not cut it short.\n"
         "\n"
         "Example:\n"
         "  ssd-op stop 3");

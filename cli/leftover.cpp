@@ -32,6 +32,17 @@ bool is_of(const ssd_op_db_raid_conf& group, const ssd_op_db_record& record) {
     return members == recorded;
 }
 
+// As the library sees it: services are started while the appliance neither starts nor shuts down.
+constexpr const char* kStartUpMark = "/tmp/opr_run_once_on_boot";
+constexpr const char* kShutdownMark = "/var/kfunc/rcK";
+
+bool services_may_start() {
+    if (::access(kStartUpMark, F_OK) != 0 || ::access(kShutdownMark, F_OK) == 0) return false;
+    const std::vector<Record> running = load_running_records();
+    return std::none_of(running.begin(), running.end(),
+                        [](const Record& other) { return other->stop_service != 0; });
+}
+
 bool any_group_exists(const ssd_op_db_record& record) {
     for (const auto* group = record.raid_conf; group != nullptr; group = group->next) {
         if (RAID_Is_Exist(group->raid_id) != 0) return true;
@@ -67,6 +78,7 @@ int remove_left_storage(const ssd_op_db_record& record) {
         if (waited++ == kLongestWait) return -1;
         ::sleep(1);
     }
+    if (record.stop_service != 0 && services_may_start()) Start_Services();
     return result;
 }
 

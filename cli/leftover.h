@@ -17,6 +17,7 @@ std::map<int, int> left_groups();
 bool has_left_storage(const ssd_op_db_record& record, Driver driver);
 
 /// Ends what still works on the storage, takes it down, and waits up to a minute until it is gone.
+/// Then starts the services that the evaluation had stopped, unless they are to stand still.
 /// @return 0, or what the library reports
 int remove_left_storage(const ssd_op_db_record& record);
 
