@@ -9,6 +9,7 @@
 #include "child_answer.h"
 #include "commands.h"
 #include "failure.h"
+#include "interrupt.h"
 #include "record.h"
 #include "report_copy.h"
 #include "terminal.h"
@@ -36,7 +37,8 @@ struct Written {
 };
 
 Written write_report(const Options& options) {
-    ::signal(SIGINT, SIG_IGN);  // the library then leaves no half report in /tmp
+    // The library then leaves no half report in /tmp.
+    for (const int ending : {SIGINT, SIGHUP, SIGTERM}) ::signal(ending, SIG_IGN);
     Written written;
     const auto write = options.csv ? SSD_OP_Test_Export_CSV : SSD_OP_Test_Export_XLSX;
     written.result =
@@ -86,10 +88,11 @@ void tell(const Options& options, const std::string& path) {
 
 void run(const Options& options) {
     check(options);
+    const Interrupt interrupt;  // the report is written to its end, the copy is not
     const std::string report = write_report_visibly(options);
-    if (options.prints()) return print_report(report);
+    if (options.prints()) return print_report(report, interrupt);
     const std::string path = options.output.empty() ? report : copy_path(report, options.output);
-    copy_report(report, path, options.force);
+    copy_report(report, path, options.force, interrupt);
     tell(options, path);
 }
 
@@ -102,10 +105,14 @@ void add_export_command(CLI::App& app) {
     auto* format = command->add_option_group("Format")->require_option(1);
     format->add_flag("--csv", options->csv, "Comma-separated text, with all samples");
     format->add_flag("--xlsx", options->xlsx, "A workbook with charts");
-    command->add_option("--output", options->output,
-                        "File or directory for a copy, - to print a CSV report; without it, the "
-                        "report is left in /tmp");
-    command->add_flag("--force", options->force, "Write over a file");
+    auto* output = command->add_option(
+        "--output", options->output,
+        "File or directory for a copy, - to print a CSV report; without it, the "
+        "report is left in /tmp");
+    output->check([](const std::string& name) {
+        return name.empty() ? "a file has no empty name" : std::string();
+    });
+    command->add_flag("--force", options->force, "Write over a file")->needs(output);
     add_json_flag(*command, options->json);
     command->footer(
         "Exit codes: 0 written, 1 it cannot be written, 3 the file is there already, 4 no such "

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -93,6 +94,28 @@ int copy_bytes(const std::string& from, int to, const Interrupt& interrupt) {
     }
 }
 
+/// Whether the name leads to a device or to a process's descriptor, as /dev/stdout does, also where
+/// that is a regular file: the link would be replaced, and nothing reach the stream.
+bool is_of_the_system(fs::path path) {
+    constexpr int kMostLinks = 40;
+    std::error_code ignored;
+    for (int links = 0; links < kMostLinks; ++links) {
+        const fs::path folder = fs::weakly_canonical(fs::absolute(path).parent_path(), ignored);
+        if (folder == "/dev" || *std::next(folder.begin()) == "proc") return true;
+        if (!fs::is_symlink(fs::symlink_status(path, ignored))) return false;
+        path = folder / fs::read_symlink(path, ignored);
+    }
+    return false;
+}
+
+/// A link to the report is another entry.
+bool is_same_entry(const std::string& one, const std::string& other) {
+    struct stat a {
+    }, b{};
+    return ::lstat(one.c_str(), &a) == 0 && ::lstat(other.c_str(), &b) == 0 &&
+           a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 }  // namespace
 
 std::string copy_path(const std::string& report, const std::string& output) {
@@ -104,7 +127,7 @@ std::string copy_path(const std::string& report, const std::string& output) {
 void refuse_existing(const std::string& path, bool force) {
     std::error_code ignored;
     const fs::file_status status = fs::status(path, ignored);
-    if (fs::exists(status) && !fs::is_regular_file(status)) {
+    if ((fs::exists(status) && !fs::is_regular_file(status)) || is_of_the_system(path)) {
         throw Failure(kRefused, fmt::format("{} is not a file.", printable(path)),
                       "A dash prints a CSV report: --output -");
     }
@@ -114,19 +137,17 @@ void refuse_existing(const std::string& path, bool force) {
     }
 }
 
-void copy_report(const std::string& report, const std::string& path, bool force) {
-    std::error_code ignored;
-    if (fs::equivalent(report, path, ignored)) return;
+void copy_report(const std::string& report, const std::string& path, bool force,
+                 const Interrupt& interrupt) {
+    if (is_same_entry(report, path)) return;
     refuse_existing(path, force);
-    const Interrupt interrupt;
     Draft draft(path, report);
     if (const int error = copy_bytes(report, draft.descriptor(), interrupt); error != 0)
         fail_writing(path, report, error);
     if (!draft.close() || !draft.publish(path, force)) fail_writing(path, report, errno);
 }
 
-void print_report(const std::string& report) {
-    const Interrupt interrupt;
+void print_report(const std::string& report, const Interrupt& interrupt) {
     if (const int error = copy_bytes(report, STDOUT_FILENO, interrupt); error != 0)
         fail_writing("The output", report, error);
 }
