@@ -49,7 +49,9 @@ Json to_json(const NASLOG_EVENT& event) {
 
 void run(const Options& options) {
     Json list = Json::array();
-    for (const NASLOG_EVENT& event : load_events(options.count)) {
+    const std::vector<NASLOG_EVENT> events = load_events(options.count);
+    if (events.empty() && !options.json) fmt::print("There is no event.\n");
+    for (const NASLOG_EVENT& event : events) {
         if (options.json) {
             list.push_back(to_json(event));
         } else {

@@ -2,7 +2,9 @@
 #include <cstdio>
 #include <exception>
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include "commands.h"
 #include "failure.h"
@@ -40,6 +42,14 @@ void add_commands(CLI::App& app) {
     cli::add_db_command(app);
 }
 
+/// What is opened would otherwise take the place of a stream that the caller has closed, and what
+/// is printed go there.
+void open_closed_streams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) < 0) ::open("/dev/null", O_RDWR);
+    }
+}
+
 int run(int argc, char** argv) {
     CLI::App app("Evaluates how much over-provisioning SSDs need.", "ssd-op");
     app.require_subcommand(1);
@@ -53,10 +63,7 @@ int run(int argc, char** argv) {
     return cli::kDone;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    cli::remember_arguments(argc, argv);
+int run_and_tell_failure(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const cli::Failure& failure) {
@@ -68,4 +75,15 @@ int main(int argc, char** argv) {
         fmt::print(stderr, "ssd-op: {}\n", error.what());
         return cli::kFailed;
     }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    open_closed_streams();
+    cli::remember_arguments(argc, argv);
+    const int code = run_and_tell_failure(argc, argv);
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
+    fmt::print(stderr, "ssd-op: Not all of the output could be written.\n");
+    return code == cli::kDone ? cli::kFailed : code;
 }

@@ -14,16 +14,43 @@ namespace {
 /// A byte of a character of UTF-8 other than its first.
 bool continues(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
+/// Bytes of the character of UTF-8 that the text begins with; 0 when they are none.
+size_t character_size(std::string_view text) {
+    const auto first = static_cast<unsigned char>(text[0]);
+    const size_t size = first < 0x80   ? 1
+                        : first < 0xC2 ? 0
+                        : first < 0xE0 ? 2
+                        : first < 0xF0 ? 3
+                        : first < 0xF5 ? 4
+                                       : 0;
+    if (size < 2) return size;
+    if (text.size() < size || !std::all_of(&text[1], &text[0] + size, continues)) return 0;
+    const auto second = static_cast<unsigned char>(text[1]);
+    const bool allowed = (first != 0xE0 || second >= 0xA0) && (first != 0xED || second < 0xA0) &&
+                         (first != 0xF0 || second >= 0x90) && (first != 0xF4 || second < 0x90);
+    return allowed ? size : 0;
+}
+
+bool is_control(std::string_view character) {
+    const auto first = static_cast<unsigned char>(character[0]);
+    if (character.size() == 1) return first < 0x20 || first == 0x7F;
+    return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+}
+
 }  // namespace
 
 std::string printable(std::string_view text) {
     std::string shown;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7F)
-            shown += fmt::format("\\x{:02x}", byte);
-        else
-            shown += c;
+    while (!text.empty()) {
+        const size_t size = character_size(text);
+        const std::string_view character = text.substr(0, std::max<size_t>(size, 1));
+        if (size > 0 && !is_control(character)) {
+            shown += character;
+        } else {
+            for (const char c : character)
+                shown += fmt::format("\\x{:02x}", static_cast<unsigned char>(c));
+        }
+        text.remove_prefix(character.size());
     }
     return shown;
 }
@@ -52,7 +79,8 @@ std::string size_text(uint64_t bytes) {
 }
 
 std::string duration_text(double seconds) {
-    const auto whole = static_cast<long long>(std::llround(std::max(seconds, 0.0)));
+    constexpr double kLongest = 1e15;  // that of a nonsensical file may be more than a number holds
+    const auto whole = std::llround(std::clamp(seconds, 0.0, kLongest));
     const long long minutes = whole / 60, hours = minutes / 60, days = hours / 24;
     const auto text = [](long long large, const char* unit, long long small, const char* rest) {
         const std::string shown = fmt::format("{} {}", large, unit);

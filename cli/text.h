@@ -9,7 +9,8 @@
 namespace cli {
 
 /// Text from outside (a title, a drive's identity) for a terminal: control characters, which could
-/// move the cursor or change its colours, are shown as \x1b and the like.
+/// move the cursor or change its colours, and bytes that are not UTF-8 are shown as \x1b and the
+/// like.
 std::string printable(std::string_view text);
 
 /// Columns that a text takes on a terminal, one for each character of UTF-8.
