@@ -43,7 +43,7 @@ bool removes_left_storage(const Snapshot& snapshot, const Options& options) {
 }
 
 Snapshot choose_one(int record_no, const Options& options) {
-    const Snapshot snapshot = take_snapshot(*load_record(record_no));
+    Snapshot snapshot = take_snapshot(*load_record(record_no));
     if (is_running(snapshot.status) || removes_left_storage(snapshot, options)) return snapshot;
     std::string advice = "ssd-op status tells which are.";
     if (snapshot.is_closing()) advice = closing_text(snapshot);

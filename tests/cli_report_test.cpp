@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <signal.h>
 
 #include "ssd_op.h"
 #include "support/appliance.h"
@@ -149,6 +150,51 @@ TEST_F(RecordReports, AreCopiedWholeAndNeverOverAFileUnasked) {
     EXPECT_THAT(left.output, Not(HasSubstr("\x1b")));
 }
 
+TEST_F(RecordReports, ReplaceNoLinkToAStreamAndFollowNoneToTheReport) {
+    const int record = store("linked");
+    fs::create_symlink("/dev/stdout", "/tmp/reports/stream");
+    for (const char* stream :
+         {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1", "/tmp/reports/stream"}) {
+        const std::string to = std::string("--csv --force --output ") + stream;
+        EXPECT_EQ(shell(export_record(record, to + " >/tmp/reports/printed")).status, 3) << stream;
+        EXPECT_THAT(shell(export_record(record, to)).output, HasSubstr("--output -")) << stream;
+    }
+    EXPECT_TRUE(fs::is_symlink("/dev/stdout") && fs::is_symlink("/tmp/reports/stream"));
+
+    const Outcome first = shell(export_record(record, "--csv --json"));
+    const std::string report = nlohmann::json::parse(first.output)["path"];
+    fs::create_symlink(report, "/tmp/reports/copy");
+    EXPECT_EQ(shell(export_record(record, "--csv --force --output /tmp/reports/copy")).status, 0);
+    EXPECT_FALSE(fs::is_symlink("/tmp/reports/copy"));
+    EXPECT_EQ(read_file("/tmp/reports/copy"), read_file(report));
+}
+
+/// The processes of an export: the one that was started, and its child, which writes the report.
+std::vector<pid_t> exporters() {
+    std::vector<pid_t> found;
+    for (const support::ProcessInfo& process : support::processes()) {
+        if (process.command.starts_with(std::string(kProgram) + "export") && process.state != 'Z')
+            found.push_back(process.pid);
+    }
+    return found;
+}
+
+TEST_F(RecordReports, AreWrittenToTheEndButNotCopiedAfterCtrlC) {
+    const int record = store("interrupted");
+    for (const int op : {10, 20, 30, 40}) add_ratio(record, op, 1000, 100'000, 1);
+    support::Child terminal([&] {
+        const Outcome result = shell(export_record(record, "--xlsx --output /tmp/reports/x"));
+        support::write_file("/tmp/reports/said", result.output);
+        return result.status;
+    });
+    ASSERT_TRUE(support::eventually([] { return exporters().size() == 2; }));
+    for (const pid_t exporter : exporters()) ::kill(exporter, SIGINT);
+    EXPECT_EQ(terminal.wait(), support::exited(1));
+    EXPECT_TRUE(exporters().empty());
+    EXPECT_THAT(read_file("/tmp/reports/said"), HasSubstr("The whole report lies in /tmp/SSD"));
+    EXPECT_EQ(std::distance(fs::directory_iterator("/tmp/reports"), {}), 1) << "no part of a copy";
+}
+
 TEST_F(RecordReports, ThatCannotBeWrittenSaySoAndLeaveNothing) {
     const int record = store("large");
     add_ratio(record, 0, 1000, 36'000, 1);
@@ -164,6 +210,8 @@ TEST_F(RecordReports, ThatCannotBeWrittenSaySoAndLeaveNothing) {
         {export_record(record, "--csv --json --output -"), 3, "--output FILE"},
         {export_record(record, ""), 2, "--csv"},
         {export_record(record, "--csv --xlsx"), 2, "--csv"},
+        {export_record(record, "--csv --force"), 2, "--output"},
+        {export_record(record, "--csv --output ''"), 2, "--output"},
         {export_record(99, "--csv"), 4, "There is one: "},
         {"cd /tmp; rm SSD*.csv; mkdir -p 'SSD over-provisioning test_large.csv/x'; " +
              export_record(record, "--csv --output /tmp/reports/x"),

@@ -8,6 +8,7 @@
 #include "ssd_op.h"
 #include "support/appliance.h"
 #include "support/evaluation.h"
+#include "support/state.h"
 
 namespace {
 
@@ -85,6 +86,9 @@ TEST_F(CommandLine, RefusesWhatBreaksARuleAndNamesIt) {
         {"--raid 1 --drives sda,sdb --min-op 50", 3, "--min-op 50 is above --max-op 40"},
         {"--raid 1 --drives sda,sdb --sequential --all", 2, "excludes"},
         {"--raid 1 --drives sda,sdb --min-op x", 2, "min-op"},
+        {"--raid 1 --drives sda,sdb --test-size -5", 2, "-5 is negative"},
+        {"--raid 1 --drives sda,sdb --min-iops -1", 2, "-1 is negative"},
+        {"--raid 1 --drives sda,sdb --test-size 18446744073709551615", 3, "than the volume has"},
         {"--raid 1", 2, "--drives is required"},
     };
     for (const auto& refused : cases) {
@@ -136,8 +140,12 @@ TEST_F(CommandLine, TellsInADryRunWhatItWouldCostAndDoesNothing) {
     EXPECT_EQ(dry.status, 0);
     EXPECT_THAT(dry.output, HasSubstr("Disk 1  /dev/sda  NS510-64  NW24"));
     EXPECT_THAT(dry.output, HasSubstr("It takes about"));
-    const json plan =
-        parsed("start --dry-run --raid 5 --drives sda,sdb,sdc,sdd --max-op 50 --interval 50");
+    const json plan = parsed(
+        "start --dry-run --raid 5 --drives 'Disk 1, Disk 2, sdc ,sdd' --max-op 50 "
+        "--interval 50 --all --min-iops 100 --abort-time 2147483647");
+    EXPECT_EQ(plan["test_type"], "all");
+    EXPECT_EQ(plan["min_iops"], 100);
+    EXPECT_GT(plan["longest_seconds"], 600) << "an abort time beyond all that it takes";
     EXPECT_EQ(plan["ratios"].size(), 2U);
     EXPECT_EQ(plan["ratios"][1]["usable_bytes"],
               plan["ratios"][0]["usable_bytes"].get<uint64_t>() / 2);
@@ -242,17 +250,46 @@ TEST_F(Running, IsRefusedDeletionAndEndsOnlyWhenStopped) {
     expect_all_given_back();
     EXPECT_EQ(run("stop 1").status, 3);
     EXPECT_THAT(run("stop 1").output, HasSubstr("it is stopped"));
+    EXPECT_EQ(parsed("status 1")["percent"], nullptr);
+    EXPECT_THAT(run("watch 1 --json").output, HasSubstr("\"percent\":null"));
 }
 
 TEST_F(Running, WithoutItsDriverIsCalledBrokenOffAndGivesAllBackWhenStopped) {
     kill_driver();
     EXPECT_THAT(run("status").output, HasSubstr("It broke off: its process is gone"));
-    EXPECT_EQ(run("watch").status, 1);
+    EXPECT_THAT(run("status").output, Not(HasSubstr(" left")));
+    EXPECT_THAT(run("list").output, HasSubstr("1  broken off  "));
+    EXPECT_THAT(run("drives").output, HasSubstr("broken off; ssd-op stop 1 frees it"));
+    EXPECT_THAT(run("start --yes --raid 1 --drives sda,sdb").output,
+                HasSubstr("Free it first: ssd-op stop 1"));
+    const Outcome watched = run("watch");
+    EXPECT_EQ(watched.status, 1);
+    EXPECT_THAT(watched.output, HasSubstr("broken off while testing"));
     const Outcome stopped = run("stop --failed");
     EXPECT_EQ(stopped.status, 0) << stopped.output;
     EXPECT_THAT(stopped.output, HasSubstr("had broken off"));
     EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_FAILED);
     expect_all_given_back();
+}
+
+TEST_F(Running, IsStoppedToTheEndInSpiteOfCtrlC) {
+    // Ctrl-C reaches the whole group of processes.
+    const Outcome stopped = shell(
+        "setsid /opt/appliance/bin/ssd-op stop 1 & sleep 3; "
+        "kill -INT -- -$!; wait $!");
+    EXPECT_EQ(stopped.status, 0) << stopped.output;
+    EXPECT_THAT(stopped.output, HasSubstr("The stop goes on"));
+    expect_all_given_back();
+}
+
+TEST_F(Running, IsRefusedDeletionWhileItStillCloses) {
+    appliance().slow("NAS_Pool_Remove", Nth(1), 400'000);
+    EXPECT_EQ(parsed("stop 1 --keep-storage")[0]["closing"], true);
+    const Outcome refused = run("delete 1 --yes");
+    EXPECT_EQ(refused.status, 3);
+    EXPECT_THAT(refused.output, HasSubstr("is still removing its storage"));
+    EXPECT_EQ(run("watch 1").status, 6);
+    EXPECT_EQ(run("delete 1 --yes").status, 0);
 }
 
 TEST_F(Running, KeptStorageIsShownAndRemovedByTheNextStop) {
@@ -264,6 +301,7 @@ TEST_F(Running, KeptStorageIsShownAndRemovedByTheNextStop) {
     EXPECT_THAT(run("drives").output, HasSubstr("left by evaluation 1"));
     EXPECT_THAT(run("delete 1 --yes").output, HasSubstr("Remove it first: ssd-op stop 1"));
     EXPECT_EQ(run("stop 1 --keep-storage").status, 3);
+    EXPECT_THAT(run("stop 1 --failed").output, HasSubstr("without --failed, that is removed"));
     const Outcome removed = run("stop 1");
     EXPECT_EQ(removed.status, 0) << removed.output;
     EXPECT_THAT(removed.output, HasSubstr("Its drives are free."));
@@ -284,6 +322,53 @@ TEST_F(CommandLine, TakesNoGroupOfOthersForWhatAnEvaluationLeft) {
     make_record({0, 1}, SSD_OP_TEST_STATUS_TESTING);
     EXPECT_EQ(run("stop 2").status, 3) << "an evaluation that runs has the number now";
     EXPECT_EQ(appliance().volumes().size(), 1U);
+}
+
+TEST_F(CommandLine, DropsNoRecordThatStillHoldsSomething) {
+    appliance().with_drives(6);
+    Groups left(1, {0, 1}), tested(1, {2, 3});
+    left.numbered(800);
+    tested.numbered(900);
+    make_storage(left);
+    new_record(left, SSD_OP_TEST_STATUS_STOPPED, 1);
+    new_record(tested, SSD_OP_TEST_STATUS_TESTING);
+    const std::string start = "start --raid 1 --drives sde,sdf --dry-run";
+    ASSERT_EQ(SSD_OP_DB_Update_Max_Record_Limit(2), 0);
+    for (const std::string& command :
+         {start, std::string("limit 1 --yes"), std::string("delete 2 1 --yes")}) {
+        const Outcome refused = run(command);
+        EXPECT_EQ(refused.status, 3) << command << '\n' << refused.output;
+        EXPECT_THAT(refused.output, HasSubstr("irst: ssd-op stop ")) << command;
+    }
+
+    const json stopped = parsed("stop --all");
+    ASSERT_EQ(stopped.size(), 2U);
+    EXPECT_EQ(stopped[0]["left_storage"], false);
+    EXPECT_EQ(stopped[1]["status"], "stopped");
+    EXPECT_TRUE(appliance().volumes().empty());
+    EXPECT_TRUE(appliance().journal().shows("Start_Services"));
+    EXPECT_EQ(parsed(start)["dropped_records"], json({1}));
+    EXPECT_THAT(run("start --raid 1 --drives sde,sdf").output,
+                HasSubstr("The record limit deletes record 1"));
+
+    new_record(tested, SSD_OP_TEST_STATUS_TESTING);
+    ASSERT_EQ(SSD_OP_DB_Delete_Record(2), 0);
+    ASSERT_EQ(SSD_OP_DB_Update_Max_Record_Limit(1), 0);
+    EXPECT_THAT(run(start).output, HasSubstr("Stop it first: ssd-op stop 3"));
+}
+
+TEST_F(CommandLine, ShowsNoAbsurdFiguresAndNoControlCharacters) {
+    Groups groups(1, {0, 1});
+    groups.numbered(800);
+    new_record(groups, SSD_OP_TEST_STATUS_TESTING);
+    Ini_Conf_Set_Field(kRuntimeInfo, "Record_1", "current_op_percentage", "99999");
+    EXPECT_THAT(run("status 1").output, Not(HasSubstr("99999")));
+    SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE)
+        .exec("UPDATE TEST_RECORD SET title = '\xC2\x9B[31m \xFF \xC3\xA9'");
+    EXPECT_THAT(run("list").output, HasSubstr("\\xc2\\x9b[31m \\xff \xC3\xA9"));
+    EXPECT_EQ(run("list >/dev/full").status, 1);
+    EXPECT_EQ(run("list >&-").status, 0);
+    EXPECT_EQ(run("db check >/dev/null").status, 0);
 }
 
 TEST_F(CommandLine, DeletesAndLimitsWhatItNamesAndNothingElse) {
@@ -318,6 +403,7 @@ TEST_F(CommandLine, LooksAfterTheDatabase) {
     EXPECT_GT(parsed("db size")["volume_free_kib"], 0);
     EXPECT_EQ(parsed("db downgrade 2 --yes"), json({{"version", 2}, {"records", 1}}));
     EXPECT_EQ(parsed("db check")["version"], 2);
+    EXPECT_THAT(run("show 1").output, HasSubstr("version 2; ssd-op db upgrade brings it up"));
     EXPECT_EQ(parsed("db upgrade"), json({{"version", 6}, {"records", 1}}));
 
     SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE)
@@ -327,8 +413,17 @@ TEST_F(CommandLine, LooksAfterTheDatabase) {
     EXPECT_THAT(damaged.output,
                 HasSubstr("1 row of RAID_GROUP lead to nothing in TEST_RECORD: left"));
     EXPECT_THAT(damaged.output, HasSubstr("2 rows of SELECT_DEV lead to nothing in SSD_DEV\n"));
-    write_file(appliance().database(), std::string(5000, 'x'));
-    EXPECT_EQ(run("db check").status, 1);
+    SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE)
+        .exec("UPDATE DB_VERSION SET version = 9");
+    EXPECT_THAT(run("db check").output, HasSubstr("9; made by a newer program"));
+    for (const std::string& content : {std::string(5000, 'x'), std::string()}) {
+        write_file(appliance().database(), content);
+        const Outcome unreadable = run("db check");
+        EXPECT_EQ(unreadable.status, 1);
+        EXPECT_THAT(unreadable.output, HasSubstr("Version    unreadable\nFile       DAMAGED"));
+        EXPECT_THAT(unreadable.output, Not(HasSubstr("upgrade")));
+        EXPECT_EQ(read_file(appliance().database()), content);
+    }
 }
 
 TEST_F(CommandLine, LeavesAStartedEvaluationRunning) {
