@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <iterator>
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -101,7 +100,7 @@ bool is_of_the_system(fs::path path) {
     std::error_code ignored;
     for (int links = 0; links < kMostLinks; ++links) {
         const fs::path folder = fs::weakly_canonical(fs::absolute(path).parent_path(), ignored);
-        if (folder == "/dev" || *std::next(folder.begin()) == "proc") return true;
+        if (folder == "/dev" || folder.string().starts_with("/proc/")) return true;
         if (!fs::is_symlink(fs::symlink_status(path, ignored))) return false;
         path = folder / fs::read_symlink(path, ignored);
     }
