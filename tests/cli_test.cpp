@@ -275,8 +275,10 @@ TEST_F(Running, WithoutItsDriverIsCalledBrokenOffAndGivesAllBackWhenStopped) {
 TEST_F(Running, IsStoppedToTheEndInSpiteOfCtrlC) {
     // Ctrl-C reaches the whole group of processes.
     const Outcome stopped = shell(
-        "setsid /opt/appliance/bin/ssd-op stop 1 & sleep 3; "
-        "kill -INT -- -$!; wait $!");
+        "setsid /opt/appliance/bin/ssd-op stop 1 >/tmp/stopped 2>&1 & "
+        "until grep -q 'goes on' /tmp/stopped || ! kill -0 $!; do "
+        "kill -INT -- -$! 2>/dev/null; sleep 1; done; "
+        "wait $!; code=$?; cat /tmp/stopped; exit $code");
     EXPECT_EQ(stopped.status, 0) << stopped.output;
     EXPECT_THAT(stopped.output, HasSubstr("The stop goes on"));
     expect_all_given_back();
