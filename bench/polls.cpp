@@ -7,11 +7,11 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
-#include <memory>
 #include <vector>
 
 #include <fmt/format.h>
 
+#include "db/record_owner.h"
 #include "platform/ini.h"
 #include "platform_time.h"
 #include "ssd_op.h"
@@ -36,7 +36,8 @@ void write_script_status() {
 }
 
 struct Cost {
-    double all, commands, settings, volumes;
+    double all;
+    bench::PlatformTime platform;
 };
 
 Cost measure(const std::function<void()>& call) {
@@ -45,8 +46,9 @@ Cost measure(const std::function<void()>& call) {
     call();
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
     const bench::PlatformTime after = bench::seconds_in_platform();
-    return {took.count(), after.commands - before.commands, after.settings - before.settings,
-            after.volumes - before.volumes};
+    return {took.count(),
+            {after.commands - before.commands, after.settings - before.settings,
+             after.volumes - before.volumes}};
 }
 
 /// The call in the middle, by the whole time.
@@ -60,20 +62,10 @@ Cost median(const std::function<void()>& call, int repetitions) {
 }
 
 void print(const char* name, const Cost& cost) {
-    const double own = cost.all - cost.commands - cost.settings - cost.volumes;
+    const bench::PlatformTime& platform = cost.platform;
     fmt::print("| {} | {:.0f} | {:.0f} | {:.0f} | {:.0f} | {:.0f} |\n", name, cost.all * 1e6,
-               cost.commands * 1e6, cost.settings * 1e6, cost.volumes * 1e6, own * 1e6);
-}
-
-struct FreeRecord {
-    void operator()(ssd_op_db_record* record) const { SSD_OP_DB_Free_Record(record); }
-};
-using Record = std::unique_ptr<ssd_op_db_record, FreeRecord>;
-
-Record read_record() {
-    Record record(static_cast<ssd_op_db_record*>(std::calloc(1, sizeof(ssd_op_db_record))));
-    if (!record || SSD_OP_DB_Query_Record(kRecord, record.get()) != 0) std::exit(1);
-    return record;
+               platform.commands * 1e6, platform.settings * 1e6, platform.volumes * 1e6,
+               (cost.all - platform.all()) * 1e6);
 }
 
 void measure_all(int repetitions) {
@@ -81,14 +73,15 @@ void measure_all(int repetitions) {
     float percent = 0;
     unsigned long long seconds = 0;
     long double value = 0;
-    const Record held = read_record();
+    const auto held = ssd_op::db::load_record(kRecord);
     ssd_op_db_record* const record = held.get();
+    if (record == nullptr) std::exit(1);
     record->max_op = 40;
     record->interval = 10;
     const std::pair<const char*, std::function<void()>> calls[] = {
         {"`SSD_OP_DB_Query_Record_Status`", [&] { SSD_OP_DB_Query_Record_Status(kRecord); }},
         {"`SSD_OP_Test_Get_Status`", [&] { SSD_OP_Test_Get_Status(kRecord, &number); }},
-        {"`SSD_OP_DB_Query_Record`", [&] { read_record(); }},
+        {"`SSD_OP_DB_Query_Record`", [] { ssd_op::db::load_record(kRecord); }},
         {"`SSD_OP_Test_Get_Step_Progress`",
          [&] { SSD_OP_Test_Get_Step_Progress(kRecord, &number); }},
         {"`SSD_OP_Test_Get_OP_Count`", [&] { SSD_OP_Test_Get_OP_Count(kRecord, record, &number); }},
