@@ -14,17 +14,14 @@ namespace {
 constexpr int kPreparing = -1;  // current_op_percentage before the first ratio is measured
 constexpr int kGone = -3;       // no status that this library sets; over, like the negative ones
 
-/// What is written down as a percentage, whoever wrote it.
-int percentage(int value) { return std::clamp(value, 0, 100); }
-
-/// What the script has behind it. The one read without a lock: a front end polls this all
+/// What the script has behind it, 0 to 100. The one read without a lock: a front end polls this all
 /// the time and must not hold up the script; the file is replaced as a whole, never half written.
 int script_base(int record_no) {
     int progress = 0;
     const StateSection section = runtime_info(record_no);
     Ini_Conf_Get_Field_Int(section.file.c_str(), section.name.c_str(), "test_script_progress",
                            &progress, 0);
-    return percentage(progress);
+    return std::clamp(progress, 0, 100);
 }
 
 /// 0 when it cannot be read, or is no percentage.
@@ -43,22 +40,24 @@ int script_progress(int record_no, ssd_op_db_record* record) {
 
     const auto base = static_cast<float>(done);
     if (current == kPreparing)
-        return percentage(truncate<int>(current_ratio_progress(record_no) * 20 / 100 + base));
+        return truncate<int>(current_ratio_progress(record_no) * 20 / 100 + base);
 
     int ratios = 0;
     if (SSD_OP_Test_Get_OP_Count(record_no, record, &ratios) != 0 || ratios <= 0) return done;
     const auto share = static_cast<float>(80.0 / ratios);
-    return percentage(truncate<int>(share * current_ratio_progress(record_no) / 100 + base));
+    return truncate<int>(share * current_ratio_progress(record_no) / 100 + base);
 }
 
 float step_progress(int record_no) {
     int progress = 0;
     SSD_OP_Test_Get_Step_Progress(record_no, &progress);
-    return static_cast<float>(percentage(progress));
+    return static_cast<float>(progress);
 }
 
-/// `percent` of the stretch from `start` on.
-float within(float start, float length, float percent) { return start + length * (percent / 100); }
+/// `percent` of the stretch from `start` on, which no figure leaves, whoever wrote it.
+float within(float start, float length, float percent) {
+    return start + length * (std::clamp(percent, 0.0F, 100.0F) / 100);
+}
 
 void store_progress(int record_no, ssd_op_db_record* record, float& progress) {
     int status = 0;
