@@ -24,22 +24,23 @@ class SpeedDown {
     char uid_[64] = {};
 };
 
+constexpr const char* kInitializingMark = "/tmp/cv_initializing.tmp";
+
 /// The platform's mark of a pool that is being made.
 class InitializingMark {
   public:
     explicit InitializingMark(int pool_id) { move_to(pool_id); }
     InitializingMark(const InitializingMark&) = delete;
     InitializingMark& operator=(const InitializingMark&) = delete;
-    ~InitializingMark() { ::unlink("/tmp/cv_initializing.tmp"); }
+    ~InitializingMark() { ::unlink(kInitializingMark); }
     void move_to(int pool_id) { nas_set_initializing_cv_pool(pool_id); }
 };
 
 /// Takes the mark away that a dead driver has left, when it names this pool.
 inline void forget_initializing(int pool_id) {
-    constexpr const char* kMark = "/tmp/cv_initializing.tmp";
     int marked = -1;
-    std::ifstream(kMark) >> marked;
-    if (pool_id >= 0 && marked == pool_id) ::unlink(kMark);
+    std::ifstream(kInitializingMark) >> marked;
+    if (pool_id >= 0 && marked == pool_id) ::unlink(kInitializingMark);
 }
 
 /// The platform's mark of a pool that is being removed.
