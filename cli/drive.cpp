@@ -74,12 +74,14 @@ Drive load_drive(uint32_t id) {
 void add_evaluations(std::vector<Drive>& drives) {
     std::map<uint32_t, int> evaluations;
     std::set<int> broken_off;
-    for (const Record& record : load_running_records()) {
+    const std::vector<Record> records = load_records();
+    for (const Record& record : records) {
+        if (!is_running(record->status)) continue;
         if (has_broken_off(*record)) broken_off.insert(record->record_no);
         for (const ssd_op_db_ssd_dev* drive : drives_of(*record))
             evaluations[drive->dev_id] = record->record_no;
     }
-    const std::map<int, int> left = left_groups();
+    const std::map<int, int> left = left_groups(records);
     for (Drive& drive : drives) {
         drive.record_no = number_or_zero(evaluations, drive.id);
         drive.broken_off = broken_off.contains(drive.record_no);

@@ -52,9 +52,9 @@ bool any_group_exists(const ssd_op_db_record& record) {
 
 }  // namespace
 
-std::map<int, int> left_groups() {
+std::map<int, int> left_groups(const std::vector<Record>& records) {
     std::map<int, int> left;
-    for (const Record& record : load_records()) {  // a newer one takes the number from an older
+    for (const Record& record : records) {  // a newer one takes the number from an older
         for (const auto* group = record->raid_conf; group != nullptr; group = group->next) {
             left.erase(group->raid_id);
             if (has_ended(*record) && RAID_Is_Exist(group->raid_id) != 0 && is_of(*group, *record))
@@ -66,7 +66,7 @@ std::map<int, int> left_groups() {
 
 bool has_left_storage(const ssd_op_db_record& record, Driver driver) {
     if (!has_ended(record) || driver == Driver::kRuns || !any_group_exists(record)) return false;
-    const std::map<int, int> left = left_groups();
+    const std::map<int, int> left = left_groups(load_records());
     return std::any_of(left.begin(), left.end(),
                        [&](const auto& entry) { return entry.second == record.record_no; });
 }

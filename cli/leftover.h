@@ -3,15 +3,17 @@
 #pragma once
 
 #include <map>
+#include <vector>
 
 #include "driver_mark.h"
+#include "record.h"
 #include "ssd_op.h"
 
 namespace cli {
 
-/// Which record has left which group, by the group's number. Drivers that are still taking theirs
-/// down have not been asked.
-std::map<int, int> left_groups();
+/// Which of all records has left which group, by the group's number. Drivers that are still taking
+/// theirs down have not been asked.
+std::map<int, int> left_groups(const std::vector<Record>& records);
 
 /// Whether the record has ended and has left storage that no driver is about to remove.
 bool has_left_storage(const ssd_op_db_record& record, Driver driver);

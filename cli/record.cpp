@@ -68,10 +68,15 @@ void require_record(int record_no) {
     throw Failure(kNotFound, fmt::format("There is no record {}.", record_no), known_records());
 }
 
-Record load_record(int record_no) {
-    require_record(record_no);
+Record empty_record() {
     Record record(static_cast<ssd_op_db_record*>(std::calloc(1, sizeof(ssd_op_db_record))));
     if (!record) throw std::bad_alloc();
+    return record;
+}
+
+Record load_record(int record_no) {
+    require_record(record_no);
+    Record record = empty_record();
     if (SSD_OP_DB_Query_Record(record_no, record.get()) != 0 ||
         SSD_OP_DB_Query_Record_Test_Data(record.get(), record_no) != 0) {
         throw Failure(kFailed, fmt::format("Record {} cannot be read.", record_no),

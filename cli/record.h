@@ -22,6 +22,9 @@ std::vector<int> record_nos();
 /// @throws Failure when there is no record of that number, telling which there are
 void require_record(int record_no);
 
+/// For a query to fill.
+Record empty_record();
+
 /// A record with its groups, drives and results.
 /// @throws Failure when there is none of that number, telling which there are
 Record load_record(int record_no);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 #include <fmt/format.h>
 
@@ -35,9 +34,9 @@ std::string ratio_plot(const ssd_op_db_record& record, Charset charset) {
 /// The samples of a ratio, seconds and IOPS; empty when there are none.
 Curve samples_of(int record_no, int ratio) {
     const int count = SSD_OP_DB_Query_Record_Runtime_Count(record_no, ratio);
-    const Record holder(static_cast<ssd_op_db_record*>(std::calloc(1, sizeof(ssd_op_db_record))));
-    if (!holder || SSD_OP_DB_Query_Record_Runtime_Report(holder.get(), record_no, ratio,
-                                                         1 + count / kMostSamples) != 0) {
+    const Record holder = empty_record();
+    if (SSD_OP_DB_Query_Record_Runtime_Report(holder.get(), record_no, ratio,
+                                              1 + count / kMostSamples) != 0) {
         throw Failure(kFailed, fmt::format("The samples of record {} cannot be read.", record_no),
                       "ssd-op db check tells more.");
     }
