@@ -93,4 +93,16 @@ kill -9 "$pid"
 check "a killed sandbox is noticed" eventually is_off "$one"
 check "the clock does not go back after a kill" test "$(on "$one" date +%s)" -gt "$before"
 
+# Drives of an older build, by the file's kind and version.
+"$enter" --instance "$two" --off
+mkdir -p "$two/root/var/lib/appliance/flash"
+{ printf 'appflash\1'; head -c 1000 /dev/zero; } >"$two/root/var/lib/appliance/flash/00010001.flash"
+status=0
+on "$two" true 2>"$work/complaint" || status=$?
+check "an instance whose drives are of an older version is not entered" test "$status" -eq 125
+check "it says what is wrong" grep -q 'is of version 1, and this build knows' "$work/complaint"
+check "it says how it is made anew" grep -q "To make it anew, remove" "$work/complaint"
+rm -r -- "$two"
+check "made anew, it is entered" on "$two" true
+
 [[ $failures -eq 0 ]] || exit 1

@@ -22,9 +22,8 @@ Ftl new_flash(const Geometry& geometry) {
     }
     const double physical = static_cast<double>(geometry.blocks) * Ftl::kPagesPerBlock;
     const auto pages = static_cast<std::uint32_t>(std::lround(physical / (1.0 + spare / 100.0)));
-    // Without any factory spare, the block in which the collector works is the spare.
-    const std::uint32_t most = (geometry.blocks - 1) * Ftl::kPagesPerBlock;
-    return Ftl(std::min(pages, most), geometry.blocks);
+    // Without any factory spare, the blocks in which the collector works are the spare.
+    return Ftl(std::min(pages, Ftl::most_logical_pages(geometry.blocks)), geometry.blocks);
 }
 
 }  // namespace
@@ -43,6 +42,13 @@ std::uint32_t Drive::pages_before(std::uint64_t offset) const {
     offset = std::min(offset, geometry_.nominal_bytes);
     const Wide scaled = Wide{offset} * ftl_.logical_pages() + geometry_.nominal_bytes - 1;
     return static_cast<std::uint32_t>(scaled / geometry_.nominal_bytes);
+}
+
+/// Pages in which the range has bytes of its own; none when it lies beyond the end.
+Drive::Pages Drive::pages_touched(Range range) const {
+    if (range.offset >= geometry_.nominal_bytes || range.length == 0) return {};
+    const std::uint32_t first = pages_before(range.offset + 1) - 1;
+    return {first, pages_before(range.end()) - first};
 }
 
 void Drive::discard(Range range) {
@@ -83,8 +89,10 @@ double Drive::page_bytes() const {
     return static_cast<double>(geometry_.nominal_bytes) / ftl_.logical_pages();
 }
 
-double Drive::mapped_share() const {
-    return static_cast<double>(ftl_.mapped_pages()) / ftl_.logical_pages();
+double Drive::mapped_share(Range range) const {
+    const Pages pages = pages_touched(range);
+    if (pages.count == 0) return 0.0;
+    return static_cast<double>(ftl_.mapped_pages(pages.first, pages.count)) / pages.count;
 }
 
 double Drive::physical_to_mapped() const {

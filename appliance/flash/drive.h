@@ -72,7 +72,9 @@ class Drive {
 
     std::uint64_t nominal_bytes() const { return geometry_.nominal_bytes; }
     /// Share of the nominal capacity that holds data, 0 to 1.
-    double mapped_share() const;
+    double mapped_share() const { return mapped_share({0, geometry_.nominal_bytes}); }
+    /// The same of a range: of the pages that lie in it or that it touches.
+    double mapped_share(Range range) const;
     /// Physical pages for each mapped page; infinity when nothing is mapped.
     double physical_to_mapped() const;
     /// Nominal bytes for which one page of the model stands.
@@ -92,7 +94,12 @@ class Drive {
   private:
     Drive(const Geometry& geometry, Ftl ftl, Random random);
 
+    /// Pages of the model.
+    struct Pages {
+        std::uint32_t first = 0, count = 0;
+    };
     std::uint32_t pages_before(std::uint64_t offset) const;
+    Pages pages_touched(Range range) const;
 
     Geometry geometry_;
     Ftl ftl_;

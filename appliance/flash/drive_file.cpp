@@ -19,7 +19,7 @@ namespace {
 static_assert(std::endian::native == std::endian::little);
 
 constexpr std::uint64_t kMagic = 0x6873616c66707061;  // "appflash"
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;
 
 struct Header {
     std::uint64_t magic = kMagic;
@@ -36,14 +36,13 @@ struct Header {
     Counters counters;
     std::uint32_t blocks = 0;
     std::uint32_t logical_pages = 0;
-    std::uint32_t open_block = 0;
-    std::uint32_t open_fill = 0;
+    Ftl::OpenBlock host, copies;
     std::uint32_t physical_count = 0;
     std::uint32_t closed_count = 0;
     std::uint32_t empty_count = 0;
     std::uint32_t reserved = 0;
 };
-static_assert(std::has_unique_object_representations_v<Counters> && sizeof(Header) == 144);
+static_assert(std::has_unique_object_representations_v<Counters> && sizeof(Header) == 152);
 
 /// FNV-1a over words, with a rotation that spreads their upper bits.
 class Checksum {
@@ -117,8 +116,8 @@ void Drive::save(const std::filesystem::path& path) const {
     header.counters = image.counters;
     header.blocks = geometry_.blocks;
     header.logical_pages = image.logical_pages;
-    header.open_block = image.open_block;
-    header.open_fill = image.open_fill;
+    header.host = image.host;
+    header.copies = image.copies;
     header.physical_count = static_cast<std::uint32_t>(image.physical.size());
     header.closed_count = static_cast<std::uint32_t>(image.closed.size());
     header.empty_count = static_cast<std::uint32_t>(image.empty.size());
@@ -152,8 +151,9 @@ Drive Drive::load(const std::filesystem::path& path) {
     in.read(reinterpret_cast<char*>(&header), sizeof header);
     if (header.magic != kMagic) throw damaged("is not a drive's");
     if (header.version != kVersion) {
-        throw damaged("is of version " + std::to_string(header.version) + ", known is " +
-                      std::to_string(kVersion));
+        throw damaged("is of version " + std::to_string(header.version) +
+                      ", and this build knows version " + std::to_string(kVersion) +
+                      "; a new appliance has new drives");
     }
     if (size != size_announced_by(header)) throw damaged("has the wrong size");
 
@@ -162,8 +162,8 @@ Drive Drive::load(const std::filesystem::path& path) {
     image.physical = read_list(in, header.physical_count);
     image.closed = read_list(in, header.closed_count);
     image.empty = read_list(in, header.empty_count);
-    image.open_block = header.open_block;
-    image.open_fill = header.open_fill;
+    image.host = header.host;
+    image.copies = header.copies;
     image.recent_copies = header.recent_copies;
     image.counters = header.counters;
     if (!in) throw damaged("cannot be read");

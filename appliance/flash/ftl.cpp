@@ -9,7 +9,7 @@ namespace appliance::flash {
 
 namespace {
 
-/// Weight of a newly opened block in the recent write amplification.
+/// Weight of the latest collection in the recent write amplification.
 constexpr double kRecentWeight = 1.0 / 16.0;
 
 }  // namespace
@@ -36,14 +36,16 @@ Counters operator-(Counters later, const Counters& earlier) {
 }
 
 Ftl::Ftl(std::uint32_t logical_pages, std::uint32_t blocks) {
-    // With all pages mapped the closed blocks must still hold an invalid one at every collection.
-    // One block is empty, one open, so at least one is closed whenever the collector looks for it.
+    // A collection must find an invalid page in the closed blocks with all pages mapped, too. It
+    // happens while one block is empty and at most one open, the collector's own; the host's page
+    // that waits to be written is invalid already. So the closed ones cannot all be full.
     if (blocks < 3 || blocks >= kNone / kPagesPerBlock || logical_pages == 0 ||
-        logical_pages > (blocks - 1) * kPagesPerBlock) {
+        logical_pages > most_logical_pages(blocks)) {
         throw std::invalid_argument("flash of " + std::to_string(blocks) + " blocks cannot offer " +
                                     std::to_string(logical_pages) + " pages");
     }
     location_.assign(logical_pages, kNone);
+    mapped_.assign(logical_pages, 0);
     owner_.assign(std::size_t{blocks} * kPagesPerBlock, kNone);
     valid_.assign(blocks, 0);
     links_.assign(blocks, Link{});
@@ -56,10 +58,10 @@ void Ftl::write(std::uint32_t page) {
     if (before != kNone) {
         invalidate(before);
     } else {
-        ++mapped_;
+        count_mapped(page, 1);
     }
-    if (open_fill_ == kPagesPerBlock) open_next_block();
-    put(page);
+    if (host_.fill == kPagesPerBlock) open_block_for_host();
+    put(page, host_);
     ++counters_.host_pages;
 }
 
@@ -77,24 +79,43 @@ void Ftl::trim(std::uint32_t first, std::uint32_t count) {
         if (location_[page] == kNone) continue;
         invalidate(location_[page]);
         location_[page] = kNone;
-        --mapped_;
+        count_mapped(page, -1);
         ++counters_.trimmed_pages;
     }
     // What was freed helps the very next collection: the past says nothing about it any more.
     recent_copies_ = std::min<double>(recent_copies_, copies_ahead());
 }
 
-void Ftl::put(std::uint32_t page) {
-    const std::uint32_t physical = open_block_ * kPagesPerBlock + open_fill_++;
+std::uint32_t Ftl::mapped_pages_before(std::uint32_t end) const {
+    std::uint32_t sum = 0;
+    for (; end > 0; end &= end - 1) sum += mapped_[end - 1];
+    return sum;
+}
+
+void Ftl::count_mapped(std::uint32_t page, std::int32_t change) {
+    for (; page < mapped_.size(); page |= page + 1)
+        mapped_[page] += static_cast<std::uint32_t>(change);
+}
+
+/// Makes the sums of a row of ones and zeros.
+void Ftl::sum_up_mapped() {
+    for (std::size_t page = 0; page < mapped_.size(); ++page) {
+        const std::size_t next = page | (page + 1);
+        if (next < mapped_.size()) mapped_[next] += mapped_[page];
+    }
+}
+
+void Ftl::put(std::uint32_t page, OpenBlock& open) {
+    const std::uint32_t physical = open.block * kPagesPerBlock + open.fill++;
     location_[page] = physical;
     owner_[physical] = page;
-    ++valid_[open_block_];
+    ++valid_[open.block];
 }
 
 void Ftl::invalidate(std::uint32_t physical) {
     const std::uint32_t block = physical / kPagesPerBlock;
     owner_[physical] = kNone;
-    if (block == open_block_) {
+    if (block == host_.block || block == copies_.block) {
         --valid_[block];
         return;
     }
@@ -103,23 +124,38 @@ void Ftl::invalidate(std::uint32_t physical) {
     link(block);
 }
 
-void Ftl::open_next_block() {
-    if (open_block_ != kNone) link(open_block_);
-    open_block_ = empty_.back();
-    open_fill_ = 0;
-    empty_.pop_back();
-    if (empty_.empty()) collect(fewest_valid());
-    recent_copies_ += (open_fill_ - recent_copies_) * kRecentWeight;
+void Ftl::open_block_for_host() {
+    close_block(host_);
+    if (empty_.size() > 1) remember_copies(0);
+    while (empty_.size() < 2) collect(fewest_valid());
+    open_block(host_);
 }
 
+void Ftl::open_block(OpenBlock& open) {
+    open = {empty_.back(), 0};
+    empty_.pop_back();
+}
+
+void Ftl::close_block(OpenBlock& open) {
+    if (open.block != kNone) link(open.block);
+    open = {};
+}
+
+/// Moves what is valid out of a block and erases it. The empty block that this may take is given
+/// back by the victim.
 void Ftl::collect(std::uint32_t victim) {
+    remember_copies(valid_[victim]);
     unlink(victim);
     const std::uint32_t first = victim * kPagesPerBlock;
     for (std::uint32_t physical = first; physical < first + kPagesPerBlock; ++physical) {
         const std::uint32_t page = owner_[physical];
         if (page == kNone) continue;
         owner_[physical] = kNone;
-        put(page);
+        if (copies_.fill == kPagesPerBlock) {
+            close_block(copies_);
+            open_block(copies_);
+        }
+        put(page, copies_);
     }
     counters_.copied_pages += valid_[victim];
     ++counters_.erased_blocks;
@@ -127,7 +163,11 @@ void Ftl::collect(std::uint32_t victim) {
     empty_.push_back(victim);
 }
 
-/// Pages to copy when the next block is opened, as things stand.
+void Ftl::remember_copies(std::uint32_t copies) {
+    recent_copies_ += (copies - recent_copies_) * kRecentWeight;
+}
+
+/// Pages to copy for the next block of the host, as things stand.
 std::uint32_t Ftl::copies_ahead() const { return empty_.size() > 1 ? 0 : valid_[fewest_valid()]; }
 
 std::uint32_t Ftl::fewest_valid() const {

@@ -23,8 +23,8 @@ Ftl::Image Ftl::image() const {
         for (; block != kNone; block = links_[block].next) image.closed.push_back(block);
     }
     image.empty = empty_;
-    image.open_block = open_block_;
-    image.open_fill = open_fill_;
+    image.host = host_;
+    image.copies = copies_;
     image.recent_copies = recent_copies_;
     image.counters = counters_;
     return image;
@@ -42,8 +42,9 @@ Ftl::Ftl(Image image)
         require(location_[page] == kNone, "a page is mapped twice");
         location_[page] = physical;
         ++valid_[physical / kPagesPerBlock];
-        ++mapped_;
+        mapped_[page] = 1;
     }
+    sum_up_mapped();
     owner_ = std::move(image.physical);
 
     std::vector<bool> seen(blocks, false);
@@ -57,25 +58,29 @@ Ftl::Ftl(Image image)
     }
     require(!image.empty.empty(), "no block is empty");
     for (const std::uint32_t block : image.closed) see(block);
-    if (image.open_block != kNone) see(image.open_block);
-    require(image.empty.size() + image.closed.size() + (image.open_block != kNone) == blocks,
-            "a block is missing");
+    std::size_t open_blocks = 0;
+    for (const OpenBlock& open : {image.host, image.copies}) {
+        require(open.fill <= kPagesPerBlock, "an open block is overfull");
+        if (open.block == kNone) {
+            require(open.fill == kPagesPerBlock, "what is not open has room");
+            continue;
+        }
+        ++open_blocks;
+        see(open.block);
+        for (std::uint32_t at = open.fill; at < kPagesPerBlock; ++at) {
+            require(owner_[open.block * kPagesPerBlock + at] == kNone,
+                    "an open block holds data that was not written");
+        }
+    }
+    require(image.empty.size() + image.closed.size() + open_blocks == blocks, "a block is missing");
     // A block goes to the head of its list, so the last one of each list comes first.
     for (auto block = image.closed.rbegin(); block != image.closed.rend(); ++block) link(*block);
 
-    require(image.open_fill <= kPagesPerBlock &&
-                (image.open_block != kNone || image.open_fill == kPagesPerBlock),
-            "the open block is overfull");
     require(image.recent_copies >= 0.0 && image.recent_copies < kPagesPerBlock,
             "the write amplification is impossible");
-    for (std::uint32_t at = image.open_fill; image.open_block != kNone && at < kPagesPerBlock;
-         ++at) {
-        require(owner_[image.open_block * kPagesPerBlock + at] == kNone,
-                "the open block holds data that was not written");
-    }
     empty_ = std::move(image.empty);
-    open_block_ = image.open_block;
-    open_fill_ = image.open_fill;
+    host_ = image.host;
+    copies_ = image.copies;
     recent_copies_ = image.recent_copies;
     counters_ = image.counters;
 }

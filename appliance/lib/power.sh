@@ -32,10 +32,20 @@ power_on() {
     [[ $sandbox_rate =~ ^[1-9][0-9]{0,3}$ && $sandbox_rate -le 1000 ]] ||
         fail "a rate is a whole number from 1 to 1000, not '$sandbox_rate'"
     check_host
+    check_drives
     make_root
     sandbox_clock_start=$(next_clock_start) sandbox_clock_shared=''
     start_sandbox
     echo "$sandbox_build" >"$instance/build"
+}
+
+# An instance that an older build has made may hold drives that this one cannot read.
+check_drives() {
+    local drives=$root/var/lib/appliance/flash
+    [[ -d $drives && -x $sandbox_build/bin/appliance-setup ]] || return 0
+    LD_LIBRARY_PATH=$sandbox_build/lib "$sandbox_build/bin/appliance-setup" --check-drives "$drives" || fail \
+        "this build cannot use the drives of the appliance in $instance. To make it anew, remove" \
+        "that directory; its test records, in root/share, are gone then, too"
 }
 
 # Starts the sandbox with a first process that stays. That process says when the inside is ready,

@@ -2,13 +2,21 @@
 
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "core/blueprint.h"
+#include "flash/drive.h"
 
 namespace {
+
+int check_drives(const std::filesystem::path& directory) {
+    for (const auto& entry : std::filesystem::directory_iterator(directory))
+        if (entry.path().extension() == ".flash") appliance::flash::Drive::load(entry.path());
+    return 0;
+}
 
 int run(int argc, char** argv) {
     appliance::Blueprint blueprint;
@@ -34,7 +42,11 @@ int run(int argc, char** argv) {
     app.add_flag("!--no-addon", blueprint.addon_installed, "Without the add-on Oprella");
     app.add_flag("--notice-hall", blueprint.notice_hall_installed,
                  "With the notification application NoticeHall");
+    std::filesystem::path drive_files;
+    app.add_option("--check-drives", drive_files,
+                   "Only say whether this build can use the drive files of a directory");
     CLI11_PARSE(app, argc, argv);
+    if (!drive_files.empty()) return check_drives(drive_files);
     if (nvme) {
         blueprint.drive.form_factor = PD_FORM_M2_PCIE;
         blueprint.drive.interface_type = PD_INTERFACE_NVME;
