@@ -117,6 +117,18 @@ void append_pieces(std::vector<Piece>& pieces, const Group& group, std::size_t f
     }
 }
 
+/// Members' writes and reads for each chunk of data that is written to a stripe, in the cheaper of
+/// the two ways: change the parity by what changes, or compute it from the whole stripe.
+WriteCost parity_write_cost(double members, double parities, std::uint64_t block_bytes) {
+    const double data_chunks = members - parities;
+    const double written =
+        std::clamp(static_cast<double>(block_bytes) / static_cast<double>(kStripeChunkBytes), 1.0,
+                   data_chunks);
+    const double to_change = written + parities;
+    const double to_reconstruct = data_chunks - written;
+    return {(written + parities) / written, std::min(to_change, to_reconstruct) / written};
+}
+
 }  // namespace
 
 std::uint64_t Group::capacity() const {
@@ -130,20 +142,15 @@ std::uint64_t Group::capacity() const {
 
 WriteCost random_write_cost(const Group& group, std::uint64_t block_bytes) {
     const auto members = static_cast<double>(group.members.size());
-    const auto fills_stripe = [&](std::uint64_t parities) {
-        return block_bytes >= (group.members.size() - parities) * kStripeChunkBytes;
-    };
     switch (group.level) {
         case Level::raid1:
             return {members, 0.0};
         case Level::raid10:
             return {2.0, 0.0};
         case Level::raid5:
-            if (fills_stripe(1)) return {members / (members - 1.0), 0.0};
-            return {2.0, 2.0};
+            return parity_write_cost(members, 1.0, block_bytes);
         case Level::raid6:
-            if (fills_stripe(2)) return {members / (members - 2.0), 0.0};
-            return {3.0, 3.0};
+            return parity_write_cost(members, 2.0, block_bytes);
         case Level::jbod:
         case Level::raid0:
             break;
@@ -211,6 +218,14 @@ std::vector<Piece> Volume::pieces(Range range) const {
                       1.0 / static_cast<double>(groups_.size()));
     }
     return pieces;
+}
+
+double Volume::mapped_share(Range range) const {
+    const std::vector<Member> all = members();
+    double share = 0.0;
+    for (const Piece& piece : pieces(range))
+        share += piece.share * all[piece.member].drive->mapped_share(piece.range);
+    return share;
 }
 
 void Volume::discard(Range range) const {

@@ -31,8 +31,8 @@ struct WriteCost {
     double reads = 0.0;
 };
 
-/// Writes in random places. A block that is less than a stripe is read, changed and written with
-/// its parity: two reads and two writes on level 5, three and three on level 6.
+/// Writes in random places. Where a block fills less than a stripe, the parity of level 5 or 6
+/// takes reads: of the old data and parity, or of the rest of the stripe, whichever are fewer.
 WriteCost random_write_cost(const Group& group, std::uint64_t block_bytes);
 
 enum class Span { linear, striped };
@@ -58,6 +58,8 @@ class Volume {
     std::vector<Member> members() const;
     /// Where a range of the volume lies, clipped to the volume's capacity.
     std::vector<Piece> pieces(Range range) const;
+    /// Share of a range that holds data on its members, 0 to 1.
+    double mapped_share(Range range) const;
 
     /// Unmaps a range of the volume on all its members.
     void discard(Range range) const;

@@ -127,11 +127,12 @@ Run::Step Run::plan(std::uint64_t operations) const {
         step.bytes = operations * workload_.block_bytes;
     }
     step.operations = operations;
-    for (const Piece& piece : workload_.pattern == Pattern::sequential ? part : pieces_) {
+    const std::vector<Piece>& pieces = workload_.pattern == Pattern::sequential ? part : pieces_;
+    for (const Piece& piece : pieces) {
         step.tasks.push_back(task_of(piece, static_cast<double>(step.bytes)));
         step.seconds = std::max(step.seconds, step.tasks.back().seconds);
     }
-    step.seconds = std::max(step.seconds, latency_bound(static_cast<double>(operations)));
+    step.seconds = std::max(step.seconds, latency_bound(pieces, static_cast<double>(operations)));
     return step;
 }
 
@@ -143,6 +144,8 @@ Run::Task Run::task_of(const Piece& piece, double bytes) const {
 
     Task task{piece.member, piece.range, {}, 0.0, 0.0};
     Load& load = task.load;
+    // A drive answers from its map when a page holds nothing.
+    const double mapped = drive.mapped_share(piece.range);
     if (workload_.pattern == Pattern::sequential) {
         // What the members hold of the stretch is what they write, parities and mirrors included.
         if (workload_.direction == Direction::write) {
@@ -150,7 +153,7 @@ Run::Task Run::task_of(const Piece& piece, double bytes) const {
         } else {
             load.read_bytes = bytes * piece.share;
         }
-        load.flash_pages_read = timing.pages_of_sequential_read(load.read_bytes);
+        load.flash_pages_read = timing.pages_of_sequential_read(load.read_bytes) * mapped;
     } else {
         WriteCost cost{0.0, 1.0};
         if (workload_.direction == Direction::write) {
@@ -158,7 +161,8 @@ Run::Task Run::task_of(const Piece& piece, double bytes) const {
         }
         load.write_bytes = bytes * piece.share * cost.writes;
         load.read_bytes = bytes * piece.share * cost.reads;
-        load.flash_pages_read = load.read_bytes / block * timing.pages_of_random_read(block);
+        load.flash_pages_read =
+            load.read_bytes / block * timing.pages_of_random_read(block) * mapped;
         load.reads_under_way = workload_.queue_depth * piece.share * std::max(cost.reads, 1.0);
     }
     load.commands = (load.write_bytes + load.read_bytes) / block;
@@ -173,12 +177,14 @@ Run::Task Run::task_of(const Piece& piece, double bytes) const {
 }
 
 /// No volume does more than its queue allows when each operation takes its time.
-double Run::latency_bound(double operations) const {
+double Run::latency_bound(const std::vector<Piece>& pieces, double operations) const {
     double slowest = 0.0;
-    for (const Piece& piece : pieces_) {
-        const Timing& timing = members_[piece.member].drive->timing;
+    for (const Piece& piece : pieces) {
+        const Drive& drive = *members_[piece.member].drive;
+        const Timing& timing = drive.timing;
         const auto block = static_cast<double>(workload_.block_bytes);
-        const double read = timing.read_overhead_seconds + timing.read_seconds;
+        const double read =
+            timing.read_overhead_seconds + timing.read_seconds * drive.mapped_share(piece.range);
         double latency =
             workload_.direction == Direction::read ? read : timing.write_latency_seconds;
         if (workload_.direction == Direction::write && workload_.pattern == Pattern::random &&

@@ -67,7 +67,7 @@ class Run {
     Progress slice(double seconds, std::uint64_t operations);
     Step plan(std::uint64_t operations) const;
     Task task_of(const Piece& piece, double bytes) const;
-    double latency_bound(double operations) const;
+    double latency_bound(const std::vector<Piece>& pieces, double operations) const;
     void carry_out(const Step& step, Progress& progress);
 
     const Volume& volume_;
