@@ -94,6 +94,17 @@ TEST_F(StorageCreation, MeasuresTheDrivesAndStoresTheSizes) {
     EXPECT_FALSE(appliance().journal().shows("services.sh"));
 }
 
+TEST_F(StorageCreation, MeasuresDrivesWithoutPartitionsAsAWhole) {
+    appliance().with([](appliance::Blueprint& blueprint) { blueprint.drive.partitioned = false; });
+    Groups groups(1, {0, 1});
+    groups.numbered(800);
+    const Record record = new_record(groups, kInitiating);
+    ASSERT_GE(create(groups, *record), 1568) << appliance().journal();
+    EXPECT_FALSE(appliance().traced("Fail to do")) << appliance().journal();
+    EXPECT_TRUE(appliance().journal().shows("fio", "--filename=/dev/sdb --direct=1 --rw=write"));
+    EXPECT_GT(record->raid_conf->ssd_drives[1].performance_write_s, 10'000U);
+}
+
 TEST_F(StorageCreation, InitialisesOutdatedLayoutsAndStopsServicesFirst) {
     appliance().with([](appliance::Blueprint& blueprint) {
         blueprint.others[1] = blueprint.drive;

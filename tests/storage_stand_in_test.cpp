@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include "device/drive_file.h"
 #include "platform/hal.h"
 #include "platform/storage.h"
 #include "support/appliance.h"
@@ -296,6 +297,8 @@ TEST_F(StorageStandIn, MeasurementsLeaveTheirFiguresInTheDrivesUnits) {
     EXPECT_NE(PD_Get_Read_Speed(enclosure, port, &value), 0) << "nothing has been measured";
     EXPECT_EQ(Disk_Read_Performance_Test(&id, 1, 1, 0), 0);
     EXPECT_EQ(Disk_Read_Performance_Test(&id, 1, 0, 0), 0);
+    EXPECT_NEAR(static_cast<double>(smart(2).host_written_kib), 1024 * 1024, 1024)
+        << "the system's partitions, and the rest of the GiB that is read";
     EXPECT_EQ(Disk_Write_Performance_Test(&id, 1, &part_no, 1, 0), 0);
     EXPECT_EQ(Disk_Write_Performance_Test(&id, 1, &part_no, 0, 0), 0);
     ASSERT_EQ(PD_Get_Read_Speed(enclosure, port, &value), 0);
@@ -303,13 +306,37 @@ TEST_F(StorageStandIn, MeasurementsLeaveTheirFiguresInTheDrivesUnits) {
     ASSERT_EQ(PD_Get_Write_Speed(enclosure, port, &value), 0);
     EXPECT_TRUE(value > 30'000'000 && value < 600'000'000) << value << " B/s";
     ASSERT_EQ(PD_Get_Read_IOPS(enclosure, port, &value), 0);
-    EXPECT_TRUE(value > 5'000 && value < 100'000) << value;
+    EXPECT_TRUE(value > 5'000 && value < 70'000) << value << " of a drive that holds data";
     ASSERT_EQ(PD_Get_Write_IOPS(enclosure, port, &value), 0);
     EXPECT_TRUE(value > 5'000 && value < 100'000) << value;
 
     const int missing = 7;
     EXPECT_NE(Disk_Write_Performance_Test(&id, 1, &missing, 1, 0), 0);
     EXPECT_NE(PD_Get_Write_Speed(enclosure, port, &value), 0) << "the last one failed";
+}
+
+TEST_F(StorageStandIn, AReadMeasurementWritesNothingToADriveInAGroup) {
+    volume_over(group(800, 1, {0, 1}));
+    const unsigned id = appliance::drive_id(0);
+    const uint64_t before = smart(0).host_written_kib;
+    EXPECT_EQ(Disk_Read_Performance_Test(&id, 1, 0, 0), 0);
+    EXPECT_EQ(smart(0).host_written_kib, before);
+}
+
+TEST_F(StorageStandIn, WhatIsDiscardedOfAMemberEndsWhereItsMetadataBegins) {
+    const std::string name = volume_over(group(800, 5, {0, 1, 2}));
+    EXPECT_EQ(run(fio(name, "--rw=write --bs=1M >/dev/null")), 0);
+    const auto held_mib = [] {
+        const auto drive = appliance::DriveFile::look(appliance::drive_id(0));
+        return drive.mapped_share() * static_cast<double>(drive.nominal_bytes()) / (1 << 20);
+    };
+    const double full = held_mib();
+    const uint64_t mib = partition_kib(0) / 1024;
+    EXPECT_EQ(run("/sbin/kblkdiscard /dev/sda3 -o 16 -l " + std::to_string(mib - 16 - 16)), 0);
+    const double freed = full - held_mib();
+    EXPECT_NEAR(freed, static_cast<double>(mib - 32), 8);
+    EXPECT_EQ(run("/sbin/kblkdiscard /dev/sda3 -o 16"), 0);
+    EXPECT_NEAR(full - held_mib(), freed, 0.1) << "a volume never reaches into the last 16 MiB";
 }
 
 TEST_F(StorageStandIn, ServicesStopAndStart) {

@@ -1,6 +1,7 @@
 #include "device/load.h"
 
 #include <algorithm>
+#include <vector>
 
 #include <time.h>
 
@@ -28,6 +29,23 @@ flash::Workload within(const Device& device, flash::Workload workload) {
         device.bytes() > workload.range.offset ? device.bytes() - workload.range.offset : 0;
     workload.range.length = std::min(workload.range.length, left);
     return workload;
+}
+
+constexpr uint64_t kEmptyStep = uint64_t{1} << 20;
+
+/// The stretches of a range that hold nothing, to the MiB.
+std::vector<flash::Range> empty_parts(const Device& device, flash::Range range) {
+    std::vector<flash::Range> parts;
+    const uint64_t end = std::min(range.end(), device.bytes());
+    for (uint64_t at = range.offset; at < end; at += kEmptyStep) {
+        const flash::Range step{at, std::min(kEmptyStep, end - at)};
+        if (device.volume().mapped_share(step) > 0.0) continue;
+        if (!parts.empty() && parts.back().end() == at)
+            parts.back().length += step.length;
+        else
+            parts.push_back(step);
+    }
+    return parts;
 }
 
 }  // namespace
@@ -60,6 +78,15 @@ flash::Progress PacedLoad::for_bytes(uint64_t bytes) {
     while (sum.bytes < bytes)
         pace(sum, [&] { return run_.for_bytes(std::min(length, bytes - sum.bytes)); });
     return sum;
+}
+
+void write_what_is_empty(Device& device, flash::Range range) {
+    for (const flash::Range& part : empty_parts(device, range)) {
+        flash::Workload workload{flash::Pattern::sequential, flash::Direction::write};
+        workload.block_bytes = kEmptyStep;
+        workload.range = part;
+        PacedLoad(device, workload).for_bytes(part.length);
+    }
 }
 
 }  // namespace appliance

@@ -29,4 +29,7 @@ class PacedLoad {
     double due_;  ///< when the time of all slices so far is over, on the monotonic clock
 };
 
+/// Writes the parts of a range that hold nothing, and no others.
+void write_what_is_empty(Device& device, flash::Range range);
+
 }  // namespace appliance

@@ -24,6 +24,7 @@ using namespace appliance;
 constexpr int kFailure = -1;
 constexpr double kSeconds = 15;
 constexpr uint64_t kMib = uint64_t{1} << 20;
+constexpr flash::Range kReadArea{0, 1024 * kMib};
 constexpr const char* kByWwn = "/etc/config/disk_performance.conf";
 
 /// A kind of measurement and the key under which its figure is kept.
@@ -81,20 +82,21 @@ flash::Workload workload_of(const Kind& kind) {
     return workload;
 }
 
-std::string device_name(unsigned dev_id, int part_no) {
-    const auto name =
-        part_no > 0
-            ? first<std::string>("SELECT name FROM partition WHERE dev_id = ? AND part_no = ?",
-                                 dev_id, part_no)
-            : first<std::string>("SELECT sys_name FROM drive WHERE dev_id = ?", dev_id);
-    return name.value_or("");
+bool is_in_group(unsigned dev_id) {
+    return first("SELECT 1 FROM raid_drive WHERE dev_id = ?", dev_id).has_value();
 }
 
 int measure(unsigned dev_id, int part_no, const Kind& kind) {
     int result = keep(dev_id, kind.key, "testing");
     try {
-        const std::unique_ptr<Device> device = open_device(device_name(dev_id, part_no));
-        PacedLoad load(*device, workload_of(kind));
+        const std::unique_ptr<Device> device =
+            open_device(device_name(dev_id, part_no).value_or(""));
+        flash::Workload workload = workload_of(kind);
+        if (kind.direction == flash::Direction::read) {
+            workload.range = kReadArea;
+            if (!is_in_group(dev_id)) write_what_is_empty(*device, kReadArea);
+        }
+        PacedLoad load(*device, workload);
         const uint64_t figure = figure_of(kind, load.for_seconds(kSeconds));
         return result | keep(dev_id, kind.key, std::to_string(figure));
     } catch (const std::exception&) {
@@ -121,7 +123,7 @@ int measure_all(const unsigned* dev_ids, int count, const int* part_nos, const K
     if (count > 0 && dev_ids == nullptr) return kFailure;
     int result = 0;
     for (int drive = 0; drive < count; ++drive) {
-        const int part_no = part_nos != nullptr ? part_nos[drive] : 0;
+        const int part_no = part_nos != nullptr ? part_nos[drive] : kWholeDrive;
         const auto work = [&] { return measure(dev_ids[drive], part_no, kind); };
         result |= background ? detach([&] { work(); }) : work();
     }

@@ -8,6 +8,17 @@
 #include "platform/hal_slot.h"
 #include "platform/text.h"
 
+namespace appliance {
+
+std::optional<std::string> device_name(unsigned dev_id, int part_no) {
+    if (part_no == kWholeDrive)
+        return first<std::string>("SELECT sys_name FROM drive WHERE dev_id = ?", dev_id);
+    return first<std::string>("SELECT name FROM partition WHERE dev_id = ? AND part_no = ?", dev_id,
+                              part_no);
+}
+
+}  // namespace appliance
+
 using namespace appliance;
 
 int Part_Is_Exist_V2(int enclosure, int port, int part_no) {
@@ -21,9 +32,7 @@ int Part_Is_Exist_V2(int enclosure, int port, int part_no) {
 
 int Part_Get_Name(int enclosure, int port, int part_no, char* name, int size) {
     return call("Part_Get_Name", arguments(enclosure, port, part_no, size), [&] {
-        const auto found =
-            first<std::string>("SELECT name FROM partition WHERE dev_id = ? AND part_no = ?",
-                               dev_id_of(enclosure, port), part_no);
+        const auto found = device_name(dev_id_of(enclosure, port), part_no);
         return found ? hand_out(*found, name, size) : -1;
     });
 }

@@ -126,6 +126,7 @@ typedef struct PART_INFO {
 } PART_INFO;
 
 int Part_Is_Exist_V2(int enclosure, int port, int part_no); /* non-zero: it exists */
+/** For example /dev/sda3; partition 0 stands for the whole drive. */
 int Part_Get_Name(int enclosure, int port, int part_no, char *name, int size);
 int Part_Get_Info(int enclosure, int port, int part_no, PART_INFO *info);
 
@@ -137,6 +138,10 @@ int Part_Get_Info(int enclosure, int port, int part_no, PART_INFO *info);
  * @param part_nos    partition to measure on, for each drive; 0 for the whole drive
  * @param sequential  non-zero: throughput; zero: IOPS
  * @param background  non-zero: return at once
+ *
+ * A drive answers reads of what it does not hold without opening its flash. So reads are measured
+ * on the first GiB of the drive, and where that holds nothing it is written first, unless the drive
+ * is in a RAID group.
  *
  * The figures lie in /etc/enclosure_N.conf, section PhysicalDisk_PORT, and, by the drive's WWN, in
  * /etc/config/disk_performance.conf: keys read_speed, write_speed, read_iops, write_iops. A key
