@@ -1,11 +1,15 @@
-// Values from users and drives on their way through a real shell.
+// Values from users and drives on their way through a real shell, and files that others made.
 
+#include <fstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "base/command.h"
+#include "base/plain_file.h"
 
 namespace base = ssd_op::base;
 
@@ -36,4 +40,16 @@ TEST(ShellQuoting, HarmlessValuesStandAsTheyAre) {
     EXPECT_EQ(base::shell_word(""), "''");
     EXPECT_EQ(base::shell_word("a b"), "'a b'");
     EXPECT_EQ(base::shell_word("~root"), "'~root'");
+}
+
+TEST(PlainFile, NeitherWaitsForPipesNorFollowsLinks) {
+    std::ofstream("/tmp/plain") << "1";
+    ASSERT_EQ(::mkfifo("/tmp/pipe", 0666), 0);
+    ASSERT_EQ(::symlink("/tmp/plain", "/tmp/link"), 0);
+    for (const int flags : {O_RDONLY, O_RDWR, O_WRONLY | O_APPEND | O_CREAT}) {
+        for (const char* path : {"/tmp/pipe", "/tmp/link", "/tmp", "/dev/zero"})
+            EXPECT_FALSE(base::open_plain_file(path, flags, 0600)) << path << ' ' << flags;
+        EXPECT_TRUE(base::open_plain_file("/tmp/plain", flags, 0600)) << flags;
+    }
+    EXPECT_FALSE(base::open_plain_file("/tmp/absent"));
 }

@@ -7,6 +7,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include "base/plain_file.h"
 #include "report/report.h"
 
 namespace ssd_op::report {
@@ -30,10 +31,10 @@ void remove_abandoned_files() {
     for (size_t i = 0; i < found.gl_pathc; ++i) {
         const char* path = found.gl_pathv[i];
         // Others may have put anything under such a name.
-        const base::Descriptor file(::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        const base::Descriptor file = base::open_plain_file(path);
         struct stat status {};
-        if (::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
-            status.st_uid == ::geteuid() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
+        if (::fstat(file.get(), &status) == 0 && status.st_uid == ::geteuid() &&
+            ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
             ::unlink(path);
     }
     ::globfree(&found);
