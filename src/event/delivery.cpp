@@ -41,18 +41,15 @@ ArgumentList list_of(const Arguments& arguments) {
     return list;
 }
 
-base::HeapBlock<NASLOG_EVENT> describe(const ssd_op_requester* requester, int event_type,
-                                       const char* message) {
-    auto entry = base::make_zeroed<NASLOG_EVENT>();
-    if (!entry) throw std::bad_alloc();
-    entry->type = event_type;
+void describe(NASLOG_EVENT& entry, const ssd_op_requester* requester, int event_type,
+              const char* message) {
+    entry.type = event_type;
     if (requester != nullptr) {
-        base::copy_text(entry->user, base::field_text(requester->user));
-        base::copy_text(entry->address, base::field_text(requester->address));
-        base::copy_text(entry->computer, "---");
+        base::copy_text(entry.user, base::field_text(requester->user));
+        base::copy_text(entry.address, base::field_text(requester->address));
+        base::copy_text(entry.computer, "---");
     }
-    base::copy_text(entry->description, message);
-    return entry;
+    base::copy_text(entry.description, message);
 }
 
 /// Behind the last argument the platform stops at the first NULL, so shorter lists need no call of
@@ -79,18 +76,24 @@ bool notifications_are_on() {
     return length > 0 && std::string_view(target).find(kNotifier) != std::string_view::npos;
 }
 
+base::HeapBlock<NASLOG_EVENT> new_entry() {
+    auto entry = base::make_zeroed<NASLOG_EVENT>();
+    if (!entry) throw std::bad_alloc();
+    return entry;
+}
+
 void deliver(const Event& event, int type, const ssd_op_requester* requester, const char* title,
-             bool as_notification) {
+             bool as_notification, NASLOG_EVENT& entry) {
     const ArgumentList list = list_of(event.arguments);
     char message[kMessageSize] = {};
     ssd_op_fill_message(message, kMessageSize, event.text->text, list.data());
     if (as_notification) notify(*event.text, list);
 
-    const auto entry = describe(requester, event_type_of(event.level), message);
+    describe(entry, requester, event_type_of(event.level), message);
     ::tzset();
-    if (!as_notification) naslog_event_add(entry.get());
+    if (!as_notification) naslog_event_add(&entry);
     SM_TRACE(SM_TRACE_INFO, "%s: type(%d), msg(%s)\n", "SSD_OP_Write_System_Log", type, message);
-    if (event.notice.number != 0) tell_engine(event.notice, *entry, title, message);
+    if (event.notice.number != 0) tell_engine(event.notice, entry, title, message);
 }
 
 }  // namespace ssd_op::event
