@@ -543,7 +543,12 @@ SSD_OP_API int SSD_OP_Test_Set_Skip_OP_Event_Sent(int record_no, int sent);
 SSD_OP_API int SSD_OP_Test_Get_Stop_Type(int record_no, int *stop_type);
 SSD_OP_API int SSD_OP_Test_Set_Stop_Type(int record_no, int stop_type);
 
-/** Add-on, one for all records: 1 when the user agreed to the anonymous upload of results. */
+/**
+ * Add-on, one for all records: 1 when the user agreed to the anonymous upload of results.
+ *
+ * An evaluation then ends with an upload, by a script that is made as a new file under /tmp. When
+ * it cannot be, or another upload has not ended within a minute, nothing is run and nothing sent.
+ */
 SSD_OP_API int SSD_OP_Test_Get_User_Agreement(int *agreement);
 SSD_OP_API int SSD_OP_Test_Set_User_Agreement(int agreement);
 

@@ -228,8 +228,8 @@ TEST_F(Uploading, SendsEveryFieldInOrder) {
     EXPECT_EQ(sent(*record),
               "test_name=T|test_type=SSD over-provisioning evalutaion|-e|capacity=3.00|raid_type=50"
               "|member=00010001,00010002,00010003|slot=00010001,00010002,00010003"
-              "|bus_type=SATA,NL-SAS,M.2 PCIe|disk_vendor=Norwell|disk_model_name=It's a drive"
-              "|disk_firmware=1\\2|disk_capacity=59.63,59.63,59.63|disk_read_throughput=1,0,0"
+              "|bus_type=SATA,NL-SAS,M.2 PCIe|disk_vendor=Norwell,,|disk_model_name=It's a drive,,"
+              "|disk_firmware=1\\2,,|disk_capacity=59.63,59.63,59.63|disk_read_throughput=1,0,0"
               "|disk_read_iops=2,0,0|disk_write_throughput=3,0,0"
               "|disk_write_iops=18446744073709551615,0,0|finished_time=20231114_2215"
               "|consumed_time=1|ratio=7%,14%|performance_result=498.250000,1234567.000000");
@@ -300,6 +300,21 @@ TEST_F(Uploading, KeepsTwoAtOnceApart) {
     }
     EXPECT_EQ(titles,
               (std::set<std::string>{"test_name=first", "test_name=second", "test_name=third"}));
+}
+
+TEST_F(Uploading, WaitsForAnotherOneButNotForEver) {
+    const Record record = finished({{800, 1, {appliance().drives()[0]}}});
+    appliance().slow("kanalytic_tool", Nth(1), 3'600'000);
+    Child hanging([&] { return ssd_op::event::ssd_op_analytics_upload(record.get()); });
+    ASSERT_TRUE(eventually([] { return exists(kScript); }));
+    EXPECT_EQ(ssd_op::event::ssd_op_analytics_upload(record.get()), 0);
+    EXPECT_TRUE(appliance().traced("ssd_op_analytics_upload: Fail to lock("));
+    EXPECT_TRUE(hanging.running());
+    EXPECT_TRUE(exists(kScript)) << "the other one's";
+    EXPECT_TRUE(appliance().uploads().empty());
+    hanging.signal(SIGKILL);
+    hanging.wait();
+    end_what_runs();
 }
 
 }  // namespace

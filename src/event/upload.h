@@ -13,8 +13,9 @@ namespace ssd_op::event {
 std::string upload_script(const ssd_op_db_record& record);
 
 /// Sends a finished record's summary. Whether it arrives is the tool's affair: the result is always
-/// 0. Uploads of several processes wait for each other. When the script cannot be created as a new
-/// file of this process, nothing is run: whatever lies under its name then is not ours.
+/// 0. Uploads of several processes wait for each other, a minute at the most: what then still waits
+/// is not sent, which is traced. When the script cannot be created as a new file of this process,
+/// nothing is run either: whatever lies under its name then is not ours.
 int ssd_op_analytics_upload(const ssd_op_db_record* record);
 
 }  // namespace ssd_op::event

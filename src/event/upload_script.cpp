@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <optional>
 #include <string_view>
 
 #include "base/command.h"
@@ -59,15 +60,15 @@ void for_each_drive(const ssd_op_db_record& record, Visit visit) {
     }
 }
 
-/// A field that lists a value of every drive. A drive without one leaves no trace in the list, but
-/// only the first drive of all goes without a comma before it.
+/// A field that lists a value of every drive, an empty one too. A drive of which the value is not
+/// known leaves no trace in the list, but only the first drive of all goes without a comma.
 template <typename ValueOf>
 std::string drive_list(std::string_view name, const ssd_op_db_record& record, ValueOf value_of) {
     std::string list;
     bool first = true;
     for_each_drive(record, [&](const ssd_op_db_ssd_dev& drive) {
-        const std::string value = value_of(drive);
-        if (!value.empty()) list.append(first ? "" : ",").append(value);
+        const std::optional<std::string> value = value_of(drive);
+        if (value) list.append(first ? "" : ",").append(*value);
         first = false;
     });
     return field(name, list);
@@ -94,12 +95,13 @@ std::string bus_type(const ssd_op_db_ssd_dev& drive) {
                                                               : "Unknown";
 }
 
-/// Empty when the platform does not tell.
-std::string drive_capacity(const ssd_op_db_ssd_dev& drive) {
+/// Nothing when the platform does not tell.
+std::optional<std::string> drive_capacity(const ssd_op_db_ssd_dev& drive) {
     const base::Slot slot = base::slot_of(drive.dev_id);
     uint64_t blocks = 0;
     uint32_t block_size = 0;
-    if (PD_Get_Capacity(slot.enclosure, slot.port, &blocks, &block_size) != 0) return {};
+    if (PD_Get_Capacity(slot.enclosure, slot.port, &blocks, &block_size) != 0)
+        return std::nullopt;
     return fixed(static_cast<double>(blocks * block_size) / kBytesPerGib, 2);
 }
 
