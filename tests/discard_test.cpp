@@ -1,8 +1,11 @@
 // Giving blocks back to the drives: what the discard tool is told, and when it is given up.
 
+#include "evaluation/discard.h"
+
 #include <algorithm>
 
 #include <gmock/gmock.h>
+#include <signal.h>
 
 #include "support/appliance.h"
 #include "support/evaluation.h"
@@ -127,6 +130,40 @@ TEST_F(Discard, ADiscardThatDoesNotEndIsKilled) {
             });
         },
         600));
+}
+
+/// The tool at work on a whole device, for ever.
+class DeviceDiscard {
+  public:
+    explicit DeviceDiscard(const std::string& device)
+        : process_([&] { return exec_as("/sbin/kblkdiscard " + device + " -p 512"); }) {
+        EXPECT_TRUE(eventually([&] {
+            return shell("/bin/ps --columns 128").output.find(device + " -p") != std::string::npos;
+        }));
+    }
+    bool running() { return process_.running(); }
+
+  private:
+    Child process_;
+};
+
+TEST_F(Discard, OfALongerNameIsNeitherWaitedForNorKilled) {
+    const ssd_op::evaluation::RequestedDrive drive{appliance::drive_id(0), false};
+    const auto wait = [&] { return ssd_op::evaluation::wait_for_discards("test", {&drive, 1}, 4); };
+    DeviceDiscard other("/dev/sdaa");
+    EXPECT_EQ(wait(), 0);
+    DeviceDiscard own("/dev/sda");
+    EXPECT_EQ(wait(), -1);
+    EXPECT_TRUE(eventually([&] { return !own.running(); }, 60));
+    EXPECT_TRUE(other.running());
+}
+
+TEST_F(Discard, ADeviceWithoutANameIsNotDiscarded) {
+    Groups groups(5, {0, 1, 2});
+    begin_test(groups);
+    appliance().failing("Part_Get_Name", 0);
+    EXPECT_NE(set_ratio(10), 0);
+    EXPECT_FALSE(appliance().journal().shows("kblkdiscard"));
 }
 
 TEST_F(Discard, ADriveTooSmallToBeSureOfIsATimeout) {

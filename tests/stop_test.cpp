@@ -347,6 +347,21 @@ TEST_F(Stop, WaitsAMinuteForGroupsOfAllRecordsTogether) {
     EXPECT_TRUE(traced_groups) << "the minute was the first record's";
 }
 
+TEST_F(Stop, AnEmptyNameIsNoNameOfAnything) {
+    Groups groups(1, {0, 1});
+    groups.numbered(900);
+    make_storage(groups);
+    new_record(groups, SSD_OP_TEST_STATUS_INITIATING);
+    Child fio([] { return exec_as("fio --filename=/dev/sdz"); });
+    Child discard([] { return exec_as("/sbin/kblkdiscard /dev/sdz"); });
+    ASSERT_TRUE(eventually([] { return runs("fio", "sdz") && runs("kblkdiscard", "sdz"); }));
+    for (const char* call : {"PD_Get_Sys_Name", "Part_Get_Name", "LV_Get_Name"})
+        appliance().failing(call, 0);  // leaves the name empty
+    EXPECT_EQ(SSD_OP_Test_Stop(1, SSD_OP_STOP_BY_USER, 0, SSD_OP_TEST_STATUS_INITIATING, 0), 0);
+    EXPECT_TRUE(fio.running() && discard.running());
+    EXPECT_FALSE(appliance().journal().shows("Get_Command_Result", "/bin/ps"));
+}
+
 TEST_F(Stop, AFailedRemovalIsReported) {
     Groups groups(1, {0, 1});
     groups.numbered(900);

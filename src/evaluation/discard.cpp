@@ -5,34 +5,56 @@
 #include <unistd.h>
 
 #include "base/command.h"
-#include "evaluation/process_id.h"
+#include "evaluation/process_list.h"
 #include "platform/naslog.h"
 
 namespace ssd_op::evaluation {
 
 namespace {
 
-/// The lines of the process list that show a discard of the device.
-std::string running_discards(const DriveName& device) {
-    return "/bin/ps --columns 128  2>>/dev/null | /bin/grep -v grep  2>>/dev/null | "
-           "/bin/grep '/sbin/kblkdiscard " +
-           base::inside_single_quotes(device.text) + "'";
-}
+constexpr const char* kTool = "/sbin/kblkdiscard ";
+constexpr int kListSize = 4096;
+
+/// The discards of one device. What the tool's name and the device's print may be of a device with
+/// a longer name, so that is looked at before anything is made of it.
+class Discards {
+  public:
+    explicit Discards(const DriveName& device)
+        : list_(kTool + device.text, device.text),
+          lines_(
+              "/bin/ps --columns 128  2>>/dev/null | /bin/grep -v grep  2>>/dev/null | "
+              "/bin/grep '" +
+              base::inside_single_quotes(list_.program()) + "'") {}
+
+    bool run() const {
+        return base::run(lines_ + " &>/dev/null 2>>/dev/null") == 0 && !look().only_others;
+    }
+
+    void kill() const {
+        const auto printed =
+            base::run_and_read(lines_ + "  2>>/dev/null | /bin/awk '{print $1}' 2>>/dev/null", 16);
+        if (printed.result != 0) return;
+        const Look found = look();
+        if (found.only_others) return;
+        // The buffer may have cut a second id short; only the first is sure to be whole.
+        const int pid = found.pid != 0 ? found.pid : leading_process_id(printed.text);
+        if (pid > 0) base::run("/bin/kill -9 " + std::to_string(pid) + " &>/dev/null 2>>/dev/null");
+    }
+
+  private:
+    Look look() const { return list_.look(lines_ + " 2>>/dev/null", kListSize); }
+
+    ProcessList list_;
+    std::string lines_;
+};
 
 bool is_being_discarded(const RequestedDrive& drive) {
     const DriveName device = discarded_device(drive);
-    return device && base::run(running_discards(device) + " &>/dev/null 2>>/dev/null") == 0;
+    return device && Discards(device).run();
 }
 
 void kill_discard(const RequestedDrive& drive) {
-    const DriveName device = discarded_device(drive);
-    if (!device) return;
-    const auto printed = base::run_and_read(
-        running_discards(device) + "  2>>/dev/null | /bin/awk '{print $1}' 2>>/dev/null", 16);
-    if (printed.result != 0) return;
-    // The buffer may have cut a second id short; only the first is sure to be whole.
-    if (const int pid = leading_process_id(printed.text); pid > 0)
-        base::run("/bin/kill -9 " + std::to_string(pid) + " &>/dev/null 2>>/dev/null");
+    if (const DriveName device = discarded_device(drive)) Discards(device).kill();
 }
 
 }  // namespace
@@ -43,7 +65,7 @@ DriveName discarded_device(const RequestedDrive& drive) {
 
 int start_discard(const DriveName& device, const DiscardOptions& options) {
     if (!device) return device.result;
-    const std::string tool = "/sbin/kblkdiscard " + base::shell_word(device.text) + " ";
+    const std::string tool = kTool + base::shell_word(device.text) + " ";
     const int first = base::run(tool + options.first_block + " &>/dev/null 2>>/dev/null");
     return first | base::run(tool + options.range + " &>/dev/null 2>>/dev/null &");
 }

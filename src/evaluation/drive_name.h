@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "base/drive_id.h"
 #include "base/text.h"
@@ -9,10 +10,13 @@
 
 namespace ssd_op::evaluation {
 
-/// A device path as the platform resolved it, with the result of the look-up (0: resolved).
+/// A device path as the platform resolved it, with the result of the look-up (0: resolved). An
+/// empty path is none: commands would work on anything, and searches find everything.
 struct DriveName {
     int result;
     std::string text;
+    DriveName(int look_up, std::string_view name)
+        : result(look_up == 0 && name.empty() ? -1 : look_up), text(name) {}
     explicit operator bool() const { return result == 0; }
 };
 
@@ -23,7 +27,7 @@ inline DriveName partition_name(uint32_t dev_id, int part_no = base::kDataPartit
     const auto [enclosure, port] = base::slot_of(dev_id);
     char name[kDriveNameSize] = "";
     const int result = Part_Get_Name(enclosure, port, part_no, name, kDriveNameSize);
-    return {result, std::string(base::field_text(name))};
+    return {result, base::field_text(name)};
 }
 
 /// For example /dev/sda.
@@ -31,7 +35,7 @@ inline DriveName device_name(uint32_t dev_id) {
     const auto [enclosure, port] = base::slot_of(dev_id);
     char name[kDriveNameSize] = "";
     const int result = PD_Get_Sys_Name(enclosure, port, name, kDriveNameSize);
-    return {result, std::string(base::field_text(name))};
+    return {result, base::field_text(name)};
 }
 
 }  // namespace ssd_op::evaluation

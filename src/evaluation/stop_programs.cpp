@@ -1,13 +1,10 @@
 #include "evaluation/stop_programs.h"
 
-#include <cctype>
-#include <sstream>
-
 #include <unistd.h>
 
 #include "base/boundary.h"
 #include "base/command.h"
-#include "evaluation/process_id.h"
+#include "evaluation/process_list.h"
 #include "platform/naslog.h"
 
 namespace ssd_op::evaluation {
@@ -18,50 +15,19 @@ constexpr const char* kFunction = "ssd_op_test_stop_progs";
 constexpr int kProbes = 10;
 constexpr int kMisses = 2;
 
-struct FoundProcess {
-    int pid = 0;
-    std::string line;
-};
-
-bool continues(unsigned char left, unsigned char right) {
-    return (std::isalpha(left) && std::isalpha(right)) ||
-           (std::isdigit(left) && std::isdigit(right));
-}
-
-/// Whether the text stands in the line and is not part of a longer name or number: /dev/sdb is in
-/// "/dev/sdb3", but neither in "/dev/sdba" nor is 12 in "1234".
-bool names(const std::string& line, const std::string& text) {
-    for (size_t at = line.find(text); at != std::string::npos; at = line.find(text, at + 1)) {
-        const size_t end = at + text.size();
-        const bool begins = at == 0 || !continues(line[at - 1], line[at]);
-        const bool ends = end == line.size() || !continues(line[end - 1], line[end]);
-        if (begins && ends) return true;
-    }
-    return false;
-}
-
-/// The first process with both texts in its line, other than this one, whose own arguments may well
-/// name a program and a drive.
-FoundProcess find_process(const std::string& program, const std::string& term) {
-    const auto printed =
-        base::run_and_read("/bin/ps --columns 128 | /bin/grep -v grep | /bin/grep \"" +
-                               base::inside_double_quotes(program) + "\" | /bin/grep \"" +
-                               base::inside_double_quotes(term) + "\" 2>>/dev/null",
-                           256);
-    std::istringstream lines(printed.text);
-    for (std::string line; std::getline(lines, line);) {
-        const int pid = leading_process_id(line);
-        if (pid > 0 && pid != ::getpid() && names(line, program) && names(line, term))
-            return {pid, line};
-    }
-    return {};
+std::string listing_of(const ProcessList& list) {
+    return "/bin/ps --columns 128 | /bin/grep -v grep | /bin/grep \"" +
+           base::inside_double_quotes(list.program()) + "\" | /bin/grep \"" +
+           base::inside_double_quotes(list.term()) + "\" 2>>/dev/null";
 }
 
 Killed kill_program(const std::string& program, const std::string& term) {
+    const ProcessList list(program, term);
+    const std::string listing = listing_of(list);
     Killed killed;
     int misses = kMisses;
     for (int probe = 0; probe < kProbes && misses > 0; ++probe) {
-        const auto [pid, line] = find_process(program, term);
+        const auto [pid, line, only_others] = list.look(listing, 256);
         if (pid == 0) killed.result = 0;
         if (pid != 0 && ::access(("/proc/" + std::to_string(pid)).c_str(), F_OK) == 0) {
             SM_TRACE(SM_TRACE_INFO, "%s:\"%s\".\n", kFunction, line.c_str());
@@ -80,6 +46,7 @@ Killed kill_program(const std::string& program, const std::string& term) {
 
 Killed kill_programs(const char* const programs[], const std::string& term) {
     Killed all;
+    if (term.empty()) return all;
     for (const char* const* program = programs; *program != nullptr; ++program) {
         const Killed one = kill_program(*program, term);
         all.result |= one.result;

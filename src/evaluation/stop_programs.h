@@ -11,8 +11,8 @@ struct Killed {
 };
 
 /// Kills, for each program of the list, the processes whose line in the process list holds both the
-/// program's name and the term. A process that keeps coming back is killed up to ten times. Never
-/// kills the calling process.
+/// program's name and the term (ProcessList). A process that keeps coming back is killed up to ten
+/// times. An empty term kills nothing.
 /// @param programs  NULL-terminated
 Killed kill_programs(const char* const programs[], const std::string& term);
 

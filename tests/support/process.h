@@ -41,6 +41,9 @@ class Child {
     std::optional<Ending> ending_;
 };
 
+/// Becomes a process that does nothing and shows this command line; for the body of a child.
+int exec_as(const std::string& command_line);
+
 /// Runs a function in a child and waits for it.
 Ending in_child(const std::function<int()>& body);
 
