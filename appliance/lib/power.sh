@@ -95,11 +95,14 @@ power_off() {
     leave_instance
 }
 
-# The sandbox's first process takes all others with it.
+# The sandbox's first process takes all others with it. It keeps the clock's file while it lives, so
+# the last word is written after its end.
 end_sandbox() {
-    save_clock "$(current_clock)"
+    local clock
+    clock=$(current_clock)
     kill -9 "$sandbox_pid" 2>/dev/null || true
     while is_on; do sleep 0.01; done
+    save_clock "$clock"
     rm -f -- "$instance/sandbox"
 }
 
