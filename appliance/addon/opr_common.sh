@@ -8,10 +8,14 @@ readonly EXIT_FAILED=1 EXIT_USAGE=2 EXIT_STOPPED=3 EXIT_SKIPPED=254
 readonly OPR=$UTIL/disk_opr_util
 
 # Run a command and wait for it; its exit status is the result. The child is killed by the kernel
-# when this shell ends, however it ends, so kill -9 of a script takes everything below with it. It is
-# waited for in the background, because a trap would else wait for the child.
+# when this shell ends, however it ends, so kill -9 of a script takes everything below with it. The
+# child looks for its parent first, which may have ended before the kernel was told. It is waited for
+# in the background, because a trap would else wait for the child.
 run() {
-    setpriv --pdeathsig KILL -- "$@" &
+    local parent=$BASHPID
+    # shellcheck disable=SC2016  # these variables are the child's
+    setpriv --pdeathsig KILL -- \
+        /bin/sh -c '[ "$PPID" = "$0" ] || exit 1; exec "$@"' "$parent" "$@" &
     wait "$!"
 }
 
