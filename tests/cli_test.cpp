@@ -210,7 +210,7 @@ class Running : public CommandLine {
         appliance().with_drives(2);
         plant_test_script("sleep 100000");
         EXPECT_EQ(run("start --yes --raid 1 --drives sda,sdb --stop-services").status, 0);
-        EXPECT_TRUE(eventually([] { return status_of(1) == SSD_OP_TEST_STATUS_TESTING; }, 7200));
+        EXPECT_TRUE(eventually([] { return status_of(1) == SSD_OP_TEST_STATUS_TESTING; }));
     }
     ~Running() override { end_what_runs(); }
 
@@ -433,7 +433,7 @@ TEST_F(CommandLine, LeavesAStartedEvaluationRunning) {
     const Outcome start = run("start --yes --raid 1 --drives sda,sdb --json");
     ASSERT_EQ(start.status, 0) << start.output;
     EXPECT_EQ(json::parse(start.output)["record"], 1);
-    EXPECT_TRUE(eventually([] { return status_of(1) == SSD_OP_TEST_STATUS_COMPLETED; }, 7200));
+    EXPECT_TRUE(eventually([] { return status_of(1) == SSD_OP_TEST_STATUS_COMPLETED; }));
     EXPECT_TRUE(
         eventually([] { return run("status 1").output.find("100.0 %") != std::string::npos; }));
 }

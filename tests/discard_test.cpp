@@ -154,7 +154,7 @@ TEST_F(Discard, OfALongerNameIsNeitherWaitedForNorKilled) {
     EXPECT_EQ(wait(), 0);
     DeviceDiscard own("/dev/sda");
     EXPECT_EQ(wait(), -1);
-    EXPECT_TRUE(eventually([&] { return !own.running(); }, 60));
+    EXPECT_TRUE(eventually([&] { return !own.running(); }));
     EXPECT_TRUE(other.running());
 }
 

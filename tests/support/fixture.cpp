@@ -9,19 +9,13 @@
 
 namespace support {
 
-namespace {
-
-/// What was started in the background and is about to end may do so.
-constexpr int kGraceSeconds = 1000;
-
-}  // namespace
-
 ApplianceTest::ApplianceTest() {
     for (const ProcessInfo& process : processes()) there_before_.insert(process.pid);
 }
 
 ApplianceTest::~ApplianceTest() {
-    if (eventually([&] { return what_runs().empty(); }, kGraceSeconds)) return;
+    // What was started in the background and is about to end may do so.
+    if (eventually([&] { return what_runs().empty(); })) return;
     std::ostringstream left;
     for (const ProcessInfo& process : what_runs()) left << "\n  " << process;
     ADD_FAILURE() << "the test left processes running:" << left.str();

@@ -143,6 +143,20 @@ std::ostream& operator<<(std::ostream& out, const ProcessInfo& process) {
     return out << process.pid << ' ' << process.state << ' ' << process.command;
 }
 
+bool eventually(const std::function<bool()>& condition) {
+    const auto wall_seconds = [] {  // the C library's own answer follows the fast clock
+        timespec now{};
+        ::syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &now);
+        return now.tv_sec;
+    };
+    const time_t last = wall_seconds() + 60;
+    while (!condition()) {
+        if (wall_seconds() > last) return false;
+        pause_for_milliseconds(2);
+    }
+    return true;
+}
+
 bool eventually(const std::function<bool()>& condition, int seconds) {
     const time_t last = ::time(nullptr) + seconds;
     while (!condition()) {

@@ -58,10 +58,10 @@ Stopped stop(RunningEvaluation& evaluation, const StopArguments& arguments) {
     stopped.result = NAS_SSD_OP_Test_Stop(nullptr, 0, evaluation.record_no(), -1,
                                           arguments.remove_storage, arguments.type);
     stopped.seconds_to_return = now() - begin;
-    EXPECT_TRUE(eventually([&] { return !evaluation.driver().running(); }, 7200));
+    EXPECT_TRUE(eventually([&] { return !evaluation.driver().running(); }));
     evaluation.driver().signal(SIGKILL);
     evaluation.driver().wait();
-    EXPECT_TRUE(eventually([] { return !any_program_runs(); }, 600));
+    EXPECT_TRUE(eventually([] { return !any_program_runs(); }));
     stopped.seconds_to_quiet = now() - begin;
     return stopped;
 }
