@@ -35,7 +35,9 @@ class Draft {
         : path_((fs::path(path).parent_path() / ".ssd-op-export.XXXXXX").string()),
           file_(::mkostemp(path_.data(), O_CLOEXEC)) {
         if (!file_) fail_writing(path, report, errno);
-        ::fchmod(file_.get(), 0644);  // who reads it need not be who had it written
+        const mode_t mask = ::umask(0);  // which this alone tells
+        ::umask(mask);
+        ::fchmod(file_.get(), 0666 & ~mask);
     }
     Draft(const Draft&) = delete;
     Draft& operator=(const Draft&) = delete;

@@ -964,7 +964,8 @@ SSD_OP_API struct timespec time_diff(struct timespec start, struct timespec end)
  * differ only there share a file.
  *
  * A report is written under another name and gets its own when it is whole. An older one is deleted
- * when the writing begins; a link in its place is not followed.
+ * when the writing begins; a link in its place is not followed. Its mode is what the process's
+ * umask leaves of 0666.
  *
  * path       receives the file's path, also when the writing fails
  * path_size  size of path in bytes; a longer path is cut

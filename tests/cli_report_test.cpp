@@ -145,6 +145,10 @@ TEST_F(RecordReports, AreCopiedWholeAndNeverOverAFileUnasked) {
     EXPECT_EQ(read_file(json["path"].get<std::string>()).substr(0, 2), "PK");
     EXPECT_EQ(std::distance(fs::directory_iterator("/tmp/reports"), {}), 2) << "and nothing else";
 
+    EXPECT_EQ(shell("umask 027; " + export_record(record, "--csv --output /tmp/reports/m")).status,
+              0);
+    EXPECT_EQ(static_cast<unsigned>(fs::status("/tmp/reports/m").permissions()), 0640U);
+
     const Outcome left = shell(export_record(record, "--csv"));
     EXPECT_THAT(left.output, HasSubstr("lies in /tmp/SSD over-provisioning test_a_.._b"));
     EXPECT_THAT(left.output, Not(HasSubstr("\x1b")));

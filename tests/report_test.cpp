@@ -283,7 +283,21 @@ TEST_F(Report, CsvSaysWhatTheRecordSays) {
                   "Time Slap (ms),9223372036854775807\nResult (IOPS),7\n"
                   "Written(KB),18446744073709551615\n");
     EXPECT_STREQ(path_, "/tmp/SSD over-provisioning test_Nightly.csv");
-    EXPECT_EQ(fs::status(path_).permissions() & fs::perms::others_read, fs::perms::others_read);
+}
+
+TEST_F(Report, HasTheModeThatTheUmaskLeaves) {
+    store("T");
+    for (const mode_t mask : {022, 007, 077}) {
+        EXPECT_EQ(support::in_child([&] {
+                      ::umask(mask);
+                      return csv() == 0 && xlsx() == 0 ? 0 : 1;
+                  }),
+                  support::exited(0));
+        for (const std::string& report : reports()) {
+            const auto mode = static_cast<unsigned>(fs::status("/tmp/" + report).permissions());
+            EXPECT_EQ(mode, 0666U & ~mask) << report;
+        }
+    }
 }
 
 TEST_F(Report, WorkbookIsLaidOutForReading) {

@@ -1,10 +1,13 @@
 #include "report/file.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 
 #include <fcntl.h>
 #include <glob.h>
 #include <sys/file.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 
 #include "base/plain_file.h"
@@ -15,6 +18,7 @@ namespace ssd_op::report {
 namespace {
 
 constexpr size_t kLongestFileName = 255;
+constexpr std::string_view kWorkingPath = "/tmp/.ssd_op_report.";
 
 bool continues_character(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80; }
 
@@ -40,6 +44,29 @@ void remove_abandoned_files() {
     ::globfree(&found);
 }
 
+/// A name that nobody can foresee.
+std::string new_working_path() {
+    constexpr std::string_view kDigits = "abcdefghijklmnopqrstuvwxyz234567";
+    std::array<unsigned char, 6> random{};
+    if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size()))
+        return {};
+    std::string path(kWorkingPath);
+    for (const unsigned char byte : random) path += kDigits[byte % kDigits.size()];
+    return path;
+}
+
+/// Makes a new file. Unlike mkostemp's, it has the mode that the umask leaves.
+base::Descriptor make_new(std::string& path) {
+    constexpr int kTries = 100;
+    for (int tries = 0; tries < kTries; ++tries) {
+        path = new_working_path();
+        base::Descriptor file(
+            ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+        if (file || errno != EEXIST) return file;
+    }
+    return base::Descriptor();
+}
+
 /// Locks a new working file. False when it was removed as an abandoned one before that.
 bool keep(const base::Descriptor& file) {
     ::flock(file.get(), LOCK_EX);
@@ -61,14 +88,12 @@ ReportFile::ReportFile(const std::string& path) : path_(path) {
     ::unlink(path_.c_str());
     remove_abandoned_files();
     do {
-        working_path_ = "/tmp/.ssd_op_report.XXXXXX";
-        file_ = base::Descriptor(::mkostemp(working_path_.data(), O_CLOEXEC));
+        file_ = make_new(working_path_);
         if (!file_) {
             working_path_.clear();
             return;
         }
     } while (!keep(file_));
-    ::fchmod(file_.get(), 0644);  // who reads it need not be who had it written
 }
 
 ReportFile::~ReportFile() {
