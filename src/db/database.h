@@ -57,8 +57,8 @@ class Session {
 
 /// How every database function works: `inside(connection)` in a session of its own. Its result, or
 /// `failure` when the database cannot be opened or memory is short.
-template <typename Inside>
-int with_session(const char* function, int failure, Inside&& inside) noexcept {
+template <typename Result, typename Inside>
+Result with_session(const char* function, Result failure, Inside&& inside) noexcept {
     return base::guarded(function, failure, [&] {
         const Session session;
         if (session) return inside(session.connection());

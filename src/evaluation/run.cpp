@@ -43,8 +43,7 @@ bool Run::finish() {
 void Run::give_up() {
     SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to fork!\n", kFunction, record_.record_no);
     remove_raid_configurations(groups_);
-    if (move_status(record_.record_no, SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED))
-        report(SSD_OP_EVENT_FAILED);
+    if (move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED)) report(SSD_OP_EVENT_FAILED);
     store_end_time();
 }
 
@@ -59,7 +58,7 @@ bool Run::probe_drives() {
         report(SSD_OP_EVENT_STEP_FAILED, &detail);
     }
     remove_raid_configurations(groups_);
-    move_status(record_.record_no, SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED);
+    move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED);
     return false;
 }
 
@@ -75,8 +74,7 @@ void Run::create_storage() {
     SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to create test storage!\n", kFunction,
              record_.record_no);
     remove_raid_configurations(groups_);
-    if (!move_status(record_.record_no, SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED))
-        return;
+    if (!move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED)) return;
     SM_TRACE(SM_TRACE_INFO,
              "%s: [Record(%d)] Status is initiating but creating storage fails, so set status to "
              "\"Failed\".\n",
@@ -86,8 +84,7 @@ void Run::create_storage() {
 }
 
 void Run::test() {
-    if (!move_status(record_.record_no, SSD_OP_TEST_STATUS_INITIATING,
-                     SSD_OP_TEST_STATUS_TESTING)) {
+    if (!move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_TESTING)) {
         SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] status[1]: %d\n", kFunction,
                  request_.lv_id, record_.record_no, status_of(record_.record_no));
         succeeded_ = false;
@@ -95,7 +92,7 @@ void Run::test() {
     }
     if (SSD_OP_Test_Start(&request_, &record_) < 0) fail_test();
 
-    if (!move_status(record_.record_no, SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FINISHING)) {
+    if (!move(SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FINISHING)) {
         SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] status[2]: %d\n", kFunction,
                  request_.lv_id, record_.record_no, status_of(record_.record_no));
         succeeded_ = false;
@@ -108,8 +105,7 @@ void Run::fail_test() {
     SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to test SSD OP!\n", kFunction,
              request_.lv_id, record_.record_no);
     succeeded_ = false;
-    if (!move_status(record_.record_no, SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FAILED))
-        return;
+    if (!move(SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FAILED)) return;
     SM_TRACE(SM_TRACE_INFO,
              "%s: [LV(%d), Record(%d)] Status is testing but test return fail, so set status to "
              "\"Failed\".\n",
@@ -163,8 +159,12 @@ void Run::upload() {
 
 void Run::complete() {
     progress_while_finishing(100);
-    if (move_status(record_.record_no, SSD_OP_TEST_STATUS_FINISHING, SSD_OP_TEST_STATUS_COMPLETED))
+    if (move(SSD_OP_TEST_STATUS_FINISHING, SSD_OP_TEST_STATUS_COMPLETED))
         report(SSD_OP_EVENT_COMPLETED);
+}
+
+bool Run::move(int from, int to) const {
+    return move_status(record_.record_no, from, to) == StatusChange::kChanged;
 }
 
 bool Run::status_is(int status) const { return status_of(record_.record_no) == status; }

@@ -39,6 +39,7 @@ class Run {
     void upload();
     void complete();
 
+    bool move(int from, int to) const;
     bool status_is(int status) const;
     void progress_while_finishing(int percent) const;
     void report(int type, const void* detail = nullptr) const;

@@ -17,6 +17,22 @@ int op_count(const ssd_op_db_record& record) {
 
 }  // namespace
 
+void publish_status(int record_no, int status) noexcept {
+    constexpr int kMaxCopies = 10;
+    base::guarded(__func__, 0, [&] {
+        SSD_OP_Test_Set_Step_Progress(record_no, 0);
+        const StateSection info = runtime_info(record_no);
+        for (int copies = 0; copies < kMaxCopies; ++copies) {
+            info.write("status", status);
+            // Whoever has changed it since may have written the copy first.
+            const int now = SSD_OP_DB_Query_Record_Status(record_no);
+            if (now == status) break;
+            status = now;
+        }
+        return 0;
+    });
+}
+
 }  // namespace ssd_op::runtime
 
 using namespace ssd_op;

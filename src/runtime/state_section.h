@@ -34,6 +34,11 @@ StateSection runtime_info(int record_no);
 /// A record's section in the add-on's file; nothing when the add-on is not installed.
 std::optional<StateSection> addon_section(int record_no);
 
+/// Shows a status that the database holds already: step progress back to 0, and the copy of the
+/// status. The copies of several processes may be written in another order than the database's
+/// changes; the last one written is the database's status all the same.
+void publish_status(int record_no, int status) noexcept;
+
 /// The section that belongs to no record.
 std::optional<StateSection> addon_global_section();
 
