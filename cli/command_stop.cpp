@@ -103,7 +103,7 @@ void report(const Snapshot& before, const Snapshot& after) {
 
 /// A driver that is there removes the storage itself; two at once would fail each other's steps.
 int removes_here(const Snapshot& before, const Options& options) {
-    return options.keep_storage || before.driver == Driver::kRuns ? 0 : 1;
+    return options.keep_storage || before.driver == Driver::kLives ? 0 : 1;
 }
 
 int stop(int record_no, int removes, const Options& options) {
@@ -134,13 +134,39 @@ int end(const std::vector<Snapshot>& chosen, const Options& options) {
     return result;
 }
 
+/// How the process that stops has ended: with a result, or with a failure to pass on.
+struct Ended {
+    int result = -1;
+    int failure = kDone;
+    char what[512] = "";
+    char advice[512] = "";
+
+    Ended() = default;
+    explicit Ended(int its_result) : result(its_result) {}
+    explicit Ended(const Failure& its_failure) : failure(its_failure.code()) {
+        std::snprintf(what, sizeof what, "%s", its_failure.what());
+        std::snprintf(advice, sizeof advice, "%s", its_failure.advice().c_str());
+    }
+};
+
+Ended end_or_tell_why_not(const std::vector<Snapshot>& chosen, const Options& options) {
+    try {
+        return Ended(end(chosen, options));
+    } catch (const Failure& failure) {
+        return Ended(failure);
+    } catch (const std::exception& error) {
+        return Ended(Failure(kFailed, fmt::format("The stop broke off: {}.", error.what()),
+                             "It can be repeated."));
+    }
+}
+
 /// A stop that is cut short leaves services stopped, so a process out of Ctrl-C's reach does it.
 int end_undisturbed(const std::vector<Snapshot>& chosen, const Options& options) {
     const Interrupt interrupt;
-    const auto result = ask_child<int>(
+    const auto ended = ask_child<Ended>(
         [&] {
             ::setsid();
-            return end(chosen, options);
+            return end_or_tell_why_not(chosen, options);
         },
         [&](pid_t child) {
             bool told = false;
@@ -149,7 +175,13 @@ int end_undisturbed(const std::vector<Snapshot>& chosen, const Options& options)
                     fmt::print(stderr, "The stop goes on to its end, within two minutes.\n");
             }
         });
-    return result.value_or(-1);
+    if (!ended) {
+        throw Failure(kFailed, "The process that stops ended without an answer.",
+                      "ssd-op status tells how far it came; the stop can be repeated.");
+    }
+    if (ended->failure != kDone)
+        throw Failure(static_cast<ExitCode>(ended->failure), ended->what, ended->advice);
+    return ended->result;
 }
 
 void run(const Options& options) {

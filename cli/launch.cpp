@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include "child_answer.h"
-#include "driver_mark.h"
 #include "failure.h"
 #include "platform/storage.h"
 #include "record.h"
@@ -36,37 +35,18 @@ void blank_arguments() {
         std::memset(program_arguments[i], ' ', std::strlen(program_arguments[i]));
 }
 
-/// Without a name, the process list tells about the driver.
-void name_mark(DriverMark& mark, int record_no) {
-    try {
-        mark.name(*load_record(record_no));
-    } catch (const Failure&) {
-    }
-}
-
 /// The keeper: starts the evaluation, which the library runs in a child, and reports the record's
 /// number.
 int keep(const Plan& plan) {
     ::setsid();
     blank_arguments();
-    DriverMark mark;
     const pid_t keeper = ::getpid();
     const ssd_op_requester requester = this_user();
     const auto group = make_group(plan);
     ssd_op_test_param param = plan.param;
     const int result = NAS_SSD_OP_Test_Start(&requester, 1, group.get(), &param);
     if (::getpid() != keeper) ::_exit(result < 0 ? EXIT_FAILURE : EXIT_SUCCESS);
-    if (result > 0) name_mark(mark, result);
     return result;
-}
-
-int keep_or_tell_why_not(const Plan& plan) {
-    try {
-        return keep(plan);
-    } catch (const Failure& failure) {
-        fmt::print(stderr, "ssd-op: {} {}\n", failure.what(), failure.advice());
-        return -1;
-    }
 }
 
 }  // namespace
@@ -77,7 +57,7 @@ void remember_arguments(int count, char** arguments) {
 }
 
 int launch(const Plan& plan) {
-    const int record_no = ask_child<int>([&] { return keep_or_tell_why_not(plan); }).value_or(-1);
+    const int record_no = ask_child<int>([&] { return keep(plan); }).value_or(-1);
     if (record_no <= 0) {
         throw Failure(kFailed, fmt::format("The evaluation was not started ({}).", record_no),
                       "The appliance's trace log tells why.");

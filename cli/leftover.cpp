@@ -1,15 +1,18 @@
 #include "leftover.h"
 
 #include <algorithm>
-#include <memory>
-#include <set>
 
 #include <unistd.h>
 
+#include "evaluation/ownership.h"
 #include "platform/storage.h"
 #include "record.h"
 
 namespace cli {
+
+using ssd_op::evaluation::Driver;
+using ssd_op::evaluation::Members;
+using ssd_op::evaluation::members_of;
 
 namespace {
 
@@ -19,17 +22,10 @@ bool has_ended(const ssd_op_db_record& record) {
     return !is_running(record.status) && record.status != SSD_OP_TEST_STATUS_NEW;
 }
 
-/// Numbers of groups are used again, by evaluations and by whoever makes groups. A group is the
-/// record's when its drives are. Where it has none yet, it is when the driver died: then the number
-/// was never given back.
+/// Where the record's group has no drives yet, the driver died: the number was never given back.
 bool is_of(const ssd_op_db_raid_conf& group, const ssd_op_db_record& record) {
-    const auto made = std::make_unique<RAID_CONF>();
-    if (RAID_Get_Conf(group.raid_id, made.get()) != 0) return record.end_time == 0;
-    const int count = std::clamp(made->drive_num, 0, RAID_MAX_DRIVES);
-    const std::set<uint32_t> members(made->drive_ids, made->drive_ids + count);
-    std::set<uint32_t> recorded;
-    for (int i = 0; i < group.ssd_drive_num; ++i) recorded.insert(group.ssd_drives[i].dev_id);
-    return members == recorded;
+    const Members members = members_of(group);
+    return members == Members::kAll || (members == Members::kNone && record.end_time == 0);
 }
 
 // As the library sees it: services are started while the appliance neither starts nor shuts down.
@@ -65,7 +61,7 @@ std::map<int, int> left_groups(const std::vector<Record>& records) {
 }
 
 bool has_left_storage(const ssd_op_db_record& record, Driver driver) {
-    if (!has_ended(record) || driver == Driver::kRuns || !any_group_exists(record)) return false;
+    if (!has_ended(record) || driver == Driver::kLives || !any_group_exists(record)) return false;
     const std::map<int, int> left = left_groups(load_records());
     return std::any_of(left.begin(), left.end(),
                        [&](const auto& entry) { return entry.second == record.record_no; });

@@ -5,7 +5,7 @@
 #include <map>
 #include <vector>
 
-#include "driver_mark.h"
+#include "evaluation/driver_presence.h"
 #include "record.h"
 #include "ssd_op.h"
 
@@ -16,7 +16,7 @@ namespace cli {
 std::map<int, int> left_groups(const std::vector<Record>& records);
 
 /// Whether the record has ended and has left storage that no driver is about to remove.
-bool has_left_storage(const ssd_op_db_record& record, Driver driver);
+bool has_left_storage(const ssd_op_db_record& record, ssd_op::evaluation::Driver driver);
 
 /// Ends what still works on the storage, takes it down, and waits up to a minute until it is gone.
 /// Then starts the services that the evaluation had stopped, unless they are to stand still.

@@ -50,6 +50,19 @@ void check_limits(const Request& request) {
     }
 }
 
+/// What the add-on cannot take.
+void check_ends(const Request& request) {
+    constexpr uint64_t kMostIops = 999'999'999'999'999;
+    if (request.min_iops > kMostIops) {
+        throw refusal(fmt::format("--min-iops {} is beyond what any drive does.", request.min_iops),
+                      fmt::format("At most {} can be asked for; 0 asks for none.", kMostIops));
+    }
+    if (request.abort_time < 0) {
+        throw refusal(fmt::format("An abort time of {} has passed already.", request.abort_time),
+                      "0 stands for none.");
+    }
+}
+
 std::vector<int> make_ratios(const Request& request) {
     check_limits(request);
     const int count = (request.max_op - request.min_op) / request.interval + 1;
@@ -152,6 +165,7 @@ ssd_op_test_param make_param(const Request& request, const Plan& plan) {
 Plan make_plan(const Request& request) {
     Plan plan{};
     plan.ratios = make_ratios(request);
+    check_ends(request);
     plan.layout = {parse_level(request.raid), request.drives.size()};
     plan.drives = choose_drives(request.drives);
     check_layout(plan.layout);

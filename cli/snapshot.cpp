@@ -49,13 +49,14 @@ void add_figures(Snapshot& snapshot, ssd_op_db_record& record) {
 /// driver is read once more.
 void add_driver(Snapshot& snapshot, ssd_op_db_record& record) {
     snapshot.driver = Driver::kGone;
-    if (record.end_time == 0 || is_running(record.status)) snapshot.driver = driver_of(record);
+    if (record.end_time == 0 || is_running(record.status))
+        snapshot.driver = ssd_op::evaluation::driver_of(record.record_no);
     if (snapshot.is_orphan()) {
         record.status = SSD_OP_DB_Query_Record_Status(record.record_no);
         snapshot.status = record.status;
     }
     snapshot.left_storage = has_left_storage(record, snapshot.driver);
-    // Some process could be its driver, but there is nothing that it would have to remove.
+    // Nothing is known of its driver, but there is nothing that it would have to remove either.
     if (snapshot.is_closing() && snapshot.driver == Driver::kUnknown && !snapshot.left_storage)
         snapshot.driver = Driver::kGone;
 }
@@ -100,7 +101,8 @@ Snapshot take_snapshot(ssd_op_db_record& record) {
 }
 
 bool has_broken_off(const ssd_op_db_record& record) {
-    return is_running(record.status) && driver_of(record) == Driver::kGone &&
+    return is_running(record.status) &&
+           ssd_op::evaluation::driver_of(record.record_no) == Driver::kGone &&
            is_running(SSD_OP_DB_Query_Record_Status(record.record_no));
 }
 

@@ -3,11 +3,13 @@
 #include <optional>
 #include <string>
 
-#include "driver_mark.h"
+#include "evaluation/driver_presence.h"
 #include "record.h"
 #include "terminal.h"
 
 namespace cli {
+
+using ssd_op::evaluation::Driver;
 
 /// What the test script does now.
 enum class Activity {

@@ -715,9 +715,17 @@ SSD_OP_API int SSD_OP_Write_System_Log(const void *requester, int type, const in
  * the storage is removed, the services are started again and the end time is stored. Takes minutes
  * to days.
  *
- * Refused before anything is created: more than SSD_OP_MAX_RATIOS ratios, an interval below 1
- * between different ratios, min_op above max_op, ratios outside 0 to 100, and more than
- * SSD_OP_MAX_DRIVES drives in a group.
+ * Results that could not be stored leave COMPLETED, with a result of -1. No event tells of a status
+ * that could not be stored: such a change is tried again for a second, and at the end of the run
+ * for some minutes, after which a record that still is NEW, INITIATING or TESTING becomes FAILED.
+ *
+ * The process that drives a record is announced in its runtime state (key "driver") before the
+ * record is INITIATING, so that others can tell a record that is worked on from one that broke off.
+ *
+ * Refused before anything is created: what a record cannot hold, that is more than
+ * SSD_OP_MAX_RATIOS ratios, ratios outside 0 to 100, and more than SSD_OP_MAX_DRIVES drives in a
+ * group. Ratios that lead nowhere (an interval of 0 between different ones, min_op above max_op)
+ * are the test script's to refuse, which fails the run.
  *
  * @param requester        who asks, for the event log (ssd_op_requester), or NULL
  * @param need_fork        0: run in this process; otherwise in a child that nobody needs to wait
@@ -729,8 +737,8 @@ SSD_OP_API int SSD_OP_Write_System_Log(const void *requester, int type, const in
  *         for a refused request, no free RAID id, no record, or a failed or stopped run. When no
  *         child can be made the record becomes FAILED and the result is -1. The child of a forked
  *         run returns from this call, too, with what an unforked run would have returned.
- * Locks: the database and the RAID configuration while the record is created, afterwards only for
- * single accesses.
+ * Locks: the RAID configuration while ids are reserved; the database from the look at the newest
+ * record to the creation of the next; afterwards for single accesses, and never both.
  */
 SSD_OP_API int NAS_SSD_OP_Test_Start(const void *requester, int need_fork,
                                      RAID_CONF *local_raid_conf, ssd_op_test_param *param);
@@ -831,15 +839,19 @@ enum {                          /* type for NAS_SSD_OP_Test_Stop */
  * @param raid_id         800 or above: only records with this RAID group. Reported as the group
  *                        that failed with SSD_OP_STOP_FAILED; -1 for none.
  * @param remove_storage  non-zero: remove the test volume with its pool and groups at once instead
- *                        of leaving that to the driver; when the driver is gone, also a pool or
- *                        groups without a volume
+ *                        of leaving that to the driver; when the driver is known to be gone, also a
+ *                        pool or groups without a volume
  * @param type            SSD_OP_STOP_...; any other value kills and removes, and changes no status
- * @return 0 when all went well, and when there is nothing to stop; -1 for SSD_OP_STOP_NONE and when
- *         memory runs out; otherwise the OR of what failed. Below 0: some of it failed, yet every
- *         step was taken.
+ * Of SSD_OP_ALL_RECORDS, the first SSD_OP_MAX_RECORDS that run are stopped, however many there are
+ * that do not.
+ *
+ * @return 0 when all went well, and when there is nothing to stop; -1 for SSD_OP_STOP_NONE, when
+ *         memory runs out, and when the database does not tell which records run; otherwise the OR
+ *         of what failed, also of a status that could not be written. Below 0: some of it failed,
+ *         yet every step was taken.
  * Takes 7 seconds for a record with nothing left to end, about two minutes when neither processes
  * nor groups go away.
- * Locks: the database for single accesses, and around each change of a status.
+ * Locks: the database for single accesses; a change of a status is one of them.
  */
 SSD_OP_API int NAS_SSD_OP_Test_Stop(const void *requester, int need_fork, int record_no,
                                     int raid_id, int remove_storage, int type);
@@ -852,15 +864,20 @@ SSD_OP_API int NAS_SSD_OP_Test_Stop(const void *requester, int need_fork, int re
  * Processes are found by program and drive name in the process list and end with SIGKILL; the
  * calling process is spared.
  *
+ * Numbers of groups are used again. A group that a newer record has, or that has a drive which is
+ * not the record's, is another's: it is treated as gone. A pool without a volume and groups without
+ * a pool are removed only when, besides, their drives are all of the record's and its driver is
+ * known to be gone: what a driver that lives is making is its own, whatever the status says.
+ *
  * @param record_no          the record
  * @param type               not used
- * @param remove_storage     non-zero: remove the volumes, with one event for each group. When the
- *                           record's driver is gone, or old_status is that of a record that has
- *                           ended, also a pool without a volume, and groups without a pool
+ * @param remove_storage     non-zero: remove the volumes, with one event for each group, and what a
+ *                           dead driver left without one, see above
  * @param old_status         status before the stop; INITIATING: also kill what prepares the drives
  * @param old_step_progress  step progress before the stop, for the trace
- * @return 0; also when the record cannot be read or one of its groups is gone already; otherwise
- *         the OR of the failed kills and removals
+ * @return 0; also when the record cannot be read or one of its groups is gone already; -1 when the
+ *         database does not tell whose a group is; otherwise the OR of the failed kills and
+ * removals
  */
 SSD_OP_API int SSD_OP_Test_Stop(int record_no, int type, int remove_storage, int old_status,
                                 int old_step_progress);

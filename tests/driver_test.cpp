@@ -30,6 +30,7 @@ using namespace support;
 using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 constexpr const char* kQuickScriptArguments = "/tmp/script_arguments";
 
@@ -164,14 +165,80 @@ TEST_F(Driver, RefusesWhatDoesNotFitBeforeAnythingIsMade) {
     refuses(none, request(0, 20, 10), -13);
     refuses(good, request(0, 100, 5), -1);  // 21 ratios
     EXPECT_TRUE(appliance().traced("The request is refused: more than 20 OP ratios!"));
-    refuses(good, request(0, 20, 0), -1);
-    refuses(good, request(0, 20, -5), -1);
-    refuses(good, request(20, 0, 5), -1);
     refuses(good, request(-10, 20, 5), -1);
     good[0].raid_level = 0;
     good[0].drive_num = 66;
     refuses(good, request(0, 20, 10), -1);
     EXPECT_EQ(NAS_SSD_OP_Test_Start(nullptr, 0, good.list(), nullptr), -1);
+}
+
+TEST_F(Driver, LeavesItToTheScriptToRefuseRatiosThatLeadNowhere) {
+    Groups groups(5, {0, 1, 2});
+    for (const ssd_op_test_param& bad : {request(0, 20, 0), request(20, 0, 5)}) {
+        appliance().renew();
+        quick_measurements();
+        plant_test_script("echo \"$@\" >" + std::string(kQuickScriptArguments) + "; exit 2");
+        request_ = bad;
+        EXPECT_EQ(evaluate(groups), -1);
+        EXPECT_THAT(read_file(kQuickScriptArguments),
+                    HasSubstr(bad.min_op == 0 ? " 0 20 0 1 " : " 20 0 5 1 "));
+        EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_FAILED);
+        expect_storage_is_gone();
+    }
+}
+
+/// The database cannot be written for a while, from a moment on: nothing is reported of a status
+/// that it does not have, and it has the last word when it can be written again.
+TEST_F(Driver, AStatusThatCannotBeWrittenIsNeitherReportedNorLost) {
+    const auto forbid = [&](const char* from, const char* to) {
+        const ssd_op::base::FileLock lock =
+            ssd_op::base::FileLock::for_writing(ssd_op::db::kDatabaseLock);
+        sqlite3* raw = nullptr;
+        ASSERT_EQ(sqlite3_open(appliance().database().c_str(), &raw), SQLITE_OK);
+        const ssd_op::db::Connection connection(raw);
+        const std::string trigger = from == nullptr
+                                        ? "DROP TRIGGER forbidden"
+                                        : std::string(
+                                              "CREATE TRIGGER forbidden BEFORE UPDATE OF status ON "
+                                              "TEST_RECORD WHEN old.status=") +
+                                              from + " AND new.status=" + to +
+                                              " BEGIN SELECT RAISE(ABORT, 'forbidden'); END";
+        ASSERT_EQ(sqlite3_exec(raw, trigger.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+    };
+    struct Case {
+        const char *from, *to;
+        int ends_as;
+        const char* never;
+    };
+    for (const Case& lost : {Case{"0", "1", SSD_OP_TEST_STATUS_FAILED, "ompleted"},
+                             Case{"1", "2", SSD_OP_TEST_STATUS_FAILED, "ompleted"},
+                             Case{"2", "3", SSD_OP_TEST_STATUS_FAILED, "ompleted"}}) {
+        SCOPED_TRACE(lost.from);
+        appliance().renew();
+        plant();
+        SSD_OP_DB_Query_Record_Count();  // there is a database
+        forbid(lost.from, lost.to);
+        Groups groups(1, {0, 1});
+        EXPECT_EQ(evaluate(groups), -1);
+        EXPECT_EQ(status_of(1), lost.ends_as);
+        EXPECT_THAT(messages(), Not(Contains(HasSubstr(lost.never))));
+        EXPECT_GT(read_record(1)->end_time, 0);
+        expect_storage_is_gone();
+    }
+
+    // The last one is waited for.
+    appliance().renew();
+    plant();
+    SSD_OP_DB_Query_Record_Count();
+    forbid("3", "4");
+    Groups groups(1, {0, 1});
+    auto run = evaluating(groups);
+    ASSERT_TRUE(eventually([&] { return appliance().traced("Fail to execute sql(update)"); }));
+    EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_FINISHING);
+    forbid(nullptr, nullptr);
+    EXPECT_EQ(run->wait(), exited(0));
+    EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_COMPLETED);
+    EXPECT_EQ(messages().size(), 4U) << "started, made, removed, completed";
 }
 
 TEST_F(Driver, ReservesTheNextFreeRaidIdsAndKeepsGivenOnes) {

@@ -12,9 +12,13 @@
 
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include "db/database.h"
 #include "evaluation/stop_programs.h"
+#include "platform/ini.h"
+#include "runtime/state_section.h"
 
 namespace {
 
@@ -360,6 +364,84 @@ TEST_F(Stop, AnEmptyNameIsNoNameOfAnything) {
     EXPECT_EQ(SSD_OP_Test_Stop(1, SSD_OP_STOP_BY_USER, 0, SSD_OP_TEST_STATUS_INITIATING, 0), 0);
     EXPECT_TRUE(fio.running() && discard.running());
     EXPECT_FALSE(appliance().journal().shows("Get_Command_Result", "/bin/ps"));
+}
+
+/// Numbers of groups are used again, and an ended record may still have a driver at work.
+TEST_F(Stop, OfAnEndedRecordTakesNothingThatIsOthersOrInTheMaking) {
+    const auto remove_remains_of = [](int record_no) {
+        return SSD_OP_Test_Stop(record_no, SSD_OP_STOP_BY_USER, 1, SSD_OP_TEST_STATUS_STOPPED, 0);
+    };
+    const auto say_that_the_driver_is_gone = [](int record_no) {
+        const std::string section = "Record_" + std::to_string(record_no);
+        Ini_Conf_Set_Field(ssd_op::runtime::kRuntimeInfoFile, section.c_str(), "driver", "1 1");
+    };
+    const auto pool_without_volume = [](Groups& groups) {
+        ASSERT_EQ(LV_Destroy(make_storage(groups)), 0);
+    };
+    ::mkfifo("/tmp/cv_initializing.tmp", 0666);  // planted by somebody: it holds nobody up
+
+    // Its drives are all of the record's, and nothing is known of a driver; then it is gone.
+    Groups own(1, {0, 1});
+    own.numbered(900);
+    pool_without_volume(own);
+    new_record(own, SSD_OP_TEST_STATUS_STOPPED);
+    EXPECT_EQ(remove_remains_of(1), 0);
+    EXPECT_EQ(appliance().pools().size(), 1U);
+    say_that_the_driver_is_gone(1);
+    // A newer record has the number: the group is that one's.
+    new_record(own, SSD_OP_TEST_STATUS_STOPPED);
+    EXPECT_EQ(remove_remains_of(1), 0);
+    EXPECT_EQ(appliance().pools().size(), 1U);
+    say_that_the_driver_is_gone(2);
+    EXPECT_EQ(remove_remains_of(2), 0);
+    EXPECT_THAT(appliance().pools(), IsEmpty());
+
+    // Somebody's group over other drives, with a volume or without.
+    Groups others(1, {2, 3});
+    others.numbered(900);
+    const int lv_id = make_storage(others);
+    EXPECT_EQ(remove_remains_of(2), 0);
+    EXPECT_EQ(appliance().volumes().size(), 1U);
+    ASSERT_EQ(LV_Destroy(lv_id), 0);
+    EXPECT_EQ(remove_remains_of(2), 0);
+    EXPECT_EQ(appliance().pools().size(), 1U);
+    ::unlink("/tmp/cv_initializing.tmp");
+
+    // A driver that makes the pool when its record is stopped.
+    make_quick();
+    appliance().slow("NAS_Pool_Create", Nth(1), 120'000);
+    Groups groups(1, {0, 1});
+    RunningEvaluation evaluation(groups, request(0, 20, 10));
+    ASSERT_TRUE(eventually([&] { return evaluation.step_progress() >= 78; }));
+    SSD_OP_Test_Set_Status(evaluation.record_no(), SSD_OP_TEST_STATUS_STOPPED);
+    remove_remains_of(evaluation.record_no());
+    EXPECT_NE(RAID_Is_Exist(800), 0);
+    EXPECT_TRUE(evaluation.driver().running());
+    EXPECT_EQ(evaluation.driver().wait(), exited(1));
+}
+
+TEST_F(Stop, FindsWhatRunsAmongAnyNumberOfRecords) {
+    ASSERT_EQ(SSD_OP_DB_Update_Max_Record_Limit(1000), 0);
+    Groups groups(1, {0, 1});
+    groups.numbered(900);
+    new_record(groups, SSD_OP_TEST_STATUS_COMPLETED);
+    {
+        const ssd_op::base::FileLock lock =
+            ssd_op::base::FileLock::for_writing(ssd_op::db::kDatabaseLock);
+        sqlite3* raw = nullptr;
+        ASSERT_EQ(sqlite3_open(appliance().database().c_str(), &raw), SQLITE_OK);
+        const ssd_op::db::Connection connection(raw);
+        ASSERT_EQ(sqlite3_exec(raw,
+                               "WITH RECURSIVE n(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM n "
+                               "WHERE i < 300) INSERT INTO TEST_RECORD (record_no, status) "
+                               "SELECT i, 4 FROM n",
+                               nullptr, nullptr, nullptr),
+                  SQLITE_OK);
+    }
+    const int record_no = new_record(groups, SSD_OP_TEST_STATUS_TESTING)->record_no;
+    EXPECT_EQ(record_no, 301);
+    EXPECT_EQ(NAS_SSD_OP_Test_Stop(nullptr, 0, SSD_OP_ALL_RECORDS, -1, 0, SSD_OP_STOP_BY_USER), 0);
+    EXPECT_EQ(status_of(record_no), SSD_OP_TEST_STATUS_STOPPED);
 }
 
 TEST_F(Stop, AFailedRemovalIsReported) {

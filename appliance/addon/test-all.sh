@@ -27,6 +27,11 @@ usage() {
     exit "$EXIT_USAGE"
 }
 
+refuse() {
+    echo "${0##*/}: $1" >&2
+    exit "$EXIT_USAGE"
+}
+
 take_arguments() {
     (($# == 10)) || usage
     VOLUME=$1 TYPE=$2 MIN=$3 MAX=$4 INTERVAL=$5 RECORD=$6 SIZE=${7%M} MIN_IOPS=$8 ABORT_TIME=$9
@@ -35,7 +40,9 @@ take_arguments() {
     for number in "$MIN" "$MAX" "$INTERVAL" "$RECORD" "$SIZE" "$MIN_IOPS" "$ABORT_TIME"; do
         is_number "$number" || usage
     done
-    ((MIN <= MAX && MAX <= 100 && INTERVAL > 0 && RECORD > 0)) || usage
+    ((MIN <= MAX)) || refuse "the first ratio, $MIN %, is above the last, $MAX %"
+    ((INTERVAL > 0)) || refuse "an interval of 0 never gets from one ratio to the next"
+    ((MAX <= 100 && RECORD > 0)) || usage
 }
 
 # The summary lines go below this. No other text of the file may look like the name of a ratio.

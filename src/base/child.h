@@ -1,6 +1,9 @@
 #pragma once
 
 #include <sys/types.h>
+#include <unistd.h>
+
+#include "base/boundary.h"
 
 namespace ssd_op::base {
 
@@ -15,6 +18,17 @@ class Fork {
   private:
     pid_t pid_;
 };
+
+/// Does the work of a process that fork has made for it alone, and ends that process, whatever the
+/// work throws: what began in the parent must not go on in the child.
+template <typename Work>
+[[noreturn]] void end_with(const char* function, Work&& work) noexcept {
+    guarded(function, 0, [&] {
+        work();
+        return 0;
+    });
+    ::_exit(0);
+}
 
 /// The one place that forks. The child's standard streams point at /dev/null when `detach_streams`.
 Fork fork_process(bool detach_streams = true);

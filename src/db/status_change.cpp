@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "db/database.h"
+#include "db/running_records.h"
 
 namespace ssd_op::db {
 
@@ -34,8 +35,7 @@ StatusChange change_status(int record_no, int from, int to) noexcept {
         const StatusChange outcome = try_to_change(record_no, from, to);
         // A try that was reported as failed may have reached the disk all the same.
         const bool repeated = tries > 1;
-        if (outcome == StatusChange::kWasOther && repeated &&
-            SSD_OP_DB_Query_Record_Status(record_no) == to)
+        if (outcome == StatusChange::kWasOther && repeated && stored_status(record_no) == to)
             return StatusChange::kChanged;
         if (outcome != StatusChange::kNotWritten || tries == kTries) return outcome;
         ::usleep(kPauseMicroseconds);

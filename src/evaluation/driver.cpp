@@ -1,11 +1,12 @@
+#include <unistd.h>
+
 #include "base/boundary.h"
 #include "base/child.h"
 #include "base/file_lock.h"
 #include "db/database.h"
-#include "evaluation/evaluation.h"
+#include "evaluation/driver_presence.h"
 #include "evaluation/groups.h"
 #include "evaluation/raid_ids.h"
-#include "evaluation/ratios.h"
 #include "evaluation/record_building.h"
 #include "evaluation/request.h"
 #include "evaluation/run.h"
@@ -17,32 +18,46 @@ namespace {
 
 constexpr const char* kFunction = "NAS_SSD_OP_Test_Start";
 
-/// Reserves the groups' ids and creates the record; null when either fails.
+/// Creates the record under the number foretold; null when that fails. No other record may come
+/// between, and the lock is held no longer than that takes.
 db::RecordOwner create_record(const ssd_op_test_param& request,
                               const std::vector<RAID_CONF*>& groups) {
     SSD_OP_DB_Set_Location(SSD_OP_DB_LOCATION_VOLUME);
-    // The number foretold is the number given: no other record may come between.
-    const auto lock = base::FileLock::for_writing(db::kDatabaseLock);
-    const int record_no = SSD_OP_DB_Get_Newest_Record() + 1;
-    SM_TRACE(SM_TRACE_INFO, "%s: record_no: %d\n", kFunction, record_no);
     if (!reserve_raid_ids(groups)) return nullptr;
     db::RecordOwner record = build_record(request, groups);
-    if (SSD_OP_DB_New_Record(record.get()) == 0 && record->record_no == record_no) return record;
+    int record_no = 0;
+    bool created = false;
+    {
+        const auto lock = base::FileLock::for_writing(db::kDatabaseLock);
+        record_no = SSD_OP_DB_Get_Newest_Record() + 1;
+        SM_TRACE(SM_TRACE_INFO, "%s: record_no: %d\n", kFunction, record_no);
+        created = SSD_OP_DB_New_Record(record.get()) == 0;
+    }
+    if (created && record->record_no == record_no) return record;
     SM_TRACE(SM_TRACE_ERROR,
              "%s: [Record(%d)] Failed to new record or record number is different with "
              "datbase(%d)!\n",
              kFunction, record_no, record->record_no);
+    if (created) SSD_OP_DB_Delete_Record(record->record_no);
     remove_raid_configurations(groups);
     return nullptr;
 }
 
-/// From here on the record counts as running.
-void initiate(const void* requester, const ssd_op_db_record& record) {
-    SSD_OP_Test_Remove_Runtime_Info(record.record_no);
-    const int64_t count = ratio_count(record.min_op, record.max_op, record.interval);
-    SSD_OP_Test_Set_OP_Count(record.record_no, static_cast<int>(count));
-    SSD_OP_Write_System_Log(requester, SSD_OP_EVENT_STARTED, &record.record_no, nullptr);
-    SSD_OP_Test_Set_Status(record.record_no, SSD_OP_TEST_STATUS_INITIATING);
+/// Goes on in a process of its own. Returns the record's number in this one.
+int run_in_child(Run& run, int record_no) {
+    const base::Fork side = base::fork_process();
+    if (side.failed()) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to fork!\n", kFunction, record_no);
+        run.give_up();
+        return -1;
+    }
+    // Both sides say who drives it now, each before it goes on: the announcement outlives this
+    // process, and a driver that could not be known as one does not begin.
+    const bool announced = announce_driver(record_no, side.in_child() ? ::getpid() : side.child());
+    if (!side.in_child()) return record_no;
+    if (announced) return run.finish() ? record_no : -1;
+    run.give_up();
+    return -1;
 }
 
 int start(const void* requester, int need_fork, RAID_CONF* raid_list, ssd_op_test_param* request) {
@@ -64,16 +79,12 @@ int start(const void* requester, int need_fork, RAID_CONF* raid_list, ssd_op_tes
 
     const db::RecordOwner record = create_record(*request, groups);
     if (!record) return -1;
-    initiate(requester, *record);
     Run run(requester, raid_list, groups, *request, *record);
-    if (need_fork != 0) {
-        const base::Fork side = base::fork_process();
-        if (side.failed()) {
-            run.give_up();
-            return -1;
-        }
-        if (!side.in_child()) return record->record_no;
+    if (!base::guarded(kFunction, false, [&] { return run.begin(); })) {
+        run.give_up();
+        return -1;
     }
+    if (need_fork != 0) return run_in_child(run, record->record_no);
     return run.finish() ? record->record_no : -1;
 }
 

@@ -1,12 +1,18 @@
 #include "evaluation/driver_presence.h"
 
-#include <fstream>
-#include <iterator>
+#include <cerrno>
+#include <cstdio>
+#include <optional>
 #include <sstream>
 #include <string>
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include "base/boundary.h"
+#include "base/file_lock.h"
+#include "base/owners.h"
+#include "platform/ini.h"
 #include "runtime/state_section.h"
 
 namespace ssd_op::evaluation {
@@ -14,36 +20,83 @@ namespace ssd_op::evaluation {
 namespace {
 
 constexpr const char* kKey = "driver";
+constexpr int kTries = 5;
+constexpr int kPauseMicroseconds = 250'000;
 
-/// Id and start of a process, which together no other process of this machine ever has, unless it
-/// was started again since. Empty when there is no such process, or only its remains.
-std::string process_mark(const std::string& pid) {
+std::string section_of(int record_no) { return "Record_" + std::to_string(record_no); }
+
+/// A process's line of /proc: empty when there is none, nothing when that cannot be told.
+std::optional<std::string> stat_of(pid_t pid) {
+    const auto no_such_process = [] { return errno == ENOENT || errno == ESRCH; };
+    const std::string path = "/proc/" + std::to_string(pid) + "/stat";
+    const base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    char line[1024];
+    const ssize_t size = file ? ::read(file.get(), line, sizeof line) : -1;
+    if (size >= 0) return std::string(line, static_cast<size_t>(size));
+    if (no_such_process()) return std::string();
+    return std::nullopt;
+}
+
+/// Id and start of a process, which together no other process of this machine has, unless it was
+/// started again since. Empty when there is no such process, or only its remains; nothing when that
+/// cannot be told.
+std::optional<std::string> mark_of(pid_t pid) {
     constexpr int kFieldsToStart = 20;  // behind the name, which may hold blanks and brackets
-    std::ifstream file("/proc/" + pid + "/stat");
-    const std::string stat{std::istreambuf_iterator<char>(file), {}};
-    const size_t name_end = stat.rfind(')');
-    if (name_end == std::string::npos) return {};
-    std::istringstream fields(stat.substr(name_end + 1));
+    const std::optional<std::string> stat = stat_of(pid);
+    if (!stat || stat->empty()) return stat;
+    const size_t name_end = stat->rfind(')');
+    if (name_end == std::string::npos) return std::nullopt;
+    std::istringstream fields(stat->substr(name_end + 1));
     std::string state;
     std::string field;
     fields >> state;
     for (int i = 1; i < kFieldsToStart; ++i) fields >> field;
-    return state == "Z" || !fields ? std::string() : pid + ' ' + field;
+    if (!fields) return std::nullopt;
+    return state == "Z" || state == "X" ? std::string() : std::to_string(pid) + ' ' + field;
+}
+
+bool write_mark(int record_no, const std::string& mark) {
+    const std::string section = section_of(record_no);
+    const auto lock = base::FileLock::for_writing(runtime::kRuntimeInfoFile);
+    return Ini_Conf_Set_Field(runtime::kRuntimeInfoFile, section.c_str(), kKey, mark.c_str()) >= 0;
+}
+
+bool read_mark(int record_no, char (&mark)[64]) {
+    const std::string section = section_of(record_no);
+    const auto lock = base::FileLock::for_reading(runtime::kRuntimeInfoFile);
+    return Ini_Conf_Get_Field(runtime::kRuntimeInfoFile, section.c_str(), kKey, mark,
+                              sizeof mark) >= 0;
+}
+
+Driver whose_mark(int record_no) {
+    char announced[64] = "";
+    if (!read_mark(record_no, announced)) return Driver::kUnknown;
+    int pid = 0;
+    unsigned long long start = 0;
+    if (std::sscanf(announced, "%d %llu", &pid, &start) != 2 || pid < 1 ||
+        announced != std::to_string(pid) + ' ' + std::to_string(start))
+        return Driver::kUnknown;
+    const std::optional<std::string> now = mark_of(pid);
+    if (!now) return Driver::kUnknown;
+    return *now == announced ? Driver::kLives : Driver::kGone;
 }
 
 }  // namespace
 
-void announce_driver(int record_no) {
-    runtime::runtime_info(record_no).write_text(kKey,
-                                                process_mark(std::to_string(::getpid())).c_str());
+bool announce_driver(int record_no, pid_t pid) noexcept {
+    return base::guarded(__func__, false, [&] {
+        const std::optional<std::string> mark = mark_of(pid);
+        if (!mark || mark->empty()) return false;
+        for (int tries = 1; !write_mark(record_no, *mark); ++tries) {
+            if (tries == kTries) return false;
+            ::usleep(kPauseMicroseconds);
+        }
+        return true;
+    });
 }
 
-bool driver_is_gone(int record_no) {
-    char announced[64] = "";
-    if (runtime::runtime_info(record_no).read_text(kKey, announced, sizeof announced) != 0)
-        return false;
-    const std::string mark = announced;
-    return !mark.empty() && process_mark(mark.substr(0, mark.find(' '))) != mark;
+Driver driver_of(int record_no) noexcept {
+    return base::guarded(__func__, Driver::kUnknown, [&] { return whose_mark(record_no); });
 }
 
 }  // namespace ssd_op::evaluation

@@ -1,12 +1,21 @@
 #pragma once
 
+#include <sys/types.h>
+
 namespace ssd_op::evaluation {
 
-/// Lets other processes find out whether this one, the driver of a record, is still there: a stop
-/// must not take away what a driver is at work on, and nobody else takes away what a dead one left.
-void announce_driver(int record_no);
+enum class Driver {
+    kLives,
+    kGone,
+    kUnknown,  ///< nobody has announced one, or the announcement or the process cannot be read
+};
 
-/// Whether the record's driver has announced itself and is gone. False when nothing is known.
-bool driver_is_gone(int record_no);
+/// Lets other processes find out whether `pid`, the driver of a record, is still there: a stop must
+/// not take away what a driver is at work on, and nobody else takes away what a dead one left.
+/// False when the announcement could not be written.
+bool announce_driver(int record_no, pid_t pid) noexcept;
+
+/// What has become of the record's driver. The command line asks with the same code.
+Driver driver_of(int record_no) noexcept;
 
 }  // namespace ssd_op::evaluation

@@ -1,7 +1,10 @@
 /// Evaluation room: one over-provisioning evaluation from the request to the completed record, and
 /// the steps that its test script calls from outside. It may use every other room but the reports.
 /// It promises that a record which it began ends as completed, failed or stopped as long as its
-/// process lives, and that what it registered with the platform is withdrawn again.
+/// process lives and the database can be written within a minute of its end, that no event tells of
+/// a status which the record does not have, and that what it registered with the platform is
+/// withdrawn again. A record whose results could not be stored ends as completed, with a result of
+/// -1.
 #pragma once
 
 #include "ssd_op.h"

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <fstream>
+#include <cstdlib>
 
 #include <signal.h>
 #include <unistd.h>
 
+#include "base/plain_file.h"
 #include "platform/storage.h"
 
 namespace ssd_op::evaluation {
@@ -38,9 +39,10 @@ class InitializingMark {
 
 /// Takes the mark away that a dead driver has left, when it names this pool.
 inline void forget_initializing(int pool_id) {
-    int marked = -1;
-    std::ifstream(kInitializingMark) >> marked;
-    if (pool_id >= 0 && marked == pool_id) ::unlink(kInitializingMark);
+    const base::Descriptor file = base::open_plain_file(kInitializingMark);
+    char text[16] = "";
+    if (!file || ::read(file.get(), text, sizeof text - 1) < 1) return;
+    if (std::strtol(text, nullptr, 10) == pool_id) ::unlink(kInitializingMark);
 }
 
 /// The platform's mark of a pool that is being removed.

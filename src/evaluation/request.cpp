@@ -9,9 +9,6 @@ namespace ssd_op::evaluation {
 const char* refusal_of(const ssd_op_test_param& request, const std::vector<RAID_CONF*>& groups) {
     if (request.min_op < 0 || request.max_op > 100)
         return "an OP ratio lies outside 0 to 100 percent";
-    if (request.min_op > request.max_op) return "min_op is above max_op";
-    if (request.min_op != request.max_op && request.interval < 1)
-        return "the interval between OP ratios is below 1";
     if (ratio_count(request.min_op, request.max_op, request.interval) > SSD_OP_MAX_RATIOS)
         return "more than 20 OP ratios";
     const bool fit = std::all_of(groups.begin(), groups.end(), [](const RAID_CONF* group) {

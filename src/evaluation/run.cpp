@@ -2,10 +2,14 @@
 
 #include <ctime>
 
+#include <unistd.h>
+
+#include "base/boundary.h"
 #include "evaluation/discard.h"
 #include "evaluation/driver_presence.h"
 #include "evaluation/evaluation.h"
 #include "evaluation/raid_ids.h"
+#include "evaluation/ratios.h"
 #include "evaluation/services.h"
 #include "evaluation/status_change.h"
 #include "event/upload.h"
@@ -20,31 +24,53 @@ constexpr int kNoDiscard = 255;
 
 }  // namespace
 
-bool Run::finish() {
-    announce_driver(record_.record_no);
-    if (probe_drives()) {
-        create_storage();
-        test();
-    }
-    capture_results();
-    remove_storage();
+bool Run::begin() {
+    const int record_no = record_.record_no;
+    SSD_OP_Test_Remove_Runtime_Info(record_no);
+    const int64_t count = ratio_count(record_.min_op, record_.max_op, record_.interval);
+    SSD_OP_Test_Set_OP_Count(record_no, static_cast<int>(count));
+    report(SSD_OP_EVENT_STARTED);
+    // Whoever sees the record running can see who runs it.
+    return announce_driver(record_no, ::getpid()) &&
+           move(SSD_OP_TEST_STATUS_NEW, SSD_OP_TEST_STATUS_INITIATING);
+}
+
+bool Run::finish() noexcept {
+    if (!attempt(&Run::measure)) succeeded_ = false;
+    if (!attempt(&Run::capture_results)) succeeded_ = false;
+    attempt(&Run::remove_storage);
     progress_while_finishing(80);
-    const bool services_wait = record_.stop_service != 0 && !restart_services(record_.record_no);
+    attempt(&Run::restart_stopped_services);
     store_end_time();
     SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] %s to perform SSD OP testing.\n", kFunction,
              request_.lv_id, record_.record_no, succeeded_ ? "Succeed" : "Fail");
-    upload();
+    attempt(&Run::upload);
+    progress_while_finishing(100);
     complete();
     // Those for which they waited may have looked at this one, and left them to it.
-    if (services_wait) restart_services(record_.record_no);
+    if (services_wait_) attempt(&Run::restart_stopped_services);
     return succeeded_;
 }
 
-void Run::give_up() {
-    SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to fork!\n", kFunction, record_.record_no);
+void Run::give_up() noexcept {
+    succeeded_ = false;
     remove_raid_configurations(groups_);
-    if (move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED)) report(SSD_OP_EVENT_FAILED);
+    complete();
     store_end_time();
+}
+
+/// False when memory ran short in it.
+bool Run::attempt(void (Run::*step)()) noexcept {
+    return base::guarded(kFunction, false, [&] {
+        (this->*step)();
+        return true;
+    });
+}
+
+void Run::measure() {
+    if (!probe_drives()) return;
+    create_storage();
+    test();
 }
 
 bool Run::probe_drives() {
@@ -53,12 +79,11 @@ bool Run::probe_drives() {
              record_.record_no);
     succeeded_ = false;
     // A stop kills the probe, too: that says nothing of the drive.
-    if (status_is(SSD_OP_TEST_STATUS_INITIATING)) {
+    if (move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED)) {
         const ssd_op_event_step detail{kNoDiscard, 0};
         report(SSD_OP_EVENT_STEP_FAILED, &detail);
     }
     remove_raid_configurations(groups_);
-    move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED);
     return false;
 }
 
@@ -157,10 +182,42 @@ void Run::upload() {
     event::ssd_op_analytics_upload(&record_);
 }
 
-void Run::complete() {
-    progress_while_finishing(100);
-    if (move(SSD_OP_TEST_STATUS_FINISHING, SSD_OP_TEST_STATUS_COMPLETED))
-        report(SSD_OP_EVENT_COMPLETED);
+void Run::restart_stopped_services() {
+    services_wait_ = record_.stop_service != 0 && !restart_services(record_.record_no);
+}
+
+/// No driver that ends leaves a record that seems to run: a database that cannot be written for a
+/// while, as on a full volume, is waited for.
+void Run::complete() noexcept {
+    constexpr int kTries = 60;
+    for (int tries = 1; !store_final_status(); ++tries) {
+        if (tries == kTries) {
+            succeeded_ = false;
+            return;
+        }
+        ::sleep(1);
+    }
+}
+
+/// True when the record has a status to stay with, by this or by a stop.
+bool Run::store_final_status() noexcept {
+    struct Ending {
+        int from, to, event;
+    };
+    for (const Ending& ending :
+         {Ending{SSD_OP_TEST_STATUS_FINISHING, SSD_OP_TEST_STATUS_COMPLETED,
+                 SSD_OP_EVENT_COMPLETED},
+          Ending{SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FAILED, SSD_OP_EVENT_FAILED},
+          Ending{SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED, SSD_OP_EVENT_FAILED},
+          Ending{SSD_OP_TEST_STATUS_NEW, SSD_OP_TEST_STATUS_FAILED, SSD_OP_EVENT_FAILED}}) {
+        const StatusChange outcome = move_status(record_.record_no, ending.from, ending.to);
+        if (outcome == StatusChange::kNotWritten) return false;
+        if (outcome == StatusChange::kWasOther) continue;
+        if (ending.to == SSD_OP_TEST_STATUS_FAILED) succeeded_ = false;
+        report(ending.event);
+        return true;
+    }
+    return true;
 }
 
 bool Run::move(int from, int to) const {

@@ -7,9 +7,10 @@
 
 namespace ssd_op::evaluation {
 
-/// An evaluation from its initiating record to its end. Each phase begins only while the database
-/// still has the status that the phase before it left, so that a stop by another process takes
-/// effect; the closing steps are taken in any case.
+/// An evaluation from its new record to its end. Each phase begins only while the database still
+/// has the status that the phase before it left, so that a stop by another process takes effect;
+/// the closing steps are taken in any case, also when memory runs short in one of them. Nothing is
+/// reported of a status that could not be stored.
 class Run {
   public:
     /// All but the record's memory belongs to the caller.
@@ -21,13 +22,19 @@ class Run {
           request_(request),
           record_(record) {}
 
-    /// Runs it. True when no phase failed and no stop came between.
-    bool finish();
+    /// Makes it count as running, with this process as its driver. False when that cannot be
+    /// stored.
+    bool begin();
 
-    /// Ends a run that cannot begin because no process could be made for it.
-    void give_up();
+    /// Runs it. True when no phase failed and no stop came between.
+    bool finish() noexcept;
+
+    /// Ends a run that cannot begin.
+    void give_up() noexcept;
 
   private:
+    bool attempt(void (Run::*step)()) noexcept;
+    void measure();
     bool probe_drives();
     void create_storage();
     void test();
@@ -37,7 +44,9 @@ class Run {
     bool removed_at_once_or_later();
     void store_end_time();
     void upload();
-    void complete();
+    void restart_stopped_services();
+    void complete() noexcept;
+    bool store_final_status() noexcept;
 
     bool move(int from, int to) const;
     bool status_is(int status) const;
@@ -50,6 +59,7 @@ class Run {
     ssd_op_test_param& request_;
     ssd_op_db_record& record_;
     bool succeeded_ = true;
+    bool services_wait_ = false;  ///< for another evaluation that had them stopped
 };
 
 }  // namespace ssd_op::evaluation

@@ -1,13 +1,14 @@
 #include "evaluation/services.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include <unistd.h>
 
 #include "base/child.h"
 #include "db/record_owner.h"
+#include "db/running_records.h"
 #include "evaluation/evaluation.h"
 #include "platform/naslog.h"
 #include "platform/storage.h"
@@ -18,11 +19,12 @@ void stop_service(const char* script, int record_no) {
     const std::string path = std::string("/etc/init.d/") + script;
     const base::Fork side = base::fork_process(false);
     if (side.in_child()) {
-        // Time for the parent to publish this process's id.
-        ::sleep(1);
-        base::standard_streams_to_null();
-        ::execl(path.c_str(), script, "stop", " &>/dev/null", " 2>>/dev/null", nullptr);
-        std::_Exit(0);
+        base::end_with("SSD_OP_Test_Create_Storage", [&] {
+            // Time for the parent to publish this process's id.
+            ::sleep(1);
+            base::standard_streams_to_null();
+            ::execl(path.c_str(), script, "stop", " &>/dev/null", " 2>>/dev/null", nullptr);
+        });
     }
     base::Child child(side.child());
     ::usleep(100000);
@@ -45,10 +47,10 @@ bool keeps_services_stopped(int record_no) {
 }  // namespace
 
 bool restart_services(int record_no) {
-    int record_nos[SSD_OP_MAX_RECORDS] = {};
-    const int count = std::clamp(SSD_OP_DB_Query_Record_No(record_nos, SSD_OP_MAX_RECORDS), 0,
-                                 SSD_OP_MAX_RECORDS);
-    const bool needed = std::any_of(record_nos, record_nos + count, [&](int other) {
+    // Where the database does not tell who else needs them stopped, services that run are the
+    // lesser evil.
+    const auto running = db::running_records(SSD_OP_MAX_RECORDS).value_or(std::vector<int>());
+    const bool needed = std::any_of(running.begin(), running.end(), [&](int other) {
         return other != record_no && keeps_services_stopped(other);
     });
     if (!needed) Start_Services();

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "base/file_lock.h"
-#include "db/database.h"
 #include "db/status_change.h"
 
 namespace ssd_op::evaluation {
@@ -12,8 +10,5 @@ using db::StatusChange;
 /// overwrite what the other has just written. A change is published in the runtime state
 /// afterwards.
 StatusChange move_status(int record_no, int from, int to) noexcept;
-
-/// Held from the look at a status to its change.
-inline base::FileLock lock_status() { return base::FileLock::for_writing(db::kDatabaseLock); }
 
 }  // namespace ssd_op::evaluation

@@ -6,10 +6,12 @@
 #include "base/boundary.h"
 #include "base/text.h"
 #include "db/record_owner.h"
+#include "db/running_records.h"
 #include "evaluation/drive_name.h"
 #include "evaluation/driver_presence.h"
 #include "evaluation/evaluation.h"
 #include "evaluation/owners.h"
+#include "evaluation/ownership.h"
 #include "evaluation/stop_programs.h"
 #include "platform/naslog.h"
 #include "platform/storage.h"
@@ -31,6 +33,7 @@ constexpr int kLastTestVolume = 1599;
 constexpr int kMaxVolumes = 1600;
 
 /// Kills what works on the drives and volumes of one record, and takes the volumes down when asked.
+/// Groups that have one of its numbers, but are another's, are left alone.
 class RecordStop {
   public:
     RecordStop(const ssd_op_db_record& record, bool remove_storage)
@@ -38,11 +41,15 @@ class RecordStop {
     int stop(int old_status, int old_step_progress);
 
   private:
+    enum class Group { kOwn, kMissing, kOthers, kUnknown };
+    Group look_at(const ssd_op_db_raid_conf& group) const;
+    bool is_whole(const ssd_op_db_raid_conf& group) const;
+    bool all_are_whole() const;
     void kill_service_stopper();
     void kill_drive_users();
     bool kill_partition_users(const ssd_op_db_raid_conf& group);
     void kill_early_partition_users();
-    bool may_remove_remains(int old_status) const;
+    bool may_remove_remains() const;
     void stop_volumes(bool remove_rest);
     void kill_test_programs(const char* volume);
     void remove_volume(int lv_id);
@@ -62,10 +69,11 @@ int drive_count(const ssd_op_db_raid_conf& group) {
 
 int RecordStop::stop(int old_status, int old_step_progress) {
     for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
-        if (RAID_Is_Exist(group->raid_id) != 0) continue;
-        SM_TRACE(SM_TRACE_ERROR, "%s: RAID(%d) is nt exist.\n", kFunction, group->raid_id);
+        const Group found = look_at(*group);
+        if (found == Group::kOwn) continue;
+        if (found == Group::kUnknown) return -1;
         // A stop that was killed may have removed some of the configurations.
-        return may_remove_remains(old_status) ? remove_configurations() : 0;
+        return may_remove_remains() ? remove_configurations() : 0;
     }
     SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] old_status: %d.\n", kFunction, record_.record_no,
              old_status);
@@ -78,14 +86,49 @@ int RecordStop::stop(int old_status, int old_step_progress) {
     }
     for (const auto* group = record_.raid_conf; group != nullptr; group = group->next)
         kill_partition_users(*group);
-    stop_volumes(may_remove_remains(old_status));
+    stop_volumes(may_remove_remains());
     return result_;
 }
 
-/// Beside a driver that is making the storage or taking it down, its pool and groups are its own. A
-/// record that has ended has no driver that would make any.
-bool RecordStop::may_remove_remains(int old_status) const {
-    return remove_storage_ && (!is_running(old_status) || driver_is_gone(record_.record_no));
+RecordStop::Group RecordStop::look_at(const ssd_op_db_raid_conf& group) const {
+    if (RAID_Is_Exist(group.raid_id) == 0) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: RAID(%d) is nt exist.\n", kFunction, group.raid_id);
+        return Group::kMissing;
+    }
+    const auto newer = db::newer_record_has_group(record_.record_no, group.raid_id);
+    if (!newer) return Group::kUnknown;
+    if (!*newer && members_of(group) != Members::kOthers) return Group::kOwn;
+    SM_TRACE(SM_TRACE_ERROR, "%s: RAID(%d) is not record(%d)'s any more.\n", kFunction,
+             group.raid_id, record_.record_no);
+    return Group::kOthers;
+}
+
+/// Certain enough to take a group away. A number that nothing was made of yet was never given back
+/// when the driver died.
+bool RecordStop::is_whole(const ssd_op_db_raid_conf& group) const {
+    if (look_at(group) != Group::kOwn) return false;
+    const Members members = members_of(group);
+    return members == Members::kAll || (members == Members::kNone && record_.end_time == 0);
+}
+
+bool RecordStop::all_are_whole() const {
+    for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
+        if (!is_whole(*group)) return false;
+    }
+    return true;
+}
+
+/// What a driver that lives is making or taking down is its own, whatever the record's status says.
+bool RecordStop::may_remove_remains() const {
+    if (!remove_storage_) return false;
+    const Driver driver = driver_of(record_.record_no);
+    if (driver == Driver::kUnknown) {
+        SM_TRACE(SM_TRACE_ERROR,
+                 "%s: [Record(%d)] Nothing is known of its driver: a pool without volumes and RAID "
+                 "configurations stay.\n",
+                 kFunction, record_.record_no);
+    }
+    return driver == Driver::kGone;
 }
 
 void RecordStop::kill_service_stopper() {
@@ -140,11 +183,12 @@ void RecordStop::stop_volumes(bool remove_rest) {
         if (remove_storage_) remove_volume(lv_id);
     }
     if (!remove_rest) return;
-    if (pool_id < 0)
+    if (pool_id < 0) {
         result_ |= remove_configurations();
-    else if (count == 0)
-        remove_pool(pool_id);
+        return;
+    }
     forget_initializing(pool_id);
+    if (count == 0 && all_are_whole()) remove_pool(pool_id);
 }
 
 void RecordStop::kill_test_programs(const char* volume) {
@@ -175,7 +219,7 @@ void RecordStop::remove_pool(int pool_id) {
 int RecordStop::remove_configurations() const {
     int result = 0;
     for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
-        if (RAID_Is_Exist(group->raid_id) != 0) result |= RAID_Remove_Conf(group->raid_id);
+        if (is_whole(*group)) result |= RAID_Remove_Conf(group->raid_id);
     }
     return result;
 }

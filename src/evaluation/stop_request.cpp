@@ -1,4 +1,4 @@
-#include <algorithm>
+#include <optional>
 #include <vector>
 
 #include <unistd.h>
@@ -6,6 +6,7 @@
 #include "base/boundary.h"
 #include "base/child.h"
 #include "db/record_owner.h"
+#include "db/running_records.h"
 #include "evaluation/evaluation.h"
 #include "evaluation/raid_ids.h"
 #include "evaluation/services.h"
@@ -30,13 +31,6 @@ struct StopRequest {
     int type;
 };
 
-std::vector<int> every_record() {
-    std::vector<int> numbers(SSD_OP_MAX_RECORDS);
-    const int count = SSD_OP_DB_Query_Record_No(numbers.data(), SSD_OP_MAX_RECORDS);
-    numbers.resize(static_cast<size_t>(std::clamp(count, 0, SSD_OP_MAX_RECORDS)));
-    return numbers;
-}
-
 bool has_group(int record_no, int raid_id) {
     const db::RecordOwner record = db::load_record(record_no);
     if (!record) return false;
@@ -46,54 +40,71 @@ bool has_group(int record_no, int raid_id) {
     return false;
 }
 
-std::vector<int> records_to_stop(const StopRequest& request) {
-    auto numbers = request.record_no == SSD_OP_ALL_RECORDS ? every_record()
+/// Nothing when the database does not tell which evaluations run.
+std::optional<std::vector<int>> records_to_stop(const StopRequest& request) {
+    auto numbers = request.record_no == SSD_OP_ALL_RECORDS ? db::running_records(SSD_OP_MAX_RECORDS)
                                                            : std::vector<int>{request.record_no};
-    std::erase_if(numbers, [&](int record_no) {
+    if (!numbers) return std::nullopt;
+    std::erase_if(*numbers, [&](int record_no) {
         return !is_running(status_of(record_no)) ||
                (request.raid_id >= kFirstRaidId && !has_group(record_no, request.raid_id));
     });
     SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] do_record_count: %d.\n", kFunction, request.record_no,
-             static_cast<int>(numbers.size()));
-    for (size_t i = 0; i < numbers.size(); ++i) {
+             static_cast<int>(numbers->size()));
+    for (size_t i = 0; i < numbers->size(); ++i) {
         SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] do_record_no_list[%d]: %d.\n", kFunction,
-                 request.record_no, static_cast<int>(i), numbers[i]);
+                 request.record_no, static_cast<int>(i), (*numbers)[i]);
     }
     return numbers;
 }
 
-/// Marks the record and tells the user, before anything of it is killed: its driver sees why.
-/// Returns the result of the change; `old_status` receives what the record was.
-int mark(const StopRequest& request, int record_no, int& old_status, int& old_step_progress) {
+/// What became of marking a record.
+struct Marked {
+    int result;
+    int old_status;
+    int old_step_progress;
+};
+
+void report_mark(const StopRequest& request, int record_no) {
     const bool failed = request.type == SSD_OP_STOP_FAILED;
-    int result = 0;
-    {
-        const auto lock = lock_status();
-        old_status = status_of(record_no);
-        SSD_OP_Test_Get_Step_Progress(record_no, &old_step_progress);
-        const bool changes = failed || request.type == SSD_OP_STOP_BY_USER;
-        if (!changes || !is_running(old_status)) return 0;
-        result = SSD_OP_Test_Set_Status(
-            record_no, failed ? SSD_OP_TEST_STATUS_FAILED : SSD_OP_TEST_STATUS_STOPPED);
+    SSD_OP_Write_System_Log(request.requester, failed ? SSD_OP_EVENT_FAILED : SSD_OP_EVENT_STOPPED,
+                            &record_no, failed ? &request.raid_id : nullptr);
+}
+
+/// Marks the record and tells the user, before anything of it is killed: its driver sees why. A
+/// driver that moves it on meanwhile only moves it forward, so that a few looks are enough.
+Marked mark(const StopRequest& request, int record_no) {
+    constexpr int kLooks = 8;
+    const bool changes = request.type == SSD_OP_STOP_FAILED || request.type == SSD_OP_STOP_BY_USER;
+    const int new_status =
+        request.type == SSD_OP_STOP_FAILED ? SSD_OP_TEST_STATUS_FAILED : SSD_OP_TEST_STATUS_STOPPED;
+    Marked marked{-1, 0, 0};
+    for (int looks = 0; looks < kLooks; ++looks) {
+        const auto status = db::stored_status(record_no);
+        if (!status) break;
+        marked.old_status = *status;
+        SSD_OP_Test_Get_Step_Progress(record_no, &marked.old_step_progress);
+        if (!changes || !is_running(*status)) {
+            marked.result = 0;
+            break;
+        }
+        const StatusChange outcome = move_status(record_no, *status, new_status);
+        if (outcome == StatusChange::kWasOther) continue;
+        if (outcome == StatusChange::kNotWritten) break;
+        report_mark(request, record_no);
+        marked.result = 0;
+        break;
     }
-    if (failed) {
-        SSD_OP_Write_System_Log(request.requester, SSD_OP_EVENT_FAILED, &record_no,
-                                &request.raid_id);
-    } else {
-        SSD_OP_Write_System_Log(request.requester, SSD_OP_EVENT_STOPPED, &record_no, nullptr);
-    }
-    return result;
+    return marked;
 }
 
 int stop_record(const StopRequest& request, int record_no) {
-    int old_status = 0;
-    int old_step_progress = 0;
-    int result = mark(request, record_no, old_status, old_step_progress);
-    if (!is_running(old_status)) return 0;  // it ended by itself after it was listed
-    result |= SSD_OP_Test_Stop(record_no, request.type, request.remove_storage, old_status,
-                               old_step_progress);
+    const Marked marked = mark(request, record_no);
+    if (!is_running(marked.old_status)) return marked.result;  // it ended by itself since
+    const int result = SSD_OP_Test_Stop(record_no, request.type, request.remove_storage,
+                                        marked.old_status, marked.old_step_progress);
     ::sleep(1);
-    return result;
+    return marked.result | result;
 }
 
 /// Waits until the groups of the stopped records are gone.
@@ -156,14 +167,15 @@ int stop(const StopRequest& request, int need_fork) {
                  request.record_no);
         return 0;
     }
-    const std::vector<int> record_nos = records_to_stop(request);
-    if (record_nos.empty()) {
+    const auto record_nos = records_to_stop(request);
+    if (!record_nos) return -1;
+    if (record_nos->empty()) {
         SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] No need to stop test.\n", kFunction,
                  request.record_no);
         return 0;
     }
     bool services_were_stopped = false;
-    const int result = stop_records(request, record_nos, services_were_stopped);
+    const int result = stop_records(request, *record_nos, services_were_stopped);
     // Starting the services takes a while that the caller need not wait. Without a process for it
     // they stay as they are.
     if (need_fork != 0 && !base::fork_process().in_child()) return result;

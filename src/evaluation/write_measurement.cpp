@@ -1,4 +1,3 @@
-#include <cstdlib>
 #include <optional>
 #include <string>
 
@@ -73,11 +72,11 @@ int measure(uint32_t dev_id, int part_no, bool sequential) {
 int measure_detached(uint32_t dev_id, int part_no, bool sequential) {
     const base::Fork between = base::fork_process();
     if (between.in_child()) {
-        if (base::fork_process().in_child()) {
+        base::end_with(kFunction, [&] {
+            if (!base::fork_process().in_child()) return;
             ::sleep(1);
             measure(dev_id, part_no, sequential);
-        }
-        std::_Exit(0);
+        });
     }
     ::usleep(100000);
     // The process between ends at once, so that waiting for it leaves no zombie and costs nothing.

@@ -1,6 +1,7 @@
 /// What takes more than one key: a record's status and OP count, and its removal from both files.
 #include "base/boundary.h"
 #include "db/record_owner.h"
+#include "db/running_records.h"
 #include "runtime/number.h"
 #include "runtime/state_section.h"
 
@@ -25,9 +26,9 @@ void publish_status(int record_no, int status) noexcept {
         for (int copies = 0; copies < kMaxCopies; ++copies) {
             info.write("status", status);
             // Whoever has changed it since may have written the copy first.
-            const int now = SSD_OP_DB_Query_Record_Status(record_no);
-            if (now == status) break;
-            status = now;
+            const auto now = db::stored_status(record_no);
+            if (!now || *now == status) break;
+            status = *now;
         }
         return 0;
     });

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "ssd_op.h"
+
+namespace ssd_op::evaluation {
+
+/// Whose the platform's group is that has the number of one of a record's groups: numbers are used
+/// again, by evaluations and by whoever makes groups. Newer records are not asked here; the command
+/// line, which has them all before it, asks with the same code.
+enum class Members {
+    kNone,   ///< no group has been made of the number, or the platform does not tell
+    kAll,    ///< exactly the drives that the record has
+    kSome,   ///< only drives of the record, but not all: one has failed, or it is another's group
+    kOthers  ///< a drive that the record does not have
+};
+Members members_of(const ssd_op_db_raid_conf& group);
+
+}  // namespace ssd_op::evaluation
