@@ -1,6 +1,7 @@
 #include "snapshot.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include <fmt/format.h>
 
@@ -15,11 +16,19 @@ constexpr int kFillingMark =
     -1;  // in place of a ratio; other negative ones: there is none any more
 constexpr double kNotDone = 99.9;
 
+// Figures come as the test script's files have them. Beyond these they are damage, not news.
+constexpr double kMostIops = 1e9;
+constexpr unsigned long long kLongestRest = 3650ULL * 86400;
+
 void add_place(Snapshot& snapshot, ssd_op_db_record& record, int ratio) {
     snapshot.ratio = ratio;
-    SSD_OP_Test_Get_OP_Count(record.record_no, &record, &snapshot.ratio_count);
-    snapshot.ratio_no = 1;
-    if (record.interval > 0) snapshot.ratio_no += (ratio - record.min_op) / record.interval;
+    int count = 0;
+    int64_t place = 1;
+    if (SSD_OP_Test_Get_OP_Count(record.record_no, &record, &count) != 0) return;
+    if (record.interval > 0) place += (int64_t{ratio} - record.min_op) / record.interval;
+    if (place > count) return;
+    snapshot.ratio_no = static_cast<int>(place);
+    snapshot.ratio_count = count;
 }
 
 void add_activity(Snapshot& snapshot, ssd_op_db_record& record) {
@@ -37,11 +46,14 @@ void add_activity(Snapshot& snapshot, ssd_op_db_record& record) {
 void add_figures(Snapshot& snapshot, ssd_op_db_record& record) {
     SSD_OP_Test_Get_Current_OP_Running_Step(snapshot.record_no, &snapshot.step);
     SSD_OP_Test_Get_Current_OP_Total_Step(snapshot.record_no, &snapshot.step_count);
+    if (snapshot.step > snapshot.step_count) snapshot.step = 0;
     long double iops = 0;
-    if (SSD_OP_Test_Get_Current_OP_Test_Value(snapshot.record_no, &iops) == 0 && iops > 0)
+    if (SSD_OP_Test_Get_Current_OP_Test_Value(snapshot.record_no, &iops) == 0 && iops > 0 &&
+        iops <= kMostIops)
         snapshot.iops = static_cast<double>(iops);
     unsigned long long seconds = 0;
-    if (SSD_OP_Test_Get_Remain_Time(snapshot.record_no, &record, &seconds) == 0 && seconds > 0)
+    if (SSD_OP_Test_Get_Remain_Time(snapshot.record_no, &record, &seconds) == 0 && seconds > 0 &&
+        seconds <= kLongestRest)
         snapshot.remaining_seconds = seconds;
 }
 
@@ -66,7 +78,7 @@ double percent_of(ssd_op_db_record& record) {
     float percent = 0;
     if (!is_running(record.status)) return 0;
     SSD_OP_Test_Get_Progress(record.record_no, &record, &percent);
-    return std::min(static_cast<double>(percent), kNotDone);
+    return std::isfinite(percent) ? std::clamp(static_cast<double>(percent), 0.0, kNotDone) : 0;
 }
 
 const char* activity_text(const Snapshot& snapshot) {
@@ -110,8 +122,9 @@ std::string phase_text(const Snapshot& snapshot) {
     std::string phase = status_word(snapshot.status);
     if (snapshot.is_orphan()) phase = "broken off while " + phase;
     if (!snapshot.ratio) return phase + activity_text(snapshot);
-    return fmt::format("{}: OP {} % ({} of {})", phase, *snapshot.ratio, snapshot.ratio_no,
-                       snapshot.ratio_count);
+    phase += fmt::format(": OP {} %", *snapshot.ratio);
+    if (snapshot.ratio_no == 0) return phase;
+    return phase + fmt::format(" ({} of {})", snapshot.ratio_no, snapshot.ratio_count);
 }
 
 std::string progress_line(const Snapshot& snapshot) {

@@ -424,7 +424,8 @@ SSD_OP_API int SSD_OP_DB_Query_SSD_Runtime_Data(ssd_op_db_ssd_dev *ssd, int reco
  * commas; text after the last field that is read is ignored. A line that is empty or lacks a field
  * makes the whole import fail; a file without lines is imported. Lines are read in pieces of 127
  * bytes, each of which counts as a line. The last line needs no line end; of a line with a NUL
- * byte only what stands before it is read.
+ * byte only what stands before it is read. Only a regular file is opened: the import fails at once
+ * for a link, a pipe or a device, which could hold the lock for ever.
  */
 
 /**
@@ -607,6 +608,12 @@ SSD_OP_API int SSD_OP_Test_Remove_Runtime_Info(int record_no);
  * keeps in the runtime-info file, and the script's status file /etc/.sm_v2_ssd_op_test_<number>.
  * Nothing is locked from one read to the next: figures of one moment may differ by a step. A NULL
  * record is read from the database, under its lock.
+ *
+ * The figures are what the script wrote and what follows from it, sensible or not: a percentage may
+ * be negative, above 100, infinite or no number, a time may be longer than any test. Whoever shows
+ * them to a person checks them first. Numbers have a decimal point, whatever the locale. Where a
+ * result does not fit its type it is the nearest number that does, and 0 for what is no number;
+ * only the seconds of SSD_OP_Test_Get_Current_OP_ETA wrap around as unsigned sums do.
  */
 
 /** Key of the script: the OP ratio measured now, in percent; -1 while the volume is being filled,
@@ -624,8 +631,13 @@ SSD_OP_API int SSD_OP_Test_Get_Current_OP_Start_Time(int record_no, unsigned lon
  * Fields of the script's status file: progress of the current ratio in percent, time left for it in
  * seconds, its test amount and its test value. Each call runs one command.
  *
- * @return 0; otherwise the command's result, and the value stays as it was. A time in none of the
- *         known forms ("1d:2h:3m:4s", "2h:3m:4s", "3m:4s", "4s") also leaves the value as it was.
+ * A time has one of the forms "1d:2h:3m:4s", "2h:3m:4s", "3m:4s" and "4s"; the first that has as
+ * many numbers as it needs counts, and what follows its last number does not matter. A negative
+ * number is none. A text in no such form leaves the value as it was. Other fields are 0 when they
+ * hold no number.
+ *
+ * @return 0; otherwise the command's result, and the value stays as it was. -1, with a trace, when
+ *         the file is no regular file or above 1 MiB: it is not opened then.
  */
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_Progress(int record_no, float *progress);
 SSD_OP_API int SSD_OP_Test_Get_Current_OP_ETA(int record_no, unsigned long long *eta_seconds);
@@ -634,8 +646,9 @@ SSD_OP_API int SSD_OP_Test_Get_Current_OP_Test_Value(int record_no, long double 
 
 /**
  * Overall progress in percent: 0 for a new record, up to 10 while it is initiating, 11 to 90 while
- * the script tests, 91 to 100 while it is finishing, 100 when it has ended in whatever way. Figures
- * that cannot be read count as 0; an unknown status leaves *progress as it was.
+ * the script tests, 91 to 100 while it is finishing, 100 when it has ended in whatever way. Beyond
+ * that when a figure that it is computed from is beyond 0 to 100. Figures that cannot be read count
+ * as 0; an unknown status leaves *progress as it was.
  *
  * @return 0
  */
@@ -656,9 +669,10 @@ SSD_OP_API int SSD_OP_Test_Get_Total_Test_Count(int record_no, ssd_op_db_record 
                                                 int *total);
 
 /**
- * Steps done, for a script that goes from max_op down to min_op: all of the ratios above the
- * current one and those of the current one before the running step. Stays as it was before the
- * first ratio.
+ * Steps done: all of the ratios above the current one and those of the current one before the
+ * running step. The same ratios are still to come for SSD_OP_Test_Get_Remain_Time: which of the two
+ * is right depends on the order in which the script visits them. Stays as it was before the first
+ * ratio. An interval of 0 or less leads to no further ratio.
  *
  * @return 0; -1 when the record has to be read and cannot be
  */
@@ -805,7 +819,9 @@ SSD_OP_API int SSD_OP_Test_Start(ssd_op_test_param *param, ssd_op_db_record *rec
  *
  * @param param   the request, with the log_prefix that SSD_OP_Test_Start wrote
  * @param record  receives count, percentage, result_1 and result_2; a ratio that the report does
- *                not have keeps what it had. Ratios beyond SSD_OP_MAX_RATIOS are ignored.
+ *                not have keeps what it had. Ratios beyond SSD_OP_MAX_RATIOS are ignored. Nothing
+ *                is read without a prefix, nor, with a trace, from a report that is no regular
+ *                file or above 64 MiB.
  * @return what SSD_OP_DB_Update_Test_Data returned
  */
 SSD_OP_API int SSD_OP_Test_Save_Result(ssd_op_test_param *param, ssd_op_db_record *record);
@@ -949,7 +965,8 @@ SSD_OP_API int SSD_OP_DB_Update_Disk_Performance(int record_no, int raid_id, int
  * @param device_name        device path of its test volume
  * @param over_provisioning  only traced
  * @param interval           seconds between samples; below 1: 1
- * @param path               file for the samples; what was in it is lost
+ * @param path               file for the samples; what was in it is lost. Samples go to a regular
+ *                           file only, through no link.
  * @return -1, when it is over
  * Locks: the database, briefly, for every sample.
  */
@@ -962,7 +979,7 @@ SSD_OP_API int SSD_OP_Test_Collect_SSD_Info(int record_no, const char *device_na
  *
  * @param record_no  the record
  * @param time_slap  time stamp to write, in milliseconds
- * @param path       file to append to; created when missing
+ * @param path       file to append to; created when missing. A regular file, and no link.
  * @return 0, also when the record cannot be read or the file not opened
  * Locks: the database, briefly, several times.
  */

@@ -2,6 +2,8 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "ssd_op.h"
 #include "support/appliance.h"
@@ -118,6 +120,18 @@ TEST_F(Imports, ReadALongLineInPiecesAndALineUpToItsNul) {
     EXPECT_THAT(reports(),
                 ElementsAre(Row{"10", "1", "2", "5", "1"}, Row{"10", "6", "7", "10", "1"},
                             Row{"10", "11", "12", "15", "1"}));
+}
+
+TEST_F(Imports, OpenNothingThatCouldHoldTheDatabasesLock) {
+    ASSERT_EQ(import_report("1,2,3,4,5\n"), 0);
+    for (const bool pipe : {true, false}) {
+        ::unlink(kFile);
+        ASSERT_EQ(pipe ? ::mkfifo(kFile, 0644) : ::symlink("/dev/zero", kFile), 0);
+        EXPECT_EQ(SSD_OP_DB_Update_Runtime_Report(1, 10, kFile, 0), -1);
+        EXPECT_EQ(SSD_OP_DB_Update_SSD_Runtime_Data(1, 10, kFile), -1);
+    }
+    ::unlink(kFile);
+    EXPECT_EQ(reports().size(), 1U);
 }
 
 TEST_F(Imports, AcceptAFileWithoutLines) {

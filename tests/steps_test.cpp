@@ -1,7 +1,10 @@
 // The steps of a running test, one by one: the script's run, the capture of its results, the
 // sampling of temperatures, and the killing of what works on a record's drives.
 
+#include <clocale>
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
 
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -89,6 +92,46 @@ TEST_F(Steps, ResultsAreReadFromTheReportAsFarAsItGoes) {
     param_.interval = -1;
     SSD_OP_Test_Save_Result(&param_, record_.get());
     EXPECT_EQ(record_->count, 0);
+}
+
+/// A front end may run in a locale that writes "2010,25".
+TEST_F(Steps, NumbersHaveAPointInAnyLocale) {
+    ASSERT_EQ(std::system("localedef -i de_DE -f UTF-8 /tmp/de_DE.UTF-8 >/dev/null 2>&1"), 0);
+    ::setenv("LOCPATH", "/tmp", 1);
+    ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+    ASSERT_STREQ(std::localeconv()->decimal_point, ",");
+    Groups groups(1, {0, 1});
+    begin_test(groups);
+    EXPECT_EQ(run_script("printf 'OP_0%%, 1.25, 2010.25\n' >\"${PREFIX}report.csv\""), 0);
+    EXPECT_EQ(SSD_OP_Test_Save_Result(&param_, record_.get()), 0);
+    write_file("/etc/.sm_v2_ssd_op_test_1",
+               std::string("1;2;3;4;5;12.5;") + std::string(44, ';') + "99.75;\n");
+    float percent = 0;
+    long double value = 0;
+    SSD_OP_Test_Get_Current_OP_Progress(1, &percent);
+    SSD_OP_Test_Get_Current_OP_Test_Value(1, &value);
+    const Record stored = read_record(1);
+    char report[256] = "";
+    EXPECT_EQ(SSD_OP_Test_Export_CSV(1, report, sizeof report), 0);
+    std::setlocale(LC_ALL, "C");
+    std::filesystem::remove_all("/tmp/de_DE.UTF-8");
+
+    EXPECT_EQ(stored->result_1[0], 1.25L);
+    EXPECT_EQ(stored->result_2[0], 2010.25L);
+    EXPECT_EQ(percent, 12.5F);
+    EXPECT_EQ(value, 99.75L);
+    EXPECT_THAT(read_file(report), HasSubstr("2010.250000"));
+}
+
+TEST_F(Steps, WithoutALogPrefixNoReportIsRead) {
+    Groups groups(1, {0, 1});
+    begin_test(groups);
+    const std::string report = std::filesystem::current_path() / "report.csv";
+    write_file(report, "OP_0%, 1, 2\n");
+    EXPECT_EQ(SSD_OP_Test_Save_Result(&param_, record_.get()), 0);
+    EXPECT_TRUE(exists(report));
+    ::unlink(report.c_str());
+    EXPECT_EQ(read_record(1)->result_2[0], 0.0L);
 }
 
 TEST_F(Steps, TemperaturesAreSampledAsLongAsTheTestRuns) {

@@ -1,10 +1,11 @@
 // What was measured: results of the ratios, temperatures of a drive.
 
+#include "base/number.h"
 #include "db/database.h"
-#include "db/decimal.h"
 #include "db/list.h"
 #include "db/overflow.h"
 
+namespace base = ssd_op::base;
 namespace db = ssd_op::db;
 
 namespace {
@@ -35,8 +36,8 @@ int SSD_OP_DB_Query_Record_Test_Data(ssd_op_db_record* record, int record_no) {
             if (!overflow.fits(record->count, SSD_OP_MAX_RATIOS)) return;
             const int i = record->count++;
             record->percentage[i] = row.integer(0);
-            record->result_1[i] = db::decimal_value(row.text(1));
-            record->result_2[i] = db::decimal_value(row.text(2));
+            record->result_1[i] = base::decimal_value(row.text(1));
+            record->result_2[i] = base::decimal_value(row.text(2));
         });
         return result == SQLITE_OK ? 0 : failed(function, db::error_text(connection, result));
     });

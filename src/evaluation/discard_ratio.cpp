@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "base/boundary.h"
+#include "base/number.h"
 #include "evaluation/discard.h"
 #include "evaluation/solid_state.h"
 #include "platform/naslog.h"
@@ -59,8 +60,8 @@ std::vector<RequestedDrive> solid_state_drives(const unsigned* dev_ids, int coun
 }
 
 int discard_ratio(const unsigned* dev_ids, int count, float over_provisioning) {
-    SM_TRACE(SM_TRACE_ERROR, "%s: over_provisioning: %.2f.\n", kFunction,
-             static_cast<double>(over_provisioning));
+    SM_TRACE(SM_TRACE_ERROR, "%s: over_provisioning: %s.\n", kFunction,
+             base::decimal_text(over_provisioning, 2).c_str());
     if (count < 1) return -1;
     const auto drives = solid_state_drives(dev_ids, count);
     if (drives.empty()) return -1;

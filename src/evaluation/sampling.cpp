@@ -9,6 +9,7 @@
 #include "base/boundary.h"
 #include "base/drive_id.h"
 #include "base/owners.h"
+#include "base/plain_file.h"
 #include "db/record_owner.h"
 #include "evaluation/evaluation.h"
 #include "evaluation/groups.h"
@@ -64,14 +65,17 @@ int temperature_of(uint32_t dev_id) {
     return static_cast<int8_t>(PD_SMART_Get_Temperature(info));
 }
 
-/// Appends one line for each drive; the sample is lost when the file cannot be opened.
-void append_sample(const char* path, const std::vector<SampledDrive>& drives,
-                   unsigned long long time_stamp) {
+std::vector<int> temperatures_of(const std::vector<SampledDrive>& drives) {
     std::vector<int> temperatures;
     temperatures.reserve(drives.size());
     for (const SampledDrive& drive : drives) temperatures.push_back(temperature_of(drive.dev_id));
+    return temperatures;
+}
 
-    const base::File file(std::fopen(path, "a"));
+/// Appends one line for each drive; the sample is lost when the file cannot be opened.
+void append_sample(const char* path, const std::vector<SampledDrive>& drives,
+                   const std::vector<int>& temperatures, unsigned long long time_stamp) {
+    const base::File file = base::append_to_plain_file(path);
     if (!file) return;
     for (size_t i = 0; i < drives.size(); ++i) {
         std::fprintf(file.get(), "%llu, %d, %d, %d\n", time_stamp,
@@ -122,7 +126,8 @@ void collect(int record_no, const char* device_name, int over_provisioning, int 
     const timespec start = monotonic_now();
     ::sleep(pause);
     while (status_of(record_no) == SSD_OP_TEST_STATUS_TESTING) {
-        append_sample(path, table.drives(), milliseconds_since(start));
+        const std::vector<int> temperatures = temperatures_of(table.drives());
+        append_sample(path, table.drives(), temperatures, milliseconds_since(start));
         ::sleep(pause);
     }
     SM_TRACE(SM_TRACE_ERROR, "%s: [Device(%s)] Testing is stopped.\n", kCollect, device_name);
@@ -139,7 +144,8 @@ void record_sample(int record_no, unsigned long long time_slap, const char* path
         for (int i = 0; i < count; ++i)
             table.add(record_no, group->raid_id, group->ssd_drives[i].dev_id);
     }
-    if (!table.drives().empty()) append_sample(path, table.drives(), time_slap);
+    if (table.drives().empty()) return;
+    append_sample(path, table.drives(), temperatures_of(table.drives()), time_slap);
 }
 
 }  // namespace

@@ -19,9 +19,10 @@ namespace {
 constexpr const char* kFunction = "ssd_op_test_disk_write_performance_test";
 constexpr int kMaxWaits = 30;
 
+/// In the C locale: a decimal comma in a rate would cut the number short.
 std::string fio_line(const std::string& device, bool sequential) {
     const std::string tool =
-        "/sbin/fio --filename=" + base::shell_word(device) + " --direct=1 --rw=";
+        "LC_ALL=C /sbin/fio --filename=" + base::shell_word(device) + " --direct=1 --rw=";
     const std::string kind = sequential ? "write --bs=1M" : "randwrite --bs=4k";
     return tool + kind +
            " --runtime=20 --name=test-write --ioengine=libaio --iodepth=32 --ramp_time=30";

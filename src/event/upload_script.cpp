@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
@@ -9,6 +8,7 @@
 #include "base/command.h"
 #include "base/drive_id.h"
 #include "base/interface_name.h"
+#include "base/number.h"
 #include "base/text.h"
 #include "event/upload.h"
 #include "runtime/number.h"
@@ -19,15 +19,6 @@ namespace {
 
 constexpr double kKibPerGib = 1048576.0;
 constexpr double kBytesPerGib = 1073741824.0;
-
-/// Digits after a point, whatever the locale of the calling process writes there.
-template <typename Real>
-std::string fixed(Real value, int digits) {
-    char text[5000];  // holds the longest long double
-    const auto end =
-        std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, digits).ptr;
-    return {text, end};
-}
 
 std::string hexadecimal(uint32_t drive_id) {
     char text[9];
@@ -85,7 +76,7 @@ std::string total_capacity(const ssd_op_db_record& record) {
     uint64_t total = 0;
     for (const auto* group = record.raid_conf; group != nullptr; group = group->next)
         total += group->raid_capacity;
-    return fixed(static_cast<double>(total) / kKibPerGib, 2);
+    return base::decimal_text(static_cast<double>(total) / kKibPerGib, 2);
 }
 
 std::string bus_type(const ssd_op_db_ssd_dev& drive) {
@@ -100,9 +91,8 @@ std::optional<std::string> drive_capacity(const ssd_op_db_ssd_dev& drive) {
     const base::Slot slot = base::slot_of(drive.dev_id);
     uint64_t blocks = 0;
     uint32_t block_size = 0;
-    if (PD_Get_Capacity(slot.enclosure, slot.port, &blocks, &block_size) != 0)
-        return std::nullopt;
-    return fixed(static_cast<double>(blocks * block_size) / kBytesPerGib, 2);
+    if (PD_Get_Capacity(slot.enclosure, slot.port, &blocks, &block_size) != 0) return std::nullopt;
+    return base::decimal_text(static_cast<double>(blocks * block_size) / kBytesPerGib, 2);
 }
 
 std::string drive_fields(const ssd_op_db_record& record) {
@@ -140,7 +130,7 @@ std::string result_fields(const ssd_op_db_record& record) {
     for (size_t i = 0; i < bounded(record.count, SSD_OP_MAX_RATIOS); ++i) {
         const char* separator = i == 0 ? "" : ",";
         ratios.append(separator).append(std::to_string(record.percentage[i])).append("%");
-        results.append(separator).append(fixed(record.result_2[i], 6));
+        results.append(separator).append(base::decimal_text(record.result_2[i], 6));
     }
     return field("ratio", ratios) + field("performance_result", results);
 }

@@ -5,16 +5,18 @@
 #include <string_view>
 
 #include "base/owners.h"
+#include "base/plain_file.h"
 
 namespace ssd_op::history {
 
 /// A file of samples, one a line, its fields separated by runs of blanks and commas.
 ///
 /// Lines are read in pieces of at most 127 bytes, and each piece counts as a line. What follows a
-/// NUL byte in a piece is not read. The last line needs no line end.
+/// NUL byte in a piece is not read. The last line needs no line end. What is no regular file is not
+/// opened: the database is locked while a file is read.
 class SampleFile {
   public:
-    explicit SampleFile(const char* path) : file_(std::fopen(path, "re")) {}
+    explicit SampleFile(const char* path) : file_(base::read_plain_file(path)) {}
 
     /// The next line; false at the end of the file, or when it cannot be read.
     bool next() {

@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
+#include "base/number.h"
 #include "base/owners.h"
 #include "db/database.h"
-#include "db/decimal.h"
 #include "history/bulk_insert.h"
 #include "history/history.h"
 
@@ -33,8 +33,8 @@ Marks update_known(sqlite3* connection, const ssd_op_db_record& record, int coun
         db::execute(connection,
                     db::sql("UPDATE TEST_DATA SET result_1=%s,result_2=%s     WHERE f_record_no=%d "
                             "AND percentage=%d;",
-                            db::decimal_text(record.result_1[i]).c_str(),
-                            db::decimal_text(record.result_2[i]).c_str(), record.record_no,
+                            base::decimal_text(record.result_1[i]).c_str(),
+                            base::decimal_text(record.result_2[i]).c_str(), record.record_no,
                             record.percentage[i]));
         updated[static_cast<size_t>(i)] = true;
     }
@@ -46,8 +46,8 @@ bool insert_others(history::BulkInsert& rows, const ssd_op_db_record& record, in
     if (!rows) return false;
     for (int i = 0; i < count; ++i) {
         if (updated[static_cast<size_t>(i)]) continue;
-        const std::string result_1 = db::decimal_text(record.result_1[i]);
-        const std::string result_2 = db::decimal_text(record.result_2[i]);
+        const std::string result_1 = base::decimal_text(record.result_1[i]);
+        const std::string result_2 = base::decimal_text(record.result_2[i]);
         if (!rows.insert(record.percentage[i], std::string_view(result_1),
                          std::string_view(result_2), record.record_no))
             return false;

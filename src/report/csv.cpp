@@ -1,9 +1,10 @@
 // The report as comma-separated text.
 
-#include "db/decimal.h"
+#include "base/number.h"
 #include "report/export.h"
 #include "report/output.h"
 
+namespace base = ssd_op::base;
 namespace db = ssd_op::db;
 namespace report = ssd_op::report;
 
@@ -50,7 +51,7 @@ void write_evaluation(Output& out, const ssd_op_db_record& record) {
     for (int i = 0; i < record.count; ++i) out << (i > 0 ? "," : "") << record.percentage[i];
     out << "\nResult(IOPS),";
     for (int i = 0; i < record.count; ++i)
-        out << (i > 0 ? "," : "") << db::decimal_text(record.result_2[i]);
+        out << (i > 0 ? "," : "") << base::decimal_text(record.result_2[i]);
     out << '\n';
 }
 

@@ -7,8 +7,8 @@
 
 namespace ssd_op::runtime {
 
-/// Towards zero, and into the range of `Integer`. Figures come from files that others write: one
-/// that is too large, or no number at all, must not reach a bare cast.
+/// Towards zero. Figures come from files that others write: one that is too large gives the nearest
+/// number that there is, and what is no number at all gives 0.
 template <typename Integer, typename Real>
 Integer truncate(Real value) {
     using Limits = std::numeric_limits<Integer>;

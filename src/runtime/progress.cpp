@@ -1,6 +1,4 @@
 /// The overall percentage of a record: each status has its share of the way from 0 to 100.
-#include <algorithm>
-
 #include "base/boundary.h"
 #include "platform/ini.h"
 #include "runtime/number.h"
@@ -14,17 +12,18 @@ namespace {
 constexpr int kPreparing = -1;  // current_op_percentage before the first ratio is measured
 constexpr int kGone = -3;       // no status that this library sets; over, like the negative ones
 
-/// What the script has behind it, 0 to 100. The one read without a lock: a front end polls this all
-/// the time and must not hold up the script; the file is replaced as a whole, never half written.
+/// What the script says that it has behind it. The one read without a lock: a front end polls this
+/// all the time and must not hold up the script; the file is replaced as a whole, never half
+/// written.
 int script_base(int record_no) {
     int progress = 0;
     const StateSection section = runtime_info(record_no);
     Ini_Conf_Get_Field_Int(section.file.c_str(), section.name.c_str(), "test_script_progress",
                            &progress, 0);
-    return std::clamp(progress, 0, 100);
+    return progress;
 }
 
-/// 0 when it cannot be read, or is no percentage.
+/// 0 when it cannot be read.
 float current_ratio_progress(int record_no) {
     float progress = 0;
     SSD_OP_Test_Get_Current_OP_Progress(record_no, &progress);
@@ -54,10 +53,8 @@ float step_progress(int record_no) {
     return static_cast<float>(progress);
 }
 
-/// `percent` of the stretch from `start` on, which no figure leaves, whoever wrote it.
-float within(float start, float length, float percent) {
-    return start + length * (std::clamp(percent, 0.0F, 100.0F) / 100);
-}
+/// `percent` of the stretch from `start` on; beyond it when a figure is beyond 100.
+float within(float start, float length, float percent) { return start + length * (percent / 100); }
 
 void store_progress(int record_no, ssd_op_db_record* record, float& progress) {
     int status = 0;

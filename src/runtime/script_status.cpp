@@ -1,13 +1,16 @@
 /// What the test script says about the OP ratio that it measures now: fields of its status file and
 /// the start time in the runtime-info file.
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "base/boundary.h"
 #include "base/command.h"
+#include "base/number.h"
+#include "base/plain_file.h"
+#include "platform/naslog.h"
 #include "runtime/state_section.h"
 #include "ssd_op.h"
 
@@ -20,12 +23,19 @@ using Seconds = unsigned long long;
 enum class Field { progress = 6, time_left = 7, test_amount = 49, test_value = 51 };
 
 constexpr int kFieldSize = 64;
+constexpr int64_t kLargestFile = int64_t{1} << 20;  // it is one line
 
-base::Printed read_field(int record_no, Field field) {
-    return base::run_and_read(
-        "/bin/awk 'BEGIN{FS=\";\"} {print $" + std::to_string(static_cast<int>(field)) +
-            "}' /etc/.sm_v2_ssd_op_test_" + std::to_string(record_no) + " 2>>/dev/null",
-        kFieldSize);
+base::Printed read_field(const char* function, int record_no, Field field) {
+    const std::string file = "/etc/.sm_v2_ssd_op_test_" + std::to_string(record_no);
+    if (!base::is_plain_or_absent(file, kLargestFile)) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: %s is no regular file of a status file's size.\n", function,
+                 file.c_str());
+        return {-1, ""};
+    }
+    return base::run_and_read("/bin/awk 'BEGIN{FS=\";\"} {print $" +
+                                  std::to_string(static_cast<int>(field)) + "}' " + file +
+                                  " 2>>/dev/null",
+                              kFieldSize);
 }
 
 /// Hands the field's text to `parse` when it could be read. The command's result.
@@ -33,30 +43,48 @@ template <typename Parse>
 int with_field(const char* function, int record_no, Field field, const void* target, Parse parse) {
     return base::guarded(function, -1, [&] {
         if (target == nullptr) return -1;
-        const base::Printed printed = read_field(record_no, field);
+        const base::Printed printed = read_field(function, record_no, field);
         if (printed.result == 0) parse(printed.text.c_str());
         return printed.result;
     });
 }
 
-/// Nothing for what no measurement takes; there, the sum could leave the range of numbers.
-std::optional<Seconds> sum_of(Seconds days, Seconds hours, Seconds minutes, Seconds seconds) {
-    constexpr Seconds kMost = 1'000'000'000;
-    if (days > kMost || hours > kMost || minutes > kMost || seconds > kMost) return std::nullopt;
-    return days * 86400 + hours * 3600 + minutes * 60 + seconds;
+Seconds seconds_in(char unit) {
+    switch (unit) {
+        case 'd':
+            return 86400;
+        case 'h':
+            return 3600;
+        case 'm':
+            return 60;
+        default:
+            return 1;
+    }
+}
+
+/// The form of a time that has a number for each of these units, as sscanf would read it: a number
+/// may have blanks before it, and what follows the last one does not matter. A negative number is
+/// none. Sums wrap around as unsigned ones do.
+std::optional<Seconds> parse_form(const char* text, std::string_view units) {
+    Seconds sum = 0;
+    for (;;) {
+        const char* start = text + std::strspn(text, " \t\n\v\f\r");
+        char* end = nullptr;
+        const Seconds number = std::strtoull(start, &end, 10);
+        if (*start == '-' || end == start) return std::nullopt;
+        sum += number * seconds_in(units.front());
+        if (units.size() == 1) return sum;
+        if (end[0] != units.front() || end[1] != ':') return std::nullopt;
+        text = end + 2;
+        units.remove_prefix(1);
+    }
 }
 
 /// "1d:2h:3m:4s", or the same from a smaller unit on.
 std::optional<Seconds> parse_time_left(const char* text) {
-    Seconds days = 0, hours = 0, minutes = 0, seconds = 0;
-    if (std::strchr(text, '-') != nullptr) return std::nullopt;  // sscanf would wrap it around
-    if (std::sscanf(text, "%llud:%lluh:%llum:%llus", &days, &hours, &minutes, &seconds) == 4)
-        return sum_of(days, hours, minutes, seconds);
-    if (std::sscanf(text, "%lluh:%llum:%llus", &hours, &minutes, &seconds) == 3)
-        return sum_of(0, hours, minutes, seconds);
-    if (std::sscanf(text, "%llum:%llus", &minutes, &seconds) == 2)
-        return sum_of(0, 0, minutes, seconds);
-    if (std::sscanf(text, "%llus", &seconds) == 1) return sum_of(0, 0, 0, seconds);
+    for (const std::string_view units : {"dhms", "hms", "ms", "s"}) {
+        if (const auto seconds = parse_form(text, units)) return seconds;
+    }
     return std::nullopt;
 }
 
@@ -69,10 +97,8 @@ using runtime::Field;
 
 int SSD_OP_Test_Get_Current_OP_Progress(int record_no, float* progress) {
     return runtime::with_field(
-        __func__, record_no, Field::progress, progress, [&](const char* text) {
-            const auto percent = static_cast<float>(std::strtod(text, nullptr));
-            if (percent >= 0 && percent <= 100) *progress = percent;
-        });
+        __func__, record_no, Field::progress, progress,
+        [&](const char* text) { *progress = static_cast<float>(base::double_value(text)); });
 }
 
 int SSD_OP_Test_Get_Current_OP_ETA(int record_no, unsigned long long* eta_seconds) {
@@ -91,7 +117,7 @@ int SSD_OP_Test_Get_Current_OP_Test_Amount(int record_no, unsigned long long* am
 
 int SSD_OP_Test_Get_Current_OP_Test_Value(int record_no, long double* value) {
     return runtime::with_field(__func__, record_no, Field::test_value, value,
-                               [&](const char* text) { *value = std::strtold(text, nullptr); });
+                               [&](const char* text) { *value = base::decimal_value(text); });
 }
 
 int SSD_OP_Test_Get_Current_OP_Start_Time(int record_no, unsigned long long* start) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string_view>
 
 #include "base/boundary.h"
@@ -16,6 +17,7 @@ namespace {
 
 constexpr const char* kKey = "skip_op_list";
 constexpr int kTextSize = 256;
+constexpr int kNothing = std::numeric_limits<int>::min();
 constexpr size_t kValueLength = 7;  // holds any percentage; a longer value is damage, and is cut
 
 /// Reads the number at the start of `text`; leaves `value` alone when there is none.
@@ -27,12 +29,16 @@ bool parse_number(const char* text, int& value) {
     return true;
 }
 
-/// The list in `section`; its file is locked by the caller. An absent list is an empty one.
+/// The ratios of the list in `section`, whose file is locked by the caller, and how many there are.
+/// An absent list is an empty one; a field without a number is no ratio, 0 least of all.
 int read_list(const StateSection& section, SkipTable& table) {
     char text[kTextSize] = {};
     const int result =
         Ini_Conf_Get_Field(section.file.c_str(), section.name.c_str(), kKey, text, kTextSize);
-    return result < 0 ? 0 : ssd_op_test_parse_int_list(text, table);
+    if (result < 0) return 0;
+    table.fill(kNothing);
+    const auto end = table.begin() + ssd_op_test_parse_int_list(text, table);
+    return static_cast<int>(std::remove(table.begin(), end, kNothing) - table.begin());
 }
 
 bool holds(const SkipTable& table, int count, int op) {
