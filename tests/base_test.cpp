@@ -1,4 +1,5 @@
-// Values from users and drives on their way through a real shell, and files that others made.
+// Values from users and drives on their way through a real shell, files that others made, and the
+// end of exceptions.
 
 #include <fstream>
 #include <string>
@@ -8,8 +9,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/boundary.h"
 #include "base/command.h"
 #include "base/plain_file.h"
+#include "support/appliance.h"
 
 namespace base = ssd_op::base;
 
@@ -52,4 +55,20 @@ TEST(PlainFile, NeitherWaitsForPipesNorFollowsLinks) {
         EXPECT_TRUE(base::open_plain_file("/tmp/plain", flags, 0600)) << flags;
     }
     EXPECT_FALSE(base::open_plain_file("/tmp/absent"));
+}
+
+class Boundary : public support::ApplianceTest {};
+
+TEST_F(Boundary, NamesTheLineThatRanOutOfMemory) {
+    const auto out_of_memory = []() -> int { throw std::bad_alloc(); };
+    const auto helper = [&](base::Caller caller) {
+        return base::guarded(caller, -7, out_of_memory);
+    };
+    const int line = __LINE__;
+    EXPECT_EQ(base::guarded("direct", -1, out_of_memory), -1);
+    EXPECT_EQ(helper("helped"), -7);
+    EXPECT_TRUE(
+        appliance().traced("direct:out of memory(line:" + std::to_string(line + 1) + ")!!"));
+    EXPECT_TRUE(
+        appliance().traced("helped:out of memory(line:" + std::to_string(line + 2) + ")!!"));
 }

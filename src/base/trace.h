@@ -6,9 +6,16 @@
 
 namespace ssd_op::base {
 
-/// The one message for a failed allocation; `line` is the caller's __LINE__.
-inline void trace_out_of_memory(const char* function, int line) {
-    SM_TRACE(SM_TRACE_ERROR, "%s:out of memory(line:%d)!!\n", function, line);
+/// Where a message comes from. Made of a function's name, it has the line that names it.
+struct Caller {
+    Caller(const char* name, int named_in = __builtin_LINE()) : function(name), line(named_in) {}
+    const char* function;
+    int line;
+};
+
+/// The one message for a failed allocation.
+inline void trace_out_of_memory(Caller caller) {
+    SM_TRACE(SM_TRACE_ERROR, "%s:out of memory(line:%d)!!\n", caller.function, caller.line);
 }
 
 }  // namespace ssd_op::base

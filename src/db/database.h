@@ -58,11 +58,11 @@ class Session {
 /// How every database function works: `inside(connection)` in a session of its own. Its result, or
 /// `failure` when the database cannot be opened or memory is short.
 template <typename Result, typename Inside>
-Result with_session(const char* function, Result failure, Inside&& inside) noexcept {
-    return base::guarded(function, failure, [&] {
+Result with_session(base::Caller caller, Result failure, Inside&& inside) noexcept {
+    return base::guarded(caller, failure, [&] {
         const Session session;
         if (session) return inside(session.connection());
-        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to open database.\n", function);
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to open database.\n", caller.function);
         return failure;
     });
 }

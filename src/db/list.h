@@ -11,11 +11,11 @@ class List {
   public:
     explicit List(Node*& head) : tail_(&head) { head = nullptr; }
 
-    /// The new node; null, after the message under the name `function`, when memory is short.
-    Node* append(const char* function) {
+    /// The new node; null, after the message, when memory is short.
+    Node* append(base::Caller caller) {
         *tail_ = base::make_zeroed<Node>().release();
         if (*tail_ == nullptr) {
-            base::trace_out_of_memory(function, __LINE__);
+            base::trace_out_of_memory(caller);
             return nullptr;
         }
         Node* node = *tail_;

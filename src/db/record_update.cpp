@@ -2,16 +2,17 @@
 
 #include "db/database.h"
 
+namespace base = ssd_op::base;
 namespace db = ssd_op::db;
 
 namespace {
 
 /// One UPDATE. A record that does not exist is not an error: nothing changes.
 template <typename... Values>
-int update(const char* function, const char* format, Values... values) {
-    return db::with_session(function, -1, [&](sqlite3* connection) {
+int update(base::Caller caller, const char* format, Values... values) {
+    return db::with_session(caller, -1, [&](sqlite3* connection) {
         if (db::execute(connection, db::sql(format, values...)) == SQLITE_OK) return 0;
-        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(update).\n", function);
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(update).\n", caller.function);
         return -1;
     });
 }

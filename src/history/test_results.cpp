@@ -102,7 +102,7 @@ int SSD_OP_DB_Update_Test_Result(int record_no, int percentage, long double resu
                                  long double result_2) {
     base::HeapBlock<ssd_op_db_record> record = base::make_zeroed<ssd_op_db_record>();
     if (!record) {
-        base::trace_out_of_memory(__func__, __LINE__);
+        base::trace_out_of_memory(__func__);
         return -1;
     }
     record->record_no = record_no;

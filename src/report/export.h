@@ -12,7 +12,7 @@ namespace ssd_op::report {
 
 /// What the caller of an exported function wants, and the function's own name.
 struct Request {
-    const char* function;
+    base::Caller caller;
     int record_no;
     char* path;
     int path_size;
@@ -23,13 +23,13 @@ struct Request {
 template <typename Write>
 int export_record(const Request& request, std::string_view suffix, Write&& write) noexcept {
     if (request.path == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", request.function);
+        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", request.caller.function);
         return -1;
     }
-    return base::guarded(request.function, -1, [&] {
+    return base::guarded(request.caller, -1, [&] {
         const db::RecordOwner record = db::load_record(request.record_no);
         if (!record) {
-            SM_TRACE(SM_TRACE_ERROR, "%s: Fail to quert record(%d).\n", request.function,
+            SM_TRACE(SM_TRACE_ERROR, "%s: Fail to quert record(%d).\n", request.caller.function,
                      request.record_no);
             return -1;
         }
@@ -38,7 +38,8 @@ int export_record(const Request& request, std::string_view suffix, Write&& write
         ReportFile file(path);
         if (!file) return -1;
         if (write(*record, file) && file.publish()) return 0;
-        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to write report(%s).\n", request.function, path.c_str());
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to write report(%s).\n", request.caller.function,
+                 path.c_str());
         return -1;
     });
 }

@@ -11,8 +11,8 @@ using MaybeSection = std::optional<StateSection>;
 
 /// `section` is looked for inside the guard: finding it may run out of memory too.
 template <typename FindSection>
-int get(const char* function, FindSection find_section, const char* key, int* value) {
-    return base::guarded(function, -1, [&] {
+int get(base::Caller caller, FindSection find_section, const char* key, int* value) {
+    return base::guarded(caller, -1, [&] {
         if (value == nullptr) return -1;
         const MaybeSection section = find_section();
         return section ? section->read(key, value) : -1;
@@ -20,8 +20,8 @@ int get(const char* function, FindSection find_section, const char* key, int* va
 }
 
 template <typename FindSection>
-int set(const char* function, FindSection find_section, const char* key, int value) {
-    return base::guarded(function, -1, [&] {
+int set(base::Caller caller, FindSection find_section, const char* key, int value) {
+    return base::guarded(caller, -1, [&] {
         const MaybeSection section = find_section();
         return section ? section->write(key, value) : -1;
     });
