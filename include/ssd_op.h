@@ -216,8 +216,9 @@ SSD_OP_API int SSD_OP_DB_Set_Location(int location);
 
 /*
  * Not called by the library itself: the add-on's installer calls them before and after it replaces
- * the library. One step leads from each version to the next. The stored version follows each step,
- * so that an interrupted way can be taken up again.
+ * the library. One step leads from each version to the next. A step and the version
+ * that it leads to are stored together or not at all, so that an interrupted way can be taken up
+ * again.
  *
  * Records survive in both directions, save for what an older version has no place for (versions
  * below 6: temperature samples; 2: what records say beyond title, times, status and range), with
@@ -249,9 +250,13 @@ SSD_OP_API int SSD_OP_DB_Version_Downgrade(int version);
  * Store a new record with its groups and drives, and with who the appliance and the drives are
  * now.
  *
- * A record's parts are stored one by one. When one fails, those before it are deleted again;
- * drives stay known. A process that is killed in between leaves a record without (all of) its
- * drives.
+ * All parts are stored in one transaction: whatever fails, and wherever the process is killed, the
+ * record is there with all of them or not at all. Drives stay known when only a part of the record
+ * was refused.
+ *
+ * A record gets the number after the highest in use, which a dropped record may have had. Rows that
+ * such a record has left (samples, results, groups) are deleted first, with a trace of how many of
+ * each table; when they cannot be, no record is created, rather than one that inherits them.
  *
  * @param record  in: start_time, end_time, status, title, sequential, min_op, max_op, interval,
  *                stop_service, lv_size, test_size and for each group raid_level, raid_id,
@@ -431,6 +436,7 @@ SSD_OP_API int SSD_OP_DB_Query_SSD_Runtime_Data(ssd_op_db_ssd_dev *ssd, int reco
 /**
  * Store the results of a record's ratios: a ratio that has results gets the new ones, others of
  * the record stay.
+ * One transaction: on a failure all results are as they were.
  *
  * @param record  record_no and the first count entries of percentage, result_1 and result_2; at
  *                most SSD_OP_MAX_RATIOS. Not changed.
@@ -475,7 +481,8 @@ SSD_OP_API int SSD_OP_DB_Update_SSD_Runtime_Data(int record_no, int percentage,
  * Drives stay known. The file is compacted, and the event log says what was done, or that it
  * failed.
  *
- * The runtime state goes first and the rest in one transaction.
+ * The runtime state goes first and the rest in one transaction: on any failure the record is there
+ * with all its rows.
  *
  * @param record_no  the record; -1: all records
  * @return 0; -1 when there is no such record or the database cannot be opened; else what SQLite

@@ -6,6 +6,7 @@
 #include "ssd_op.h"
 #include "support/appliance.h"
 #include "support/crash.h"
+#include "support/faulty_files.h"
 #include "support/files.h"
 #include "support/records.h"
 
@@ -136,8 +137,20 @@ TEST_F(Deletion, ANumberThatIsGivenAnewBringsNothingBack) {
     for (const int record : {2, 3}) EXPECT_EQ(SSD_OP_DB_Delete_Record(record), 0);
     EXPECT_EQ(rows(), "011111");
 
+    run_sql(
+        "CREATE TRIGGER keep BEFORE DELETE ON TEST_DATA BEGIN SELECT RAISE(ABORT, 'held'); END");
+    EXPECT_EQ(support::store_record("heir", {drive_id(1)}), -1);
+    EXPECT_TRUE(
+        appliance().traced("Fail to delete rows of TEST_DATA, left by dropped records (held)."));
+    EXPECT_EQ(rows(), "011111");
+    run_sql("DROP TRIGGER keep");
+
     ASSERT_EQ(support::store_record("first again", {drive_id(1)}), 1);
     EXPECT_EQ(rows(), "111000");
+    for (const char* table :
+         {"RUNTIME_REPORT", "TEST_DATA", "RAID_GROUP", "SELECT_DEV", "SSD_RUNTIME_DATA"})
+        EXPECT_TRUE(appliance().traced("1 rows of " + std::string(table) +
+                                       ", left by dropped records, are deleted."));
     EXPECT_EQ(without_record(), "");
     const support::Record record = support::read_record(1);
     ASSERT_NE(record->raid_conf, nullptr);
@@ -168,6 +181,24 @@ TEST_F(Deletion, IsWholeOrNothingWhereverItIsKilled) {
             EXPECT_EQ(value("PRAGMA integrity_check"), "ok");
         });
     EXPECT_GT(kills, 5);
+}
+
+TEST_F(Deletion, IsWholeOrNothingWhateverFileCallFails) {
+    store_records(2);
+    const std::string before = support::read_file(appliance().database());
+    const std::string all = rows();
+    int result = 0;
+    const int met = support::fail_at_every_file_call(
+        {.in_path = "ssd_op.db",
+         .before = [&] { support::write_file(appliance().database(), before); },
+         .body = [&] { result = SSD_OP_DB_Delete_Record(1); },
+         .after =
+             [&] {
+                 EXPECT_GE(SSD_OP_DB_Query_Record_Count(), 0);
+                 EXPECT_EQ(value("PRAGMA integrity_check"), "ok");
+                 EXPECT_EQ(rows(), result == 0 ? "111111" : "222222");
+             }});
+    EXPECT_GT(met, 100);
 }
 
 TEST_F(Deletion, OfTheOldestFollowsTheLimit) {

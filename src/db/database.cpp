@@ -1,5 +1,6 @@
 #include "db/database.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
 
@@ -9,6 +10,7 @@
 
 #include "base/owners.h"
 #include "db/schema.h"
+#include "db/transaction.h"
 
 namespace ssd_op::db {
 
@@ -38,14 +40,13 @@ bool set_up_connection(sqlite3* db) {
 
 bool create_tables(sqlite3* db) {
     Transaction transaction(db);
-    int result = SQLITE_OK;
     for (const char* statement :
          {kCreateSsdDev, kCreateTestRecord, kCreateRaidGroup, kCreateSelectDev, kCreateTestData,
           kCreateRuntimeReport, kCreateDbVersion, kCreateSsdRuntimeData})
-        result |= execute(db, statement);
-    result |= execute(db, sql(kInsertVersion, kCurrentVersion));
-    result |= execute(db, sql(kCreateTrigger, kDefaultRecordLimit, kDefaultRecordLimit));
-    return result == SQLITE_OK && transaction.is_open() && transaction.commit();
+        transaction.require(statement);
+    transaction.require(sql(kInsertVersion, kCurrentVersion));
+    transaction.require(sql(kCreateTrigger, kDefaultRecordLimit, kDefaultRecordLimit));
+    return transaction.commit() == SQLITE_OK;
 }
 
 /// Makes a complete database in `scratch`; messages name the path that it is for.
@@ -85,9 +86,10 @@ bool create_database(const char* path) {
 
 }  // namespace
 
-void remove_database_file(const char* path) {
-    ::unlink(path);
+bool remove_database_file(const char* path) {
+    const bool removed = ::unlink(path) == 0 || errno == ENOENT;
     ::unlink((std::string(path) + "-journal").c_str());
+    return removed;
 }
 
 }  // namespace ssd_op::db

@@ -68,7 +68,7 @@ Result with_session(base::Caller caller, Result failure, Inside&& inside) noexce
 }
 
 /// Deletes a database file and the journal that belongs to it, which must not be played back into
-/// the file that comes next.
-void remove_database_file(const char* path);
+/// the file that comes next. Whether the database is gone.
+bool remove_database_file(const char* path);
 
 }  // namespace ssd_op::db

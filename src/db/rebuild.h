@@ -1,9 +1,8 @@
 #pragma once
 
-#include <functional>
 #include <string>
 
-#include <sqlite3.h>
+#include "db/transaction.h"
 
 namespace ssd_op::db {
 
@@ -28,21 +27,11 @@ constexpr AddedColumn kAddedInVersion5[] = {{"TEST_RECORD", "nas_cpu_info", "TEX
                                             {"TEST_RECORD", "nas_mem_info", "TEXT", "--"},
                                             {"TEST_RECORD", "nas_serial_no", "TEXT", "--"}};
 
-/// A table on its way from one form to another.
-struct Rebuild {
-    const char* table;
-    const char* create;  // statement that creates the new form
-    /// What else belongs to the step, run after the copy; its result goes into the outcome.
-    std::function<int(sqlite3*)> then;
-};
+bool exists(Transaction& transaction, const std::string& table);
 
-/// Moves the table aside under the name TABLE_OLD, creates its new form, copies the rows, drops the
-/// old one when they were copied, and does the rest of the step, all in one transaction. Statements
-/// that fail because there is nothing to do (no such table, or one that exists already) do not stop
-/// it.
-///
-/// @return OR of the statements' results; -1, with nothing changed, when rows could not be carried
-///         over or the transaction failed
-int rebuild_table(sqlite3* db, const Rebuild& rebuild);
+/// Moves a table aside under the name TABLE_OLD, makes its new form with the statement `create`,
+/// copies the rows and drops the old one; what is done already, or not there, is passed over.
+/// A statement that fails for any other reason ends the transaction.
+void rebuild_table(Transaction& transaction, const std::string& table, const char* create);
 
 }  // namespace ssd_op::db

@@ -1,9 +1,10 @@
-// Creation of a record: the evaluation, its RAID groups and their drives. Each statement commits by
-// itself; what was written is deleted again when a later step fails. A process that dies in between
-// leaves a record without (all) its drives, which the record queries do not show.
+// Creation of a record: the evaluation, its RAID groups and their drives, in one transaction. When
+// a part of it cannot be made, what was made is deleted again and only the drives stay known; when
+// that cannot be done either, everything is rolled back. So a record is whole or absent.
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string>
 
 #include "base/drive_id.h"
@@ -11,6 +12,7 @@
 #include "base/text.h"
 #include "db/appliance_identity.h"
 #include "db/database.h"
+#include "db/transaction.h"
 #include "platform/hal.h"
 
 namespace ssd_op::db {
@@ -52,50 +54,77 @@ void copy_identity(const Drive& drive, ssd_op_db_ssd_dev& target) {
     target.capacity = drive.info.block_count;
 }
 
-/// Creates the rows of one record and remembers what there is to undo.
+/// Rows that a dropped record may have left, and what they belong to.
+struct Ownership {
+    const char *table, *owner_column, *owner_table, *owner_key;
+};
+
+constexpr Ownership kOwnerships[] = {
+    {"RUNTIME_REPORT", "f_record_no", "TEST_RECORD", "record_no"},
+    {"TEST_DATA", "f_record_no", "TEST_RECORD", "record_no"},
+    {"RAID_GROUP", "f_record_no", "TEST_RECORD", "record_no"},
+    {"SELECT_DEV", "f_raid_no", "RAID_GROUP", "raid_no"},
+    {"SSD_RUNTIME_DATA", "f_select_no", "SELECT_DEV", "select_no"}};
+
+/// The rows of one record. Gone with it, unless they were kept.
 class Creation {
   public:
-    Creation(sqlite3* db, ssd_op_db_record& record) : db_(db), record_(record) {}
+    Creation(sqlite3* db, ssd_op_db_record& record) : transaction_(db), record_(record) {}
 
     bool create() {
-        forget_former_owners();
-        if (!insert_record()) return false;
+        if (!forget_former_owners() || !insert_record()) return false;
         for (ssd_op_db_raid_conf* group = record_.raid_conf; group != nullptr;
              group = group->next) {
             if (!insert_group(*group)) return false;
         }
-        return true;
+        return transaction_.commit() == SQLITE_OK;
     }
 
+    /// Deletes the rows and keeps what is known of the drives.
     void undo() {
         if (record_no_ <= 0) return;
-        execute(db_, sql("DELETE FROM SELECT_DEV WHERE f_raid_no IN     (SELECT raid_no FROM "
-                         "RAID_GROUP WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD "
-                         "WHERE record_no=%d));",
-                         record_no_));
+        transaction_.require(
+            sql("DELETE FROM SELECT_DEV WHERE f_raid_no IN     (SELECT raid_no FROM RAID_GROUP "
+                "WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD WHERE record_no=%d));",
+                record_no_));
         if (raid_no_ > 0)
-            execute(db_, sql("DELETE FROM RAID_GROUP WHERE f_record_no = %d;", record_no_));
-        execute(db_, sql("DELETE FROM TEST_RECORD WHERE record_no = %d;", record_no_));
+            transaction_.require(sql("DELETE FROM RAID_GROUP WHERE f_record_no = %d;", record_no_));
+        transaction_.require(sql("DELETE FROM TEST_RECORD WHERE record_no = %d;", record_no_));
+        transaction_.commit();
     }
 
   private:
     /// Numbers are given anew once the rows that had the highest ones are gone. Rows that a dropped
     /// record has left must not come to belong to this one.
-    void forget_former_owners() {
-        struct Ownership {
-            const char *table, *owner_column, *owner_table, *owner_key;
-        };
-        Transaction transaction(db_);
-        for (const Ownership& rows :
-             {Ownership{"RUNTIME_REPORT", "f_record_no", "TEST_RECORD", "record_no"},
-              Ownership{"TEST_DATA", "f_record_no", "TEST_RECORD", "record_no"},
-              Ownership{"RAID_GROUP", "f_record_no", "TEST_RECORD", "record_no"},
-              Ownership{"SELECT_DEV", "f_raid_no", "RAID_GROUP", "raid_no"},
-              Ownership{"SSD_RUNTIME_DATA", "f_select_no", "SELECT_DEV", "select_no"}}) {
-            execute(db_, sql("DELETE FROM %s WHERE %s > (SELECT IFNULL(MAX(%s), 0) FROM %s);",
-                             rows.table, rows.owner_column, rows.owner_key, rows.owner_table));
+    bool forget_former_owners() {
+        return std::all_of(std::begin(kOwnerships), std::end(kOwnerships),
+                           [this](const Ownership& rows) { return delete_leftovers(rows); });
+    }
+
+    bool delete_leftovers(const Ownership& rows) {
+        const int result =
+            transaction_.run(sql("DELETE FROM %s WHERE %s > (SELECT IFNULL(MAX(%s), 0) FROM %s);",
+                                 rows.table, rows.owner_column, rows.owner_key, rows.owner_table));
+        if (result == SQLITE_OK) {
+            if (const int deleted = sqlite3_changes(connection()); deleted > 0)
+                SM_TRACE(SM_TRACE_INFO,
+                         "%s: %d rows of %s, left by dropped records, are deleted.\n", kFunction,
+                         deleted, rows.table);
+            return true;
         }
-        transaction.commit();
+        const char* error = error_text(connection(), result);
+        if (std::strstr(error, "no such table") != nullptr) return true;  // an older version's
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to delete rows of %s, left by dropped records (%s).\n",
+                 kFunction, rows.table, error);
+        return false;
+    }
+
+    sqlite3* connection() const { return transaction_.connection(); }
+
+    /// The number of the row that was just inserted; 0 for one that no record can have.
+    int inserted_number() const {
+        const sqlite3_int64 number = sqlite3_last_insert_rowid(connection());
+        return number > std::numeric_limits<int>::max() ? 0 : static_cast<int>(number);
     }
 
     bool insert_record() {
@@ -108,14 +137,12 @@ class Creation {
             record_.sequential, record_.status, record_.title, record_.min_op, record_.max_op,
             record_.interval, record_.stop_service, record_.lv_size, record_.test_size,
             record_.nas_cpu_info, record_.nas_mem_info, record_.nas_serial_no);
-        if (execute(db_, insert) != SQLITE_OK) {
+        if (transaction_.run(insert) != SQLITE_OK) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert test_record.\n", kFunction);
             return false;
         }
-        // The time as 64 bits: the same text until 2038, and the right one after.
-        const Sql find =
-            sql("SELECT record_no FROM TEST_RECORD WHERE start_time='%ld';", record_.start_time);
-        if (query_number(db_, find, record_no_) != SQLITE_OK || record_no_ <= 0) {
+        record_no_ = inserted_number();
+        if (record_no_ <= 0) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to get record id of test_record.\n", kFunction);
             return false;
         }
@@ -128,12 +155,12 @@ class Creation {
             sql("INSERT INTO RAID_GROUP (     raid_id, raid_type, raid_capacity, f_record_no)     "
                 "VALUES ('%d', '%d', '%llu', '%d');",
                 group.raid_id, group.raid_level, group.raid_capacity, record_no_);
-        if (execute(db_, insert) != SQLITE_OK) {
+        if (transaction_.run(insert) != SQLITE_OK) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert raid conf.\n", kFunction);
             return false;
         }
-        const Sql newest = sql("SELECT raid_no FROM RAID_GROUP ORDER BY raid_no DESC LIMIT 1;");
-        if (query_number(db_, newest, raid_no_) != SQLITE_OK) {
+        raid_no_ = inserted_number();
+        if (raid_no_ <= 0) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to select raid no.\n", kFunction);
             return false;
         }
@@ -162,19 +189,20 @@ class Creation {
             "('%q', '%q', '%q', '%llu', '%q');",
             drive.vendor.c_str(), drive.model.c_str(), drive.serial_no.c_str(), capacity,
             drive.revision.c_str());
-        const int result = execute(db_, insert);
+        const int result = transaction_.run(insert);
         if (result == SQLITE_OK) return true;
-        const char* error = error_text(db_, result);
+        const char* error = error_text(connection(), result);
         if (std::strstr(error, "are not unique") == nullptr &&
             std::strstr(error, "UNIQUE constraint failed") == nullptr) {
             SM_TRACE(SM_TRACE_ERROR, "%s: The PD(%s,%s) err_msg(%s) fail to insert to database.\n",
                      kFunction, drive.vendor.c_str(), drive.model.c_str(), error);
             return false;
         }
-        execute(db_, sql("UPDATE SSD_DEV SET revision = '%q' WHERE vendor = '%q'     AND model = "
-                         "'%q' AND serial_no = '%q';",
-                         drive.revision.c_str(), drive.vendor.c_str(), drive.model.c_str(),
-                         drive.serial_no.c_str()));
+        transaction_.run(
+            sql("UPDATE SSD_DEV SET revision = '%q' WHERE vendor = '%q'     AND model = "
+                "'%q' AND serial_no = '%q';",
+                drive.revision.c_str(), drive.vendor.c_str(), drive.model.c_str(),
+                drive.serial_no.c_str()));
         return true;
     }
 
@@ -183,7 +211,9 @@ class Creation {
             sql("SELECT ssd_no FROM SSD_DEV WHERE vendor = '%q' AND model = '%q' AND serial_no = "
                 "'%q';",
                 drive.vendor.c_str(), drive.model.c_str(), drive.serial_no.c_str());
-        if (query_number(db_, find, ssd_no) == SQLITE_OK && ssd_no > 0) return true;
+        const int result =
+            transaction_.query(find, 1, [&](const Row& row) { ssd_no = row.integer(0); });
+        if (result == SQLITE_OK && ssd_no > 0) return true;
         SM_TRACE(SM_TRACE_ERROR, "%s: Fail to found ssd_dev_no of (%s,%s).\n", kFunction,
                  drive.vendor.c_str(), drive.model.c_str());
         return false;
@@ -197,13 +227,13 @@ class Creation {
                 "performance_read_s) VALUES ('%d', '%d', '%d', '%q', '%d', '%d', '%d', '%d');",
                 ssd_no, raid_no_, static_cast<int>(dev_id), base::interface_name(drive.info), 0, 0,
                 0, 0);
-        if (execute(db_, insert) == SQLITE_OK) return true;
+        if (transaction_.run(insert) == SQLITE_OK) return true;
         SM_TRACE(SM_TRACE_ERROR, "%s: The RECORD(%d,%d) fail to insert to SELECT_DEV database.\n",
                  kFunction, ssd_no, raid_no_);
         return false;
     }
 
-    sqlite3* db_;
+    Transaction transaction_;
     ssd_op_db_record& record_;
     int record_no_ = 0;  // 0 until this record has one: what the caller's says may be another's
     int raid_no_ = 0;
@@ -214,13 +244,19 @@ class Creation {
 }  // namespace ssd_op::db
 
 int ssd_op_db_insert_simple(sqlite3* db, ssd_op_db_record* record) {
-    using namespace ssd_op::db;
-    capture_appliance_identity(__func__, *record);
-    Creation creation(db, *record);
-    const bool created = creation.create();
-    SM_TRACE(SM_TRACE_INFO, "%s: %s to insert record.\n", __func__, created ? "Success" : "Fail");
-    if (!created) creation.undo();
-    return created ? 0 : -1;
+    using namespace ssd_op;
+    const char* function = __func__;
+    db::Creation creation(db, *record);
+    const bool created = base::guarded(function, false, [&] {
+        db::capture_appliance_identity(function, *record);
+        return creation.create();
+    });
+    SM_TRACE(SM_TRACE_INFO, "%s: %s to insert record.\n", function, created ? "Success" : "Fail");
+    if (created) return 0;
+    return base::guarded(function, -1, [&] {
+        creation.undo();
+        return -1;
+    });
 }
 
 int SSD_OP_DB_New_Record(ssd_op_db_record* record) {

@@ -5,6 +5,7 @@
 
 #include "db/database.h"
 #include "db/schema.h"
+#include "db/transaction.h"
 
 namespace ssd_op::db {
 
@@ -24,10 +25,6 @@ int read_record_limit(sqlite3* db, int& limit) {
     });
 }
 
-int create_record_limit(sqlite3* db, int limit) {
-    return execute(db, sql(kCreateTrigger, limit, limit));
-}
-
 }  // namespace ssd_op::db
 
 namespace db = ssd_op::db;
@@ -35,7 +32,7 @@ namespace db = ssd_op::db;
 namespace {
 
 /// Deletes what belongs to the oldest records beyond the limit, the records themselves last.
-void delete_beyond(sqlite3* connection, int limit) {
+void delete_beyond(db::Transaction& transaction, int limit) {
     for (const char* format :
          {"DELETE FROM RUNTIME_REPORT WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD "
           "ORDER BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);",
@@ -48,18 +45,20 @@ void delete_beyond(sqlite3* connection, int limit) {
           "ORDER BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);",
           "DELETE FROM TEST_RECORD WHERE record_no IN     (SELECT record_no FROM TEST_RECORD ORDER "
           "BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);"})
-        db::execute(connection, db::sql(format, limit));
+        transaction.run(db::sql(format, limit));
 }
 
 int change_limit(const char* function, sqlite3* connection, int limit) {
+    const db::Sql create = db::sql(db::kCreateTrigger, limit, limit);
     db::Transaction transaction(connection);
-    db::execute(connection, db::sql("DROP TRIGGER %s;", "test_record_trigger"));
+    transaction.run(db::sql("DROP TRIGGER %s;", "test_record_trigger"));
     int count = 0;
-    db::query_number(connection, db::sql("SELECT COUNT() FROM %s;", "TEST_RECORD"), count);
-    if (limit < count) delete_beyond(connection, limit);
-    if (db::create_record_limit(connection, limit) == SQLITE_OK && transaction.commit()) return 0;
-    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function,
-             db::sql(db::kCreateTrigger, limit, limit).get());
+    transaction.query(db::sql("SELECT COUNT() FROM %s;", "TEST_RECORD"), 1,
+                      [&](const db::Row& row) { count = row.integer(0); });
+    if (limit < count) delete_beyond(transaction, limit);
+    transaction.require(create);
+    if (transaction.commit() == SQLITE_OK) return 0;
+    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function, create.get());
     return -1;
 }
 

@@ -8,7 +8,4 @@ namespace ssd_op::db {
 /// when there is no trigger. SQLITE_OK, or what failed; SQLITE_ABORT for a text without a limit.
 int read_record_limit(sqlite3* db, int& limit);
 
-/// Creates the trigger that keeps the limit. SQLITE_OK, or what failed.
-int create_record_limit(sqlite3* db, int limit);
-
 }  // namespace ssd_op::db

@@ -96,26 +96,4 @@ int query(sqlite3* db, const Sql& statement, int columns, OnRow&& on_row) {
 /// Reads one number: the first column of the last row. `value` stays as it is when no row comes.
 int query_number(sqlite3* db, const Sql& statement, int& value);
 
-/// A transaction that is rolled back unless it was committed.
-class Transaction {
-  public:
-    explicit Transaction(sqlite3* db)
-        : db_(db), open_(execute(db, "BEGIN TRANSACTION") == SQLITE_OK) {}
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-    ~Transaction() {
-        if (open_) execute(db_, "ROLLBACK TRANSACTION");
-    }
-    bool is_open() const { return open_; }
-    bool commit() {
-        if (!open_ || execute(db_, "COMMIT TRANSACTION") != SQLITE_OK) return false;
-        open_ = false;
-        return true;
-    }
-
-  private:
-    sqlite3* db_;
-    bool open_;
-};
-
 }  // namespace ssd_op::db

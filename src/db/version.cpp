@@ -22,11 +22,10 @@ constexpr std::array<Step, 7> kSteps = {sql_db_ver_callback_0,
                                         sql_db_ver_callback_5,
                                         nullptr};
 
-/// Runs a step and stores the version that it leads to. Only a result of -1 is a failure: what a
-/// statement says that had nothing to do does not stop the way.
+/// Runs a step and, when it was carried out, stores the version that it leads to.
 bool go(int from, int upgrade) {
     const Step step = kSteps.at(static_cast<size_t>(from));
-    if (step != nullptr && step(upgrade) == -1) return false;
+    if (step != nullptr && step(upgrade) != 0) return false;
     return ssd_op_db_update_version(upgrade != 0 ? from + 1 : from) == 0;
 }
 

@@ -6,6 +6,7 @@
 #include "db/rebuild.h"
 #include "db/record_limit.h"
 #include "db/schema.h"
+#include "db/transaction.h"
 
 namespace base = ssd_op::base;
 namespace db = ssd_op::db;
@@ -31,40 +32,60 @@ void trace_entry(const char* function, int upgrade) {
     SM_TRACE(SM_TRACE_ENTRY, "%s: Enter, upgrade(%d).\n", function, upgrade);
 }
 
-/// Adds a column; one that is there already is fine, which SQLite reports with `tolerated`.
-bool add_column(const char* function, sqlite3* connection, const db::AddedColumn& column,
-                const char* tolerated) {
-    const db::Sql statement = db::sql("ALTER TABLE %s ADD COLUMN %s %s DEFAULT '%s';", column.table,
-                                      column.name, column.type, column.fallback);
-    const int result = db::execute(connection, statement);
-    if (result == SQLITE_OK) return true;
-    if (std::strstr(db::error_text(connection, result), tolerated) != nullptr) {
-        SM_TRACE(SM_TRACE_INFO, "%s: The filed already exist.\n", function);
-        return true;
-    }
-    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function, statement.get());
-    return false;
-}
-
-template <typename Columns>
-int add_columns(const char* function, const Columns& columns, const char* tolerated) {
+/// A step: `changes(transaction)`, which traces why it ended the transaction, and the version that
+/// they lead to, together. A database whose tables have one form and whose number says another
+/// would be passed by on its next way. 0 or -1.
+template <typename Changes>
+int take_step(const char* function, int version, Changes&& changes) {
     return db::with_session(function, -1, [&](sqlite3* connection) {
-        for (const db::AddedColumn& column : columns) {
-            if (!add_column(function, connection, column, tolerated)) return -1;
-        }
-        return 0;
+        db::Transaction transaction(connection);
+        changes(transaction);
+        if (transaction.failure() != SQLITE_OK) return -1;
+        const db::Sql store = db::sql("UPDATE DB_VERSION SET version=%d;", version);
+        transaction.require(store);
+        if (transaction.commit() == SQLITE_OK) return 0;
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function, store.get());
+        return -1;
     });
 }
 
-int drop_ssd_runtime_data(sqlite3* connection) {
-    return db::execute(connection, db::sql("DROP TABLE %s;", "SSD_RUNTIME_DATA"));
+/// Adds a column; one that is there already is fine, which SQLite reports with `tolerated`.
+void add_column(const char* function, db::Transaction& transaction, const db::AddedColumn& column,
+                const char* tolerated) {
+    if (transaction.failure() != SQLITE_OK) return;
+    const db::Sql statement = db::sql("ALTER TABLE %s ADD COLUMN %s %s DEFAULT '%s';", column.table,
+                                      column.name, column.type, column.fallback);
+    const int result = transaction.run(statement);
+    if (result == SQLITE_OK) return;
+    if (std::strstr(db::error_text(transaction.connection(), result), tolerated) != nullptr) {
+        SM_TRACE(SM_TRACE_INFO, "%s: The filed already exist.\n", function);
+        return;
+    }
+    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function, statement.get());
+    transaction.end_unless_ok(result);
 }
 
-/// Belongs to the transaction of a step that changes a table's form: a downgrade that is killed
-/// right after the step would leave an older form behind the number of a newer version, and the
-/// next upgrade would pass it by.
-int store_version(sqlite3* connection, int version) {
-    return db::execute(connection, db::sql("UPDATE DB_VERSION SET version=%d;", version));
+template <typename Columns>
+int add_columns(const char* function, int version, const Columns& columns, const char* tolerated) {
+    return take_step(function, version, [&](db::Transaction& transaction) {
+        for (const db::AddedColumn& column : columns)
+            add_column(function, transaction, column, tolerated);
+    });
+}
+
+void trace_failure(const char* function, const db::Transaction& transaction) {
+    if (transaction.failure() == SQLITE_OK) return;
+    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function,
+             sqlite3_errstr(transaction.failure()));
+}
+
+/// The trigger goes with the table, and the limit with the trigger.
+int record_limit(db::Transaction& transaction) {
+    int limit = db::kDefaultRecordLimit;
+    const int result = db::read_record_limit(transaction.connection(), limit);
+    const bool has_none = result == SQLITE_ABORT;
+    if (!has_none) transaction.end_unless_ok(result);
+    return limit;
 }
 
 }  // namespace
@@ -73,7 +94,7 @@ int sql_db_ver_callback_0(int upgrade) {
     trace_entry(__func__, upgrade);
     if (upgrade == 0) return 0;
     const db::AddedColumn columns[] = {kRevision};
-    return add_columns(__func__, columns, "duplicate column name: revision");
+    return add_columns(__func__, 1, columns, "duplicate column name: revision");
 }
 
 // Databases older than version 2 have too little in common with later ones to be carried over.
@@ -88,50 +109,44 @@ int sql_db_ver_callback_1(int upgrade) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to get database name.\n", function);
             return -1;
         }
-        db::remove_database_file(path);
-        return 0;
+        return db::remove_database_file(path) ? 0 : -1;
     });
 }
 
 int sql_db_ver_callback_2(int upgrade) {
-    trace_entry(__func__, upgrade);
-    return db::with_session(__func__, -1, [&](sqlite3* connection) {
-        // The trigger goes with the table, and the limit with the trigger.
-        int limit = db::kDefaultRecordLimit;
-        db::read_record_limit(connection, limit);
-        const char* create = upgrade != 0 ? db::kCreateTestRecord : kCreateTestRecordOfVersion2;
-        return db::rebuild_table(connection,
-                                 {"TEST_RECORD", create, [limit, upgrade](sqlite3* rebuilt) {
-                                      return db::create_record_limit(rebuilt, limit) |
-                                             store_version(rebuilt, upgrade != 0 ? 3 : 2);
-                                  }});
+    const char* function = __func__;
+    trace_entry(function, upgrade);
+    return take_step(function, upgrade != 0 ? 3 : 2, [&](db::Transaction& transaction) {
+        const int limit = record_limit(transaction);
+        db::rebuild_table(transaction, "TEST_RECORD",
+                          upgrade != 0 ? db::kCreateTestRecord : kCreateTestRecordOfVersion2);
+        transaction.require(db::sql(db::kCreateTrigger, limit, limit));
+        trace_failure(function, transaction);
     });
 }
 
 int sql_db_ver_callback_3(int upgrade) {
     trace_entry(__func__, upgrade);
     if (upgrade == 0) return 0;
-    return add_columns(__func__, db::kAddedInVersion4, "duplicate column name:");
+    return add_columns(__func__, 4, db::kAddedInVersion4, "duplicate column name:");
 }
 
 int sql_db_ver_callback_4(int upgrade) {
     trace_entry(__func__, upgrade);
     if (upgrade == 0) return 0;
-    return add_columns(__func__, db::kAddedInVersion5, "duplicate column name:");
+    return add_columns(__func__, 5, db::kAddedInVersion5, "duplicate column name:");
 }
 
 int sql_db_ver_callback_5(int upgrade) {
-    trace_entry(__func__, upgrade);
-    return db::with_session(__func__, -1, [&](sqlite3* connection) {
-        if (upgrade == 0)
-            return db::rebuild_table(
-                connection, {"SELECT_DEV", kCreateSelectDevOfVersion5, [](sqlite3* rebuilt) {
-                                 return drop_ssd_runtime_data(rebuilt) | store_version(rebuilt, 5);
-                             }});
-        return db::rebuild_table(connection,
-                                 {"SELECT_DEV", db::kCreateSelectDev, [](sqlite3* rebuilt) {
-                                      return db::execute(rebuilt, db::kCreateSsdRuntimeData) |
-                                             store_version(rebuilt, 6);
-                                  }});
+    const char* function = __func__;
+    trace_entry(function, upgrade);
+    return take_step(function, upgrade != 0 ? 6 : 5, [&](db::Transaction& transaction) {
+        db::rebuild_table(transaction, "SELECT_DEV",
+                          upgrade != 0 ? db::kCreateSelectDev : kCreateSelectDevOfVersion5);
+        const bool has_samples = db::exists(transaction, "SSD_RUNTIME_DATA");
+        if (upgrade != 0 && !has_samples) transaction.require(db::kCreateSsdRuntimeData);
+        if (upgrade == 0 && has_samples)
+            transaction.require(db::sql("DROP TABLE %s;", "SSD_RUNTIME_DATA"));
+        trace_failure(function, transaction);
     });
 }

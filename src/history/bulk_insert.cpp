@@ -7,8 +7,8 @@
 namespace ssd_op::history {
 
 BulkInsert::BulkInsert(const char* function, sqlite3* db, std::string_view statement)
-    : function_(function), transaction_(db), begun_(transaction_.is_open()) {
-    if (!begun_) {
+    : function_(function), transaction_(db) {
+    if (transaction_.failure() != SQLITE_OK) {
         SM_TRACE(SM_TRACE_INFO, "%s: Fail to begin transaction.\n", function_);
         return;
     }
@@ -16,13 +16,15 @@ BulkInsert::BulkInsert(const char* function, sqlite3* db, std::string_view state
     const int result = sqlite3_prepare_v2(db, statement.data(), static_cast<int>(statement.size()),
                                           &prepared, nullptr);
     insert_.reset(prepared);
-    if (result != SQLITE_OK)
+    if (transaction_.end_unless_ok(result) != SQLITE_OK)
         SM_TRACE(SM_TRACE_INFO, "%s: Fail to execute sql(%s).\n", function_,
                  std::string(statement).c_str());
 }
 
 bool BulkInsert::step() {
-    if (sqlite3_step(insert_.get()) != SQLITE_DONE) {
+    const int result = sqlite3_step(insert_.get());
+    if (result != SQLITE_DONE) {
+        transaction_.end_unless_ok(result);
         SM_TRACE(SM_TRACE_ERROR, "%s: Fail to step transaction.\n", function_);
         return false;
     }
@@ -37,7 +39,7 @@ bool BulkInsert::bind_failed() {
 }
 
 bool BulkInsert::finish() {
-    if (!transaction_.commit()) {
+    if (transaction_.commit() != SQLITE_OK) {
         SM_TRACE(SM_TRACE_INFO, "%s: Fail to commit transaction.\n", function_);
         return false;
     }

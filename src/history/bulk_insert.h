@@ -4,12 +4,13 @@
 
 #include <sqlite3.h>
 
-#include "db/sql.h"
+#include "db/transaction.h"
 
 namespace ssd_op::history {
 
 /// Rows into one table, all or none: a transaction and the statement that inserts. Every failure is
-/// traced under the name of the function that imports. What was not finished is rolled back.
+/// traced under the name of the function that imports. What was not finished is rolled back, with
+/// all that was done in the transaction beside it.
 class BulkInsert {
   public:
     /// Begins the transaction and prepares `statement`, whose parameters are ?1, ?2, ...
@@ -17,8 +18,7 @@ class BulkInsert {
 
     /// Whether rows can be inserted.
     explicit operator bool() const { return insert_ != nullptr; }
-    /// Whether the transaction was begun, which the rest depends on; also once it is over.
-    bool has_begun() const { return begun_; }
+    db::Transaction& transaction() { return transaction_; }
 
     /// Inserts a row. Texts have to live until the call returns.
     template <typename... Values>
@@ -42,7 +42,6 @@ class BulkInsert {
 
     const char* function_;
     db::Transaction transaction_;  // first: the statement goes before it rolls back
-    bool begun_;
     db::Statement insert_;
 };
 

@@ -6,6 +6,7 @@
 
 #include "db/database.h"
 #include "db/record_owner.h"
+#include "db/transaction.h"
 
 namespace base = ssd_op::base;
 namespace db = ssd_op::db;
@@ -14,13 +15,14 @@ namespace {
 
 constexpr int kAllRecords = -1;
 
-/// Deletes and compacts, in one transaction: a record is there with all its parts or not at all.
-/// Only the last statement, which deletes the records themselves, decides. SQLite's result of it.
+/// Deletes in one transaction, then compacts: a record is there with all its parts or not at all.
+/// Of the statements that end nothing only the last counts, which deletes the records themselves.
+/// What SQLite says of it, or of what ended the transaction.
 int delete_rows(const char* function, sqlite3* connection, const std::vector<db::Sql>& statements) {
     db::Transaction transaction(connection);
-    int result = SQLITE_OK;
-    for (const db::Sql& statement : statements) result = db::execute(connection, statement);
-    if (result == SQLITE_OK && !transaction.commit()) result = sqlite3_errcode(connection);
+    int result = transaction.failure();
+    for (const db::Sql& statement : statements) result = transaction.run(statement);
+    if (result == SQLITE_OK) result = transaction.commit();
     if (result == SQLITE_OK)
         db::execute(connection, "VACUUM;");
     else

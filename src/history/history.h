@@ -10,7 +10,8 @@
 
 extern "C" {
 
-/// Stores the results of a record's ratios on an open database: updates those that it has, inserts
-/// the others in one transaction. More than SSD_OP_MAX_RATIOS are not looked at. 0 or -1.
+/// Stores the results of a record's ratios on an open database: updates those that it has and
+/// inserts the others, all of it or nothing. More than SSD_OP_MAX_RATIOS are not looked at. 0 or
+/// -1.
 int ssd_op_db_insert_test_data(sqlite3* db, const ssd_op_db_record* record);
 }

@@ -32,8 +32,9 @@ Order order_in(const char* creation_text) {
     return record < amount ? Order::kRecordFirst : Order::kAmountFirst;
 }
 
-/// Reads the order of the table's columns; whether the question could be asked.
-bool read_order(sqlite3* connection, Order& order) {
+/// Reads the order of the table's columns. Without it nothing can be imported: an amount would
+/// become the number of a record.
+bool read_order(const char* function, sqlite3* connection, Order& order) {
     const db::Sql statement =
         db::sql("SELECT sql FROM sqlite_master     WHERE tbl_name = '%s' AND type = 'table';",
                 "RUNTIME_REPORT");
@@ -42,7 +43,10 @@ bool read_order(sqlite3* connection, Order& order) {
         SM_TRACE(SM_TRACE_INFO, "%s: tmp(%s).\n", "ssd_op_db_runtime_update_callback", text);
         if (text[0] != '\0') order = order_in(text);
     });
-    return result == SQLITE_OK;
+    SM_TRACE(SM_TRACE_INFO, "%s: is_update(%d).\n", function, static_cast<int>(order));
+    if (result == SQLITE_OK) return true;
+    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function, statement.get());
+    return false;
 }
 
 struct Sample {
@@ -70,13 +74,12 @@ bool insert_line(const char* function, const history::SampleFile& line, history:
 bool import_report(const char* function, sqlite3* connection, int record_no, int percentage,
                    const char* path) {
     Sample sample{record_no, percentage, Order::kAmountFirst};
-    const bool order_is_known = read_order(connection, sample.order);
-    SM_TRACE(SM_TRACE_INFO, "%s: is_update(%d).\n", function, static_cast<int>(sample.order));
-    return history::import_file(
-        function, connection, "INSERT INTO RUNTIME_REPORT VALUES (?1, ?2, ?3, ?4, ?5)", path,
-        order_is_known, [&](const history::SampleFile& line, history::BulkInsert& rows) {
-            return insert_line(function, line, rows, sample);
-        });
+    if (!read_order(function, connection, sample.order)) return false;
+    return history::import_file(function, connection,
+                                "INSERT INTO RUNTIME_REPORT VALUES (?1, ?2, ?3, ?4, ?5)", path,
+                                [&](const history::SampleFile& line, history::BulkInsert& rows) {
+                                    return insert_line(function, line, rows, sample);
+                                });
 }
 
 }  // namespace

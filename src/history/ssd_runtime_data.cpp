@@ -10,14 +10,17 @@ namespace history = ssd_op::history;
 
 namespace {
 
-/// Whether the ratio's earlier samples, which the file replaces, are gone.
-bool delete_samples(sqlite3* connection, int record_no, int percentage) {
+/// Whether the ratio's earlier samples, which the file replaces, are gone. If they are not, the
+/// file's must not come beside them.
+bool delete_samples(const char* function, sqlite3* connection, int record_no, int percentage) {
     const db::Sql statement = db::sql(
         "DELETE FROM SSD_RUNTIME_DATA WHERE percentage=%d AND f_select_no IN     (SELECT select_no "
         "FROM SELECT_DEV WHERE f_raid_no IN     (SELECT raid_no FROM RAID_GROUP WHERE "
         "f_record_no=%d));",
         percentage, record_no);
-    return db::execute(connection, statement) == SQLITE_OK;
+    if (db::execute(connection, statement) == SQLITE_OK) return true;
+    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function, statement.get());
+    return false;
 }
 
 int number(std::string_view field) {
@@ -51,12 +54,13 @@ int SSD_OP_DB_Update_SSD_Runtime_Data(int record_no, int percentage, const char*
         return -1;
     }
     return db::with_session(function, -1, [&](sqlite3* connection) {
-        const bool deleted = delete_samples(connection, record_no, percentage);
-        const bool imported = history::import_file(
-            function, connection, "INSERT INTO SSD_RUNTIME_DATA VALUES (?1, ?2, ?3, ?4)",
-            runtime_csv, deleted, [&](const history::SampleFile& line, history::BulkInsert& rows) {
-                return insert_line(function, line, rows, percentage);
-            });
+        const bool imported =
+            delete_samples(function, connection, record_no, percentage) &&
+            history::import_file(
+                function, connection, "INSERT INTO SSD_RUNTIME_DATA VALUES (?1, ?2, ?3, ?4)",
+                runtime_csv, [&](const history::SampleFile& line, history::BulkInsert& rows) {
+                    return insert_line(function, line, rows, percentage);
+                });
         SM_TRACE(SM_TRACE_INFO, "%s: %s to import ssd runtime data into record(%d).\n", function,
                  imported ? "Success" : "Fail", record_no);
         return imported ? 0 : -1;

@@ -17,40 +17,46 @@ namespace history = ssd_op::history;
 
 namespace {
 
-using Marks = std::array<bool, SSD_OP_MAX_RATIOS>;
-
-/// Updates the ratios that have a row already and says which.
-Marks update_known(sqlite3* connection, const ssd_op_db_record& record, int count) {
-    Marks updated{};
-    for (int i = 0; i < count; ++i) {
-        int rows = 0;
-        db::query_number(connection,
-                         db::sql("SELECT COUNT()     FROM TEST_DATA WHERE f_record_no=%d AND "
-                                 "percentage=%d;",
-                                 record.record_no, record.percentage[i]),
-                         rows);
-        if (rows <= 0) continue;
-        db::execute(connection,
-                    db::sql("UPDATE TEST_DATA SET result_1=%s,result_2=%s     WHERE f_record_no=%d "
-                            "AND percentage=%d;",
-                            base::decimal_text(record.result_1[i]).c_str(),
-                            base::decimal_text(record.result_2[i]).c_str(), record.record_no,
-                            record.percentage[i]));
-        updated[static_cast<size_t>(i)] = true;
-    }
-    return updated;
+/// Updates the ratio's row, if it has one, and says so in `known`. Whether it went well.
+bool update(const char* function, db::Transaction& transaction, const ssd_op_db_record& record,
+            int i, bool& known) {
+    int rows = 0;
+    const db::Sql count =
+        db::sql("SELECT COUNT()     FROM TEST_DATA WHERE f_record_no=%d AND percentage=%d;",
+                record.record_no, record.percentage[i]);
+    const db::Sql update = db::sql(
+        "UPDATE TEST_DATA SET result_1=%s,result_2=%s     WHERE f_record_no=%d AND "
+        "percentage=%d;",
+        base::decimal_text(record.result_1[i]).c_str(),
+        base::decimal_text(record.result_2[i]).c_str(), record.record_no, record.percentage[i]);
+    int result = transaction.query(count, 1, [&](const db::Row& row) { rows = row.integer(0); });
+    known = rows > 0;
+    if (result == SQLITE_OK && known) result = transaction.run(update);
+    if (result == SQLITE_OK) return true;
+    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function,
+             (known ? update : count).get());
+    return false;
 }
 
-bool insert_others(history::BulkInsert& rows, const ssd_op_db_record& record, int count,
-                   const Marks& updated) {
+bool insert(history::BulkInsert& rows, const ssd_op_db_record& record, int i) {
+    const std::string result_1 = base::decimal_text(record.result_1[i]);
+    const std::string result_2 = base::decimal_text(record.result_2[i]);
+    return rows.insert(record.percentage[i], std::string_view(result_1), std::string_view(result_2),
+                       record.record_no);
+}
+
+/// All ratios are updated before the first is inserted: one that the record names twice gets two
+/// rows.
+bool store(const char* function, sqlite3* connection, const ssd_op_db_record& record, int count) {
+    history::BulkInsert rows(function, connection, "INSERT INTO TEST_DATA VALUES (?1, ?2, ?3, ?4)");
     if (!rows) return false;
+    std::array<bool, SSD_OP_MAX_RATIOS> known{};
     for (int i = 0; i < count; ++i) {
-        if (updated[static_cast<size_t>(i)]) continue;
-        const std::string result_1 = base::decimal_text(record.result_1[i]);
-        const std::string result_2 = base::decimal_text(record.result_2[i]);
-        if (!rows.insert(record.percentage[i], std::string_view(result_1),
-                         std::string_view(result_2), record.record_no))
+        if (!update(function, rows.transaction(), record, i, known[static_cast<size_t>(i)]))
             return false;
+    }
+    for (int i = 0; i < count; ++i) {
+        if (!known[static_cast<size_t>(i)] && !insert(rows, record, i)) return false;
     }
     return rows.finish();
 }
@@ -71,18 +77,9 @@ int ssd_op_db_insert_test_data(sqlite3* connection, const ssd_op_db_record* reco
     if (count < record->count)
         SM_TRACE(SM_TRACE_ERROR, "%s: record count is %d, the first %d are stored.\n", function,
                  record->count, count);
-    const Marks updated = update_known(connection, *record, count);
-    history::BulkInsert rows(function, connection, "INSERT INTO TEST_DATA VALUES (?1, ?2, ?3, ?4)");
-    if (insert_others(rows, *record, count, updated)) {
-        SM_TRACE(SM_TRACE_INFO, "%s: %s to insert test data.\n", function, "Success");
-        return 0;
-    }
-    // Within the transaction a deletion would be rolled back with it.
-    if (record->record_no > 0 && !rows.has_begun())
-        db::execute(connection,
-                    db::sql("DELETE FROM TEST_DATA WHERE f_record_no = %d;", record->record_no));
-    SM_TRACE(SM_TRACE_INFO, "%s: %s to insert test data.\n", function, "Fail");
-    return -1;
+    const bool stored = store(function, connection, *record, count);
+    SM_TRACE(SM_TRACE_INFO, "%s: %s to insert test data.\n", function, stored ? "Success" : "Fail");
+    return stored ? 0 : -1;
 }
 
 int SSD_OP_DB_Update_Test_Data(ssd_op_db_record* record) {
