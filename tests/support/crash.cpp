@@ -1,18 +1,28 @@
 #include "support/crash.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
+#include <vector>
 
+#include <elf.h>
 #include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
+#include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -36,97 +46,223 @@ std::string text_at(pid_t pid, uint64_t address) {
     return text.data();
 }
 
-/// The path that a system call is about to change; empty for one that changes nothing.
-std::string changed_path(pid_t pid, uint64_t number, const uint64_t* arguments) {
-    switch (number) {
-        case SYS_write:
-        case SYS_pwrite64:
-        case SYS_ftruncate:
-            return path_of_descriptor(pid, arguments[0]);
-        case SYS_unlinkat:
-        case SYS_renameat2:
-        case SYS_renameat:
-            return text_at(pid, arguments[1]);
+/// What may change a file, with the argument that tells which.
+enum class Names { kDescriptor, kPath };
+struct ChangingCall {
+    uint32_t number;
+    Names names;
+    size_t argument;
+};
+constexpr ChangingCall kChangingCalls[] = {
+    {SYS_write, Names::kDescriptor, 0},     {SYS_pwrite64, Names::kDescriptor, 0},
+    {SYS_ftruncate, Names::kDescriptor, 0}, {SYS_copy_file_range, Names::kDescriptor, 2},
+    {SYS_openat, Names::kPath, 1},  // to make it
+    {SYS_unlinkat, Names::kPath, 1},        {SYS_linkat, Names::kPath, 1},
+    {SYS_renameat, Names::kPath, 1},        {SYS_renameat2, Names::kPath, 1},
+    {SYS_fsync, Names::kDescriptor, 0},
 #ifdef SYS_unlink
-        case SYS_unlink:
-        case SYS_rename:
-            return text_at(pid, arguments[0]);
+    {SYS_unlink, Names::kPath, 0},          {SYS_link, Names::kPath, 0},
+    {SYS_rename, Names::kPath, 0},
 #endif
-        default:
-            return {};
+};
+
+/// Has the kernel stop this process, and what comes of it, at these calls: stopping at each call
+/// would take many times as long.
+void stop_at_changes() {
+    std::vector<sock_filter> filter{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 4),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, O_CREAT, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRACE),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    for (const ChangingCall& call : kChangingCalls) {
+        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call.number, 0, 1));
+        filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRACE));
     }
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
+    ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    if (::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) ::_exit(EXIT_FAILURE);
 }
 
-/// A child that stops at each of its system calls.
-class Traced {
+/// The path that a system call is about to change; empty for one that changes nothing.
+std::string changed_path(pid_t pid, uint64_t number, const uint64_t* arguments) {
+    const auto* call = std::ranges::find(kChangingCalls, number, &ChangingCall::number);
+    if (call == std::end(kChangingCalls)) return {};
+    const uint64_t value = arguments[call->argument];
+    return call->names == Names::kPath ? text_at(pid, value) : path_of_descriptor(pid, value);
+}
+
+}  // namespace
+
+class Watched::Impl {
   public:
-    explicit Traced(const std::function<void()>& body) : pid_(::fork()) {
-        if (pid_ == 0) {
+    explicit Impl(const std::function<void()>& body) : child_(::fork()) {
+        if (child_ == 0) {
+            // A group of its own, so that they can be waited for without the test's other children.
+            ::setpgid(0, 0);
             ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
             ::raise(SIGSTOP);
+            stop_at_changes();
             appliance::state();  // the parent's connection is set aside
             body();
             ::_exit(0);
         }
-        if (pid_ < 0) throw std::runtime_error("cannot fork");
-        wait();
-        ::ptrace(PTRACE_SETOPTIONS, pid_, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+        if (child_ < 0) throw std::runtime_error("cannot fork");
+        ::setpgid(child_, child_);
+        if (wait().process != child_ || processes_.empty())
+            throw std::runtime_error("cannot watch a child");
+        ::ptrace(PTRACE_SETOPTIONS, child_, nullptr,
+                 PTRACE_O_TRACESECCOMP | PTRACE_O_EXITKILL | PTRACE_O_TRACEFORK |
+                     PTRACE_O_TRACEVFORK | PTRACE_O_TRACECLONE | PTRACE_O_TRACEEXEC);
+        stopped_ = child_;
     }
-    Traced(const Traced&) = delete;
-    Traced& operator=(const Traced&) = delete;
-    ~Traced() {
-        if (ended_) return;
-        ::kill(pid_, SIGKILL);
-        while (!ended_) wait();
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+    ~Impl() {
+        for (const auto& [process, seen] : processes_) ::kill(process, SIGKILL);
+        while (!processes_.empty()) wait();
     }
 
-    /// Runs on to the next system call that changes something; its path. Empty when it has ended.
-    std::string next_change() {
-        int signal = 0;
-        for (;;) {
-            ::ptrace(PTRACE_SYSCALL, pid_, nullptr, signal);
-            wait();
-            if (ended_) return {};
-            signal = WSTOPSIG(status_);
-            if (signal != (SIGTRAP | 0x80)) continue;  // a signal of its own, which it gets
-            signal = 0;
-            __ptrace_syscall_info call{};
-            ::ptrace(PTRACE_GET_SYSCALL_INFO, pid_, sizeof call, &call);
-            if (call.op != PTRACE_SYSCALL_INFO_ENTRY) continue;
-            const auto* arguments = reinterpret_cast<const uint64_t*>(call.entry.args);
-            const std::string path = changed_path(pid_, call.entry.nr, arguments);
-            if (!path.empty()) return path;
+    pid_t child() const { return child_; }
+
+    std::optional<Change> next_change(const std::string& in_path) {
+        for (go_on(); !processes_.empty(); go_on()) {
+            const Stop stop = wait();
+            if (!processes_.contains(stop.process)) continue;
+            stopped_ = stop.process;
+            if (stop.event != PTRACE_EVENT_SECCOMP) {
+                // The first stop of a new process, and stops for an event, are no signals of
+                // theirs.
+                const bool is_news = stop.event != 0 || stop.is_new;
+                signal_ = is_news ? 0 : stop.signal;
+                continue;
+            }
+            std::string path = path_about_to_change(stop.process);
+            if (!path.empty() && path.find(in_path) != std::string::npos)
+                return Change{stop.process, std::move(path)};
         }
+        return {};
     }
 
-    bool came_through() const { return ended_ && WIFEXITED(status_) && WEXITSTATUS(status_) == 0; }
+    void kill(pid_t process) {
+        ::kill(process, SIGKILL);
+        while (processes_.contains(process)) {
+            const Stop stop = wait();
+            if (processes_.contains(stop.process) && stop.process != process)
+                ::ptrace(PTRACE_CONT, stop.process, nullptr, 0);
+        }
+        if (stopped_ == process) stopped_ = 0;
+    }
+
+    static void fail(pid_t process, int error) {
+#if defined(__x86_64__)
+        user_regs_struct registers{};
+        ::ptrace(PTRACE_GETREGS, process, nullptr, &registers);
+        registers.orig_rax = kNoCall;
+        registers.rax = static_cast<decltype(registers.rax)>(-error);
+        ::ptrace(PTRACE_SETREGS, process, nullptr, &registers);
+#elif defined(__aarch64__)
+        user_regs_struct registers{};
+        iovec all{&registers, sizeof registers};
+        ::ptrace(PTRACE_GETREGSET, process, NT_PRSTATUS, &all);
+        registers.regs[0] = static_cast<uint64_t>(-error);
+        ::ptrace(PTRACE_SETREGSET, process, NT_PRSTATUS, &all);
+        int number = static_cast<int>(kNoCall);
+        iovec call{&number, sizeof number};
+        ::ptrace(PTRACE_SETREGSET, process, NT_ARM_SYSTEM_CALL, &call);
+#else
+#error "How does a tracer skip a system call here?"
+#endif
+    }
+
+    bool came_through() const {
+        return !processes_.contains(child_) && WIFEXITED(child_status_) &&
+               WEXITSTATUS(child_status_) == 0;
+    }
 
   private:
-    void wait() {
-        while (::waitpid(pid_, &status_, 0) < 0) {
+    static constexpr auto kNoCall = static_cast<uint64_t>(-1);
+
+    struct Stop {
+        pid_t process;
+        int signal;
+        int event;
+        bool is_new;
+    };
+
+    /// Resumes the process that stopped last.
+    void go_on() {
+        if (stopped_ > 0) ::ptrace(PTRACE_CONT, stopped_, nullptr, signal_);
+        stopped_ = signal_ = 0;
+    }
+
+    /// Waits until one of them stops or ends.
+    Stop wait() {
+        int status = 0;
+        pid_t process;
+        while ((process = ::waitpid(-child_, &status, __WALL)) < 0) {
             if (errno != EINTR) throw std::runtime_error("cannot wait for a child");
         }
-        ended_ = WIFEXITED(status_) || WIFSIGNALED(status_);
+        if (WIFSTOPPED(status)) {
+            const int event = status >> 16;
+            if (event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK ||
+                event == PTRACE_EVENT_CLONE) {  // it has a child
+                unsigned long born = 0;
+                ::ptrace(PTRACE_GETEVENTMSG, process, nullptr, &born);
+                processes_.try_emplace(static_cast<pid_t>(born), false);
+            }
+            const bool was_seen = std::exchange(processes_[process], true);
+            return {process, WSTOPSIG(status), event, !was_seen};
+        }
+        processes_.erase(process);
+        if (process == child_) child_status_ = status;
+        return {process, 0, 0, false};
     }
 
-    pid_t pid_;
-    int status_ = 0;
-    bool ended_ = false;
+    static std::string path_about_to_change(pid_t process) {
+        __ptrace_syscall_info call{};
+        ::ptrace(PTRACE_GET_SYSCALL_INFO, process, sizeof call, &call);
+        const auto* arguments = reinterpret_cast<const uint64_t*>(call.seccomp.args);
+        return changed_path(process, call.seccomp.nr, arguments);
+    }
+
+    pid_t child_;
+    std::map<pid_t, bool> processes_;  ///< whether its first stop has been seen
+    pid_t stopped_ = 0;
+    int signal_ = 0;
+    int child_status_ = 0;
 };
 
-}  // namespace
+Watched::Watched(const std::function<void()>& body) : impl_(std::make_unique<Impl>(body)) {}
+Watched::~Watched() = default;
+
+pid_t Watched::child() const { return impl_->child(); }
+
+std::optional<Watched::Change> Watched::next_change(const std::string& in_path) {
+    return impl_->next_change(in_path);
+}
+
+void Watched::fail(pid_t process, int error) { Impl::fail(process, error); }
+
+void Watched::kill(pid_t process) { impl_->kill(process); }
+
+void Watched::run_to_end() {
+    while (next_change("")) {
+    }
+}
+
+bool Watched::came_through() const { return impl_->came_through(); }
 
 bool killed_at_change(int n, const std::string& in_path, const std::function<void()>& body) {
-    Traced child(body);
-    for (int changes = 0; changes < n;) {
-        const std::string path = child.next_change();
-        if (path.empty()) {
-            if (!child.came_through()) throw std::runtime_error("the child ended badly");
-            return false;
-        }
-        if (path.find(in_path) != std::string::npos) ++changes;
+    Watched child(body);
+    for (int change = 1; child.next_change(in_path); ++change) {
+        if (change == n) return true;  // and it is killed here
     }
-    return true;  // and it is killed here
+    if (!child.came_through()) throw std::runtime_error("the child ended badly");
+    return false;
 }
 
 int kill_at_every_change(const std::string& in_path, const std::function<void()>& before,
