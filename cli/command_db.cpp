@@ -100,8 +100,8 @@ void move(const Options& options) {
     const int result = SSD_OP_DB_Set_Location(wanted);
     if (result == -1) {
         throw Failure(kRefused,
-                      fmt::format("The {} does not have enough room for the database, or the data "
-                                  "volume is not mounted.",
+                      fmt::format("The {} does not have enough room for the database, the data "
+                                  "volume is not mounted, or the file cannot be moved as it lies.",
                                   location_word(wanted)),
                       fmt::format("Data volume: {}. System area: {}. The database has {} KiB; to "
                                   "the volume it moves when that has more room than the system "

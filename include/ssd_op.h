@@ -157,7 +157,7 @@ typedef struct ssd_op_requester {
 /*
  * The database is one file, ssd_op.db. It lies on the volume that holds the default shares, or,
  * where there is none, in the system area. Nothing remembers which: each call looks on the volume
- * first. Paths are cut at 255 characters.
+ * first. A volume whose mount state cannot be told is not mounted. Paths are cut at 255 characters.
  */
 enum { SSD_OP_DB_LOCATION_NONE = 0, SSD_OP_DB_LOCATION_VOLUME = 1, SSD_OP_DB_LOCATION_SYSTEM = 2 };
 
@@ -205,9 +205,19 @@ SSD_OP_API int SSD_OP_DB_Get_Size(unsigned long long *size_kb);
  * size. What a killed process left undone in the file is undone first, since the file that says so
  * would stay behind.
  *
+ * Whatever dies, fails or runs out of room on the way, the database is whole at one of the places.
+ * Beside it lie ssd_op.db.arriving, .leaving or .arrived meanwhile. Whoever opens the database next
+ * settles what was not brought to an end: waits, holding the lock, up to a minute for a command
+ * that outlived its caller, and removes these files and what is not whole. When that is not
+ * possible the database is not opened. A link is not moved, nor anything from a file system without
+ * hard links.
+ *
  * @param location  SSD_OP_DB_LOCATION_VOLUME or SSD_OP_DB_LOCATION_SYSTEM
  * @return 0, also when it lies there already; -1 when the move is refused, also because there is
- *         no database or no mounted volume; else the OR of what the commands returned
+ *         no database or no mounted volume, a change in it cannot be undone, or the files beside it
+ *         cannot be made; else the OR of what the commands returned, or 1 when they succeeded and
+ *         the file could not be written out to the disk. When moving has failed the database is
+ *         where it was.
  * Locks: the database, while it moves.
  */
 SSD_OP_API int SSD_OP_DB_Set_Location(int location);

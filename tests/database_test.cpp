@@ -3,9 +3,11 @@
 #include <filesystem>
 
 #include <SQLiteCpp/SQLiteCpp.h>
-#include <signal.h>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include "base/owners.h"
 #include "ssd_op.h"
 #include "support/appliance.h"
 #include "support/crash.h"
@@ -72,6 +74,11 @@ TEST_F(Database, GoesToTheSystemAreaWithoutAMountedVolume) {
     EXPECT_EQ(SSD_OP_DB_Query_Record_Count(), 0);
     EXPECT_EQ(location(), SSD_OP_DB_LOCATION_SYSTEM);
     EXPECT_EQ(SSD_OP_DB_Set_Location(SSD_OP_DB_LOCATION_VOLUME), -1);
+
+    appliance().with([](auto& blueprint) { blueprint.data_volume_mounted = true; });
+    appliance().failing("Volume_Is_Mount", -1);
+    EXPECT_EQ(SSD_OP_DB_Query_Record_Count(), 0);
+    EXPECT_TRUE(support::exists(kOnSystem)) << "what cannot be told is not mounted";
 }
 
 TEST_F(Database, IsFoundOnTheVolumeFirstEvenWhenEmpty) {
@@ -131,24 +138,34 @@ TEST_F(Database, MovesOnlyWhereThereIsStrictlyMoreRoom) {
     EXPECT_EQ(appliance().journal().count("Get_Command_Result"), commands);
 }
 
-TEST_F(Database, TakesWhatAKilledProcessLeftUndoneAlongWhenItMoves) {
+TEST_F(Database, IsLookedForAgainOnceItMayBeMoved) {
     set_free_space(0, 100'000);
     ASSERT_EQ(SSD_OP_DB_Query_Record_Count(), 0);
-    run_sql(kOnSystem,
-            "WITH RECURSIVE n(i) AS (VALUES(1) UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
-            "INSERT INTO RUNTIME_REPORT SELECT 10, i, 1, '1', 1 FROM n");
-    const auto killed = support::in_child([] {
-        SQLite::Database database(kOnSystem, SQLite::OPEN_READWRITE);
-        // A cache this small makes the change reach the file before it is committed.
-        database.exec("PRAGMA cache_size = 1; BEGIN; UPDATE RUNTIME_REPORT SET result = 2");
-        return ::raise(SIGKILL);
-    });
-    ASSERT_EQ(killed, support::killed(SIGKILL));
-    ASSERT_TRUE(support::exists(std::string(kOnSystem) + "-journal"));
     set_free_space(200'000, 1);
+    appliance().slow("Ini_Conf_Write_Lock_File", support::Nth(1), 100'000);
+    const int looks = appliance().journal().count("Volume_Is_Mount");
+    support::Child late([] { return SSD_OP_DB_Set_Location(SSD_OP_DB_LOCATION_VOLUME); });
+    ASSERT_TRUE(support::eventually(
+        [&] { return appliance().journal().count("Volume_Is_Mount") > looks; }));
     EXPECT_EQ(SSD_OP_DB_Set_Location(SSD_OP_DB_LOCATION_VOLUME), 0);
-    EXPECT_EQ(value("SELECT sum(result) FROM RUNTIME_REPORT"), "3000");
-    expect_sound();
+    EXPECT_EQ(late.wait(), support::exited(0)) << "another has moved it meanwhile";
+    EXPECT_EQ(location(), SSD_OP_DB_LOCATION_VOLUME);
+}
+
+TEST_F(Database, IsNotOpenedWhileACommandMovesItForever) {
+    ASSERT_EQ(SSD_OP_DB_Query_Record_Count(), 0);
+    const std::string mark = std::string(kOnVolume) + ".leaving";
+    fs::create_hard_link(kOnVolume, mark);
+    fs::remove(kOnVolume);
+    {
+        const ssd_op::base::Descriptor held(::open(mark.c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(::flock(held.get(), LOCK_EX), 0);
+        EXPECT_EQ(SSD_OP_DB_Query_Record_Count(), -1);
+        EXPECT_TRUE(appliance().traced("Fail to settle a move of the database."));
+        EXPECT_EQ(location(), SSD_OP_DB_LOCATION_VOLUME) << "it will be there again";
+    }
+    EXPECT_EQ(SSD_OP_DB_Query_Record_Count(), 0);
+    EXPECT_FALSE(support::exists(mark));
 }
 
 TEST_F(Database, IsNewWithAllItsTablesAndLaterOpenedAsItIs) {

@@ -50,6 +50,9 @@ make_sandbox_options() {
         --ro-bind "$repo" "$repo" "$(build_access)" "$sandbox_build" "$sandbox_build"
     )
     [[ $(id -u) -eq 0 ]] || sandbox_options+=(--unshare-user --uid 0 --gid 0)
+    # In memory, so that the move of a file to it copies, and can run out of room.
+    [[ -z ${APPLIANCE_DATA_VOLUME_MIB:-} ]] ||
+        sandbox_options+=(--size $((APPLIANCE_DATA_VOLUME_MIB << 20)) --tmpfs /share/DATA_1)
     # The state of instances that lie in these trees is not for the inside to see.
     local hidden
     for hidden in "$sandbox_build/instances" "$instance"; do

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "base/owners.h"
+#include "db/location.h"
 #include "db/schema.h"
 #include "db/transaction.h"
 
@@ -16,7 +17,6 @@ namespace ssd_op::db {
 
 namespace {
 
-constexpr int kPathSize = 512;
 constexpr int kCreationBusyTimeoutMs = 20000;
 
 /// As sqlite3_open does it, save that the connection has no mutex of its own: it never leaves the
@@ -97,12 +97,12 @@ bool remove_database_file(const char* path) {
 int ssd_op_db_open(sqlite3** db) {
     using namespace ssd_op::db;
     *db = nullptr;
-    char path[kPathSize] = "";
-    int location = SSD_OP_DB_LOCATION_NONE;
-    if (SSD_OP_DB_Get_Location(&location, path, kPathSize) != 0) {
+    std::string place;
+    if (find_settled(place) != 0) {
         SM_TRACE(SM_TRACE_ERROR, "%s: Fail to get database name.\n", __func__);
         return -1;
     }
+    const char* path = place.c_str();
     if (!is_filled_file(path)) {
         SM_TRACE(SM_TRACE_ERROR, "%s: database(%s) is not exist.\n", __func__, path);
         remove_database_file(path);

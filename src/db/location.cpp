@@ -1,17 +1,19 @@
 // Where the database lies: beside the default shares on the data volume, or in the system area.
 
+#include "db/location.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <string>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "base/boundary.h"
 #include "base/command.h"
 #include "base/file_lock.h"
 #include "base/text.h"
 #include "db/database.h"
+#include "db/move.h"
 #include "platform/storage.h"
 #include "ssd_op.h"
 
@@ -43,13 +45,8 @@ struct DataVolume {
 DataVolume find_data_volume() {
     const int volume = Check_Default_Share_in_All_Vol(0);
     char mount_path[kPathSize] = "";
-    if (volume <= 0 || Volume_Is_Mount(volume, mount_path, kPathSize) == 0) return {};
+    if (volume <= 0 || Volume_Is_Mount(volume, mount_path, kPathSize) <= 0) return {};
     return {true, std::string(base::field_text(mount_path))};
-}
-
-bool is_there(const std::string& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0;
 }
 
 int make_volume_folder(const DataVolume& volume) {
@@ -105,21 +102,23 @@ int prepare_new_place(const DataVolume& volume, std::string& path) {
     return make_system_folder();
 }
 
-/// A journal that a killed process left beside the database holds what must be undone in it. It
-/// would stay behind when the file moves, so it is played back before.
-void settle_journal(const std::string& path) {
-    if (!is_there(path + "-journal")) return;
-    sqlite3* db = nullptr;
-    const int opened = sqlite3_open(path.c_str(), &db);
-    const ssd_op::db::Connection connection(db);
-    if (opened == SQLITE_OK) ssd_op::db::execute(db, "SELECT COUNT() FROM sqlite_master;");
+/// The places that the database can be at now; the volume goes first.
+ssd_op::db::Places places(const DataVolume& volume) {
+    if (volume.is_mounted) return {volume.database_path(), system_path()};
+    return {system_path()};
 }
 
-int move_file(const std::string& from, const std::string& to) {
-    settle_journal(from);
-    if (is_there(from)) ::unlink((to + "-journal").c_str());  // of an older file there
-    return base::run("/bin/mv -f " + base::shell_word(from) + " " + base::shell_word(to) +
-                     " &>/dev/null 2>>/dev/null");
+int location_of(const DataVolume& volume) {
+    const std::string found = ssd_op::db::find_database(places(volume));
+    if (found.empty()) return SSD_OP_DB_LOCATION_NONE;
+    return found == system_path() ? SSD_OP_DB_LOCATION_SYSTEM : SSD_OP_DB_LOCATION_VOLUME;
+}
+
+/// The path of the database that is at a location, or that comes to be when it is nowhere.
+int prepare_path(const DataVolume& volume, int location, std::string& path) {
+    if (location == SSD_OP_DB_LOCATION_NONE) return prepare_new_place(volume, path);
+    path = location == SSD_OP_DB_LOCATION_VOLUME ? volume.database_path() : system_path();
+    return 0;
 }
 
 bool has_room_on_volume() {
@@ -140,23 +139,35 @@ bool has_room_in_system_area() {
            SSD_OP_DB_Get_Size(&size) == 0 && on_system > size;
 }
 
-int move_to(int location, int current) {
+int move_to(int location) {
     const DataVolume volume = find_data_volume();
+    if (!ssd_op::db::settle_moves(places(volume))) return -1;
+    const int current = location_of(volume);
+    if (location != SSD_OP_DB_LOCATION_NONE && location == current) return 0;
     if (volume.mount_path.empty()) return -1;
     if (location == SSD_OP_DB_LOCATION_VOLUME && current == SSD_OP_DB_LOCATION_SYSTEM &&
         has_room_on_volume()) {
         const int folder = make_volume_folder(volume);
-        return folder | move_file(system_path(), volume.database_path());
+        return folder | ssd_op::db::move_database(system_path(), volume.database_path());
     }
     if (location == SSD_OP_DB_LOCATION_SYSTEM && current == SSD_OP_DB_LOCATION_VOLUME &&
         has_room_in_system_area()) {
         const int folder = make_system_folder();
-        return folder | move_file(volume.database_path(), system_path());
+        return folder | ssd_op::db::move_database(volume.database_path(), system_path());
     }
     return -1;
 }
 
 }  // namespace
+
+int ssd_op::db::find_settled(std::string& path) {
+    const DataVolume volume = find_data_volume();
+    if (!settle_moves(places(volume))) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to settle a move of the database.\n", __func__);
+        return -1;
+    }
+    return prepare_path(volume, location_of(volume), path);
+}
 
 int SSD_OP_DB_Get_Location_Usage(int location, unsigned long long* used_kb,
                                  unsigned long long* avail_kb) {
@@ -175,16 +186,11 @@ int SSD_OP_DB_Get_Location(int* location, char* path, int path_size) {
     *location = SSD_OP_DB_LOCATION_NONE;
     return base::guarded(__func__, -1, [&] {
         const DataVolume volume = find_data_volume();
-        std::string found = volume.database_path();
-        int result = 0;
-        if (volume.is_mounted && is_there(found)) {
-            *location = SSD_OP_DB_LOCATION_VOLUME;
-        } else if (found = system_path(); is_there(found)) {
-            *location = SSD_OP_DB_LOCATION_SYSTEM;
-        } else if (path != nullptr) {
-            result = prepare_new_place(volume, found);
-        }
-        if (path != nullptr) base::copy_text(path, static_cast<size_t>(path_size), found);
+        *location = location_of(volume);
+        if (path == nullptr) return 0;
+        std::string found;
+        const int result = prepare_path(volume, *location, found);
+        base::copy_text(path, static_cast<size_t>(path_size), found);
         return result;
     });
 }
@@ -207,10 +213,9 @@ int SSD_OP_DB_Get_Size(unsigned long long* size_kb) {
 
 int SSD_OP_DB_Set_Location(int location) {
     return base::guarded(__func__, -1, [&] {
-        int current = SSD_OP_DB_LOCATION_NONE;
-        SSD_OP_DB_Get_Location(&current, nullptr, 0);
-        if (location != SSD_OP_DB_LOCATION_NONE && location == current) return 0;
+        if (location != SSD_OP_DB_LOCATION_NONE && location == location_of(find_data_volume()))
+            return 0;
         const base::FileLock lock = base::FileLock::for_writing(ssd_op::db::kDatabaseLock);
-        return move_to(location, current);
+        return move_to(location);
     });
 }

@@ -1,8 +1,10 @@
 #include "db/version_steps.h"
 
 #include <cstring>
+#include <string>
 
 #include "db/database.h"
+#include "db/location.h"
 #include "db/rebuild.h"
 #include "db/record_limit.h"
 #include "db/schema.h"
@@ -103,13 +105,12 @@ int sql_db_ver_callback_1(int upgrade) {
     trace_entry(function, upgrade);
     return base::guarded(function, -1, [&] {
         const base::FileLock lock = base::FileLock::for_writing(db::kDatabaseLock);
-        char path[512] = "";
-        int location = SSD_OP_DB_LOCATION_NONE;
-        if (SSD_OP_DB_Get_Location(&location, path, sizeof path) != 0) {
+        std::string path;
+        if (db::find_settled(path) != 0) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to get database name.\n", function);
             return -1;
         }
-        return db::remove_database_file(path) ? 0 : -1;
+        return db::remove_database_file(path.c_str()) ? 0 : -1;
     });
 }
 

@@ -132,7 +132,7 @@ int LV_Get_Size(int lv_id, uint64_t *sectors);
 /* ---- Volumes and services ---- */
 
 int Check_Default_Share_in_All_Vol(int flags);            /* id of the volume; 0 or below: none */
-int Volume_Is_Mount(int volume_id, char *path, int size); /* non-zero: mounted, at path */
+int Volume_Is_Mount(int volume_id, char *path, int size); /* above 0: mounted, at path */
 int Start_Services(void); /* services.sh and rsyncd.sh; returns when both have started */
 
 #ifdef __cplusplus
