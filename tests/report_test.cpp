@@ -28,6 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
@@ -53,6 +54,15 @@ Lines workbook(const std::string& path) {
     EXPECT_EQ(ssd_op::base::run(SHOW_WORKBOOK " " + ssd_op::base::shell_word(path) + " >" + shown),
               0);
     return lines_of(support::read_file(shown));
+}
+
+/// One of the texts that a workbook consists of.
+std::string part_of(const std::string& path, const std::string& part) {
+    return support::shell(
+               "python3 -c 'import sys, zipfile; sys.stdout.buffer.write("
+               "zipfile.ZipFile(sys.argv[1]).read(sys.argv[2]))' " +
+               ssd_op::base::shell_word(path) + " " + part)
+        .output;
 }
 
 bool is_about_charts(const std::string& line) {
@@ -154,6 +164,15 @@ class Report : public support::ApplianceTest {
         std::vector<Sample> list;
         for (int i = 0; i < samples; ++i) list.push_back({i * 1000LL, 5000 + i, uint64_t(i) << 21});
         add_ratio(percentage, 5000, list);
+    }
+
+    /// Ratios with as many samples as a sheet has room for, from 0 on.
+    void add_full_ratios(int count) {
+        for (int ratio = 0; ratio < count; ++ratio) add_ratio(ratio, 0);
+        change_database(
+            "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 16380) "
+            "INSERT INTO RUNTIME_REPORT SELECT percentage, i * 1000, 5000, i, f_record_no "
+            "FROM n JOIN TEST_DATA");
     }
 
     void change_database(const std::string& statements) {
@@ -381,22 +400,26 @@ TEST_F(Report, WorkbookIsLaidOutForReading) {
         (Lines{
             "chart lineChart None from 2,52 to 24,73 offset 0,0 x 'OP Ratio(%)' y 'IOPS' title "
             "False",
-            "series 'Over-provisioning amount' Sheet1!$C$50:$E$50 Sheet1!$C$51:$E$51 marker circle "
-            "10.0 smooth False",
+            "series 'Over-provisioning amount' Sheet1!$C$50:$E$50 Sheet1!$C$51:$E$51 points 3,3 "
+            "marker "
+            "circle 10.0 smooth False",
             "chart scatterChart smoothMarker from 3,88 to 25,109 offset 0,0 x 'Time(Sec)' y 'IOPS' "
             "title False",
-            "series '10%' Sheet1!$D$78:$E$78 Sheet1!$D$79:$E$79 smooth True",
-            "series '30%' Sheet1!$D$84:$DS$84 Sheet1!$D$85:$DS$85 smooth True",
+            "series '10%' Sheet1!$D$78:$E$78 Sheet1!$D$79:$E$79 points 2,2 smooth True",
+            "series '20%' Sheet1!$D$81:$C$81 Sheet1!$D$82:$C$82 points 0,0 smooth True",
+            "series '30%' Sheet1!$D$84:$DS$84 Sheet1!$D$85:$DS$85 points 120,120 smooth True",
             "chart scatterChart smoothMarker from 3,112 to 25,133 offset 0,0 x 'Written(GB)' y "
             "'IOPS' "
             "title False",
-            "series '10%' Sheet1!$D$80:$E$80 Sheet1!$D$79:$E$79 smooth True",
-            "series '30%' Sheet1!$D$86:$DS$86 Sheet1!$D$85:$DS$85 smooth True",
+            "series '10%' Sheet1!$D$80:$E$80 Sheet1!$D$79:$E$79 points 2,2 smooth True",
+            "series '20%' Sheet1!$D$83:$C$83 Sheet1!$D$82:$C$82 points 0,0 smooth True",
+            "series '30%' Sheet1!$D$86:$DS$86 Sheet1!$D$85:$DS$85 points 120,120 smooth True",
             "chart scatterChart smoothMarker from 3,136 to 25,157 offset 0,0 x 'Time(Sec)' y "
             "'Written(GB)' title False",
-            "series '10%' Sheet1!$D$78:$E$78 Sheet1!$D$80:$E$80 smooth True",
-            "series '30%' Sheet1!$D$84:$DS$84 Sheet1!$D$86:$DS$86 smooth True"}))
-        << "a ratio without samples has no curve";
+            "series '10%' Sheet1!$D$78:$E$78 Sheet1!$D$80:$E$80 points 2,2 smooth True",
+            "series '20%' Sheet1!$D$81:$C$81 Sheet1!$D$83:$C$83 points 0,0 smooth True",
+            "series '30%' Sheet1!$D$84:$DS$84 Sheet1!$D$86:$DS$86 points 120,120 smooth True"}))
+        << "each has a copy of its points";
 }
 
 TEST_F(Report, ShowsTheLocalTime) {
@@ -435,8 +458,9 @@ TEST_F(Report, WorkbookEndsWhereASheetEnds) {
     EXPECT_THAT(shown, Contains("XFD89 plain 16380"));
     EXPECT_THAT(
         shown,
-        IsSupersetOf({"series '10%' Sheet1!$D$89:$XFD$89 Sheet1!$D$90:$XFD$90 smooth True"s,
-                      "series '20%' Sheet1!$D$92:$XFD$92 Sheet1!$D$93:$XFD$93 smooth True"s}));
+        IsSupersetOf(
+            {"series '10%' Sheet1!$D$89:$XFD$89 Sheet1!$D$90:$XFD$90 points 16381,16381 smooth True"s,
+             "series '20%' Sheet1!$D$92:$XFD$92 Sheet1!$D$93:$XFD$93 points 16381,16381 smooth True"s}));
     EXPECT_THAT(shown, Not(Contains(StartsWith("series '30%'"))));
     EXPECT_FALSE(appliance().traced("i(0), count"));
     EXPECT_TRUE(appliance().traced("i(1), count(475251): 458870 samples are left out"));
@@ -444,6 +468,31 @@ TEST_F(Report, WorkbookEndsWhereASheetEnds) {
     EXPECT_TRUE(appliance().traced("SSD_OP_Test_Export_XLSX:i(2), count(475252) is too big."));
     const Lines csv = lines_of(csv_text());
     EXPECT_THAT(csv, Contains(AllOf(StartsWith("Time Slap (ms),0,"), EndsWith(",475250000"))));
+}
+
+TEST_F(Report, LargeWorkbookIsWrittenRowByRow) {
+    store("Large");
+    add_full_ratios(11);
+    const auto memory_of_export = [&] {
+        rusage before{}, after{};
+        EXPECT_EQ(support::in_child([&] {
+                      getrusage(RUSAGE_SELF, &before);
+                      const int result = xlsx();
+                      getrusage(RUSAGE_SELF, &after);
+                      support::write_file("/root/kib",
+                                          std::to_string(after.ru_maxrss - before.ru_maxrss));
+                      return result == 0 ? 0 : 1;
+                  }),
+                  support::exited(0));
+        return std::stol(support::read_file("/root/kib"));
+    };
+    EXPECT_LT(memory_of_export(), 20 << 10);
+    const std::string path = "/tmp/SSD over-provisioning test_Large.xlsx";
+    EXPECT_THAT(part_of(path, "xl/charts/chart2.xml"), HasSubstr("Sheet1!$D$89:$XFD$89"));
+    EXPECT_THAT(part_of(path, "xl/charts/chart2.xml"), Not(HasSubstr("<c:pt ")));
+    change_database("DELETE FROM RUNTIME_REPORT WHERE percentage = 10");
+    EXPECT_GT(memory_of_export(), 60 << 10) << "an ordinary one";
+    EXPECT_THAT(part_of(path, "xl/charts/chart2.xml"), HasSubstr("<c:pt "));
 }
 
 TEST_F(Report, SaysWhereTheDatabaseFailed) {
@@ -462,8 +511,9 @@ TEST_F(Report, SaysWhereTheDatabaseFailed) {
     EXPECT_THAT(shown,
                 IsSupersetOf({"A89 label 'OP: 10%\\n'"s, "B89 label 'No Data.'"s,
                               "merged B89:C89 title"s, "A90 label 'OP: 20%\\n'"s, "F92 plain 4"s}));
-    EXPECT_THAT(charts_in(shown),
-                Contains("series '20%' Sheet1!$D$90:$F$90 Sheet1!$D$91:$F$91 smooth True"));
+    EXPECT_THAT(
+        charts_in(shown),
+        Contains("series '20%' Sheet1!$D$90:$F$90 Sheet1!$D$91:$F$91 points 3,3 smooth True"));
     EXPECT_EQ(charts_in(shown).size(), 8U) << "four charts, one curve each";
 
     change_database("DROP TABLE TEST_DATA");
@@ -471,7 +521,9 @@ TEST_F(Report, SaysWhereTheDatabaseFailed) {
     shown = xlsx_lines();
     EXPECT_THAT(shown, IsSupersetOf({"A61 plain 'NG!!!'"s, "merged A61:L61 title"s,
                                      "A88 title '[ TEST RESULT ]'"s}));
-    EXPECT_THAT(charts_in(shown), IsEmpty());
+    EXPECT_THAT(charts_in(shown),
+                ElementsAre(StartsWith("chart lineChart"),
+                            HasSubstr("$C$61:$B$61 Sheet1!$C$62:$B$62 points 0,0 marker")));
 }
 
 TEST_F(Report, LiesUnderTmpWhateverTheTitle) {
@@ -488,7 +540,7 @@ TEST_F(Report, LiesUnderTmpWhateverTheTitle) {
                  // What XML cannot hold, and what reads like its notation in workbooks.
                  {"\xff\xed\xa0\x80|\xef\xbf\xbf", "\xff\xed\xa0\x80|\xef\xbf\xbf",
                   "\ufffd\ufffd\ufffd\ufffd|\ufffd"},
-                 {"_x0041_ \x01 <&>", "_x0041_ \x01 <&>", "_x005F_x0041_ _x0001_ <&>"}};
+                 {"_x0041_ \x01 <&>", "_x0041_ \x01 <&>", "_x0041_ _x0001_ <&>"}};
     for (const auto& each : cases) {
         SCOPED_TRACE(each.title);
         store(each.title);
@@ -503,6 +555,9 @@ TEST_F(Report, LiesUnderTmpWhateverTheTitle) {
         EXPECT_EQ(reports().size(), 2U);
         remove_reports();
     }
+    store("_x0041_ \x01");
+    EXPECT_EQ(xlsx(), 0);
+    EXPECT_THAT(part_of(path_, "xl/sharedStrings.xml"), HasSubstr("test _x005F_x0041_ _x0001_<"));
 }
 
 TEST_F(Report, ReplacesWhatLiesUnderItsNameAndFollowsNoLink) {
@@ -593,27 +648,29 @@ TEST_F(Report, RemovesWhatAKilledOneLeft) {
 }
 
 TEST_F(Report, LeavesNoDescriptorOpenWhenItFails) {
-    store("T");
-    add_ratio(10, 3);
     const auto open_descriptors = [] {
         return std::distance(fs::directory_iterator("/proc/self/fd"), {});
     };
-    EXPECT_EQ(support::in_child([&] {
-                  if (xlsx() != 0) return 3;  // what stays open from now on is open already
-                  const auto before = open_descriptors();
-                  rlimit all{};
-                  getrlimit(RLIMIT_NOFILE, &all);
-                  int failed = 0;
-                  for (rlim_t limit = 3;; ++limit) {
-                      const rlimit few{limit, all.rlim_max};
-                      setrlimit(RLIMIT_NOFILE, &few);
-                      const int result = xlsx();
-                      setrlimit(RLIMIT_NOFILE, &all);
-                      if (open_descriptors() != before) return 1;
-                      if (result == 0) return failed > 3 ? 0 : 2;
-                      ++failed;
-                  }
-              }),
-              support::exited(0));
+    for (const int full_ratios : {0, 11}) {
+        store("T");
+        add_full_ratios(full_ratios);
+        EXPECT_EQ(support::in_child([&] {
+                      if (xlsx() != 0) return 3;  // what stays open from now on is open already
+                      const auto before = open_descriptors();
+                      rlimit all{};
+                      getrlimit(RLIMIT_NOFILE, &all);
+                      int failed = 0;
+                      for (rlim_t limit = 3;; ++limit) {
+                          const rlimit few{limit, all.rlim_max};
+                          setrlimit(RLIMIT_NOFILE, &few);
+                          const int result = xlsx();
+                          setrlimit(RLIMIT_NOFILE, &all);
+                          if (open_descriptors() != before) return 1;
+                          if (result == 0) return failed > 3 ? 0 : 2;
+                          ++failed;
+                      }
+                  }),
+                  support::exited(0));
+    }
     EXPECT_EQ(reports().size(), 1U);
 }

@@ -35,6 +35,21 @@ def merges(sheet):
         yield f"merged {area.coord} {style(sheet.cell(area.max_row, area.max_col))}"
 
 
+def cells_of(sheet, reference):
+    """The numbers in a range of one row."""
+    rows = sheet[reference.split("!")[1].replace("$", "")]
+    return [cell.value for row in rows for cell in row if isinstance(cell.value, (int, float))]
+
+
+def points(sheet, axis):
+    """How many points the chart has a copy of, which must be those of the cells."""
+    cache = axis.numRef.numCache
+    numbers = [float(point.v) for point in cache.pt] if cache is not None else []
+    if numbers and numbers != cells_of(sheet, axis.numRef.f):
+        return f"differ: {numbers}"
+    return len(numbers)
+
+
 def charts(sheet):
     for chart in sheet._charts:
         start, end = chart.anchor._from, chart.anchor.to
@@ -46,7 +61,8 @@ def charts(sheet):
         for series in chart.series:
             x = series.cat or series.xVal
             y = series.val or series.yVal
-            line = f"series {series.tx.v!r} {x.numRef.f} {y.numRef.f}"
+            line = f"series {series.tx.v!r} {x.numRef.f} {y.numRef.f} "
+            line += f"points {points(sheet, x)},{points(sheet, y)}"
             if series.marker is not None and series.marker.symbol not in (None, "none"):
                 line += f" marker {series.marker.symbol} {series.marker.size}"
             yield line + f" smooth {bool(series.smooth)}"

@@ -73,8 +73,15 @@ int SampleRanges::find() {
             const int64_t number = row.integer64(0);
             at->second.first = std::min(at->second.first, number);
             at->second.last = std::max(at->second.last, number);
+            ++at->second.rows;
         });
     });
+}
+
+std::optional<uint64_t> SampleRanges::rows(int percentage) const {
+    if (!found_) return std::nullopt;
+    const auto at = ranges_.find(percentage);
+    return at == ranges_.end() ? 0 : at->second.rows;
 }
 
 int SampleRanges::read(ssd_op_db_record& record, int percentage) const {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <optional>
 #include <span>
 
 #include "ssd_op.h"
@@ -17,6 +18,9 @@ class SampleRanges {
     /// Finds the rows that there are now.
     SampleRanges(int record_no, std::span<const int> ratios);
 
+    /// How many rows a ratio has; nothing when they could not be found.
+    std::optional<uint64_t> rows(int percentage) const;
+
     /// What SSD_OP_DB_Query_Record_Runtime_Report does for every row of a ratio.
     int read(ssd_op_db_record& record, int percentage) const;
 
@@ -25,6 +29,7 @@ class SampleRanges {
         // Numbers of rows, others among them; of no row at first.
         int64_t first = std::numeric_limits<int64_t>::max();
         int64_t last = std::numeric_limits<int64_t>::min();
+        uint64_t rows = 0;  // the ratio's alone
     };
     int find();
 

@@ -1,5 +1,7 @@
 // The report as a workbook: the same information as the CSV, laid out for reading, with charts.
 
+#include <algorithm>
+
 #include <xlsxwriter.h>
 
 #include "report/export.h"
@@ -108,6 +110,14 @@ void write_samples(Sheet& sheet, unsigned row, std::string_view label,
         sheet.number(row, column++, value(*sample));
 }
 
+/// Cells that the samples will take; as many as they can take when nobody knows.
+uint64_t sample_cells(const db::SampleRanges& ranges, std::span<const int> ratios) {
+    uint64_t samples = 0;
+    for (const int ratio : ratios)
+        samples += std::min<uint64_t>(ranges.rows(ratio).value_or(report::kRoom), report::kRoom);
+    return 3 * samples;
+}
+
 double seconds(const ssd_op_db_runtime_report& sample) {
     const int64_t whole = sample.time_slap / 1000;
     return static_cast<double>(whole);
@@ -140,16 +150,16 @@ class SampleTable {
     void insert_charts() { report::insert_sample_charts(sheet_, with_curve_, row_ + 2); }
 
   private:
-    /// A ratio gets its curves, unless it has no samples or more than columns have names for.
+    /// A ratio gets its curves, unless it has more samples than columns have names for.
     void remember(int index, int percentage, unsigned count) {
-        constexpr unsigned kRoom = report::kColumns - report::kFirstSample;
+        using report::kRoom;
         constexpr unsigned kNamedColumns = 475254;  // A to ZZZZ
         if (count > kRoom)
             SM_TRACE(SM_TRACE_INFO, "%s:i(%d), count(%u): %u samples are left out.\n", function_,
                      index, count, count - kRoom);
         if (count + report::kFirstSample > kNamedColumns)
             SM_TRACE(SM_TRACE_INFO, "%s:i(%d), count(%u) is too big.\n", function_, index, count);
-        else if (count > 0)
+        else
             with_curve_.push_back({percentage, row_, std::min(count, kRoom)});
     }
 
@@ -161,20 +171,19 @@ class SampleTable {
 
 bool write_workbook(const char* function, ssd_op_db_record& record, int record_no,
                     const char* path) {
-    Sheet sheet(path);
+    const report::Results results(record, record_no);
+    const auto ratios = results.ratios();
+    const db::SampleRanges ranges(record_no, ratios);
+    Sheet sheet(path, sample_cells(ranges, ratios));
     unsigned row = write_test_information(sheet, record);
     row = write_raid_groups(sheet, row, record) + 1;
     sheet.title(row, "[ OVER-PROVISIONING EVALUATION ]");
-    const report::Results results(record, record_no);
     if (results)
         write_evaluation(sheet, row + 1, record);
     else
         sheet.value(row + 1, 0, "NG!!!");
-    const auto ratios = results.ratios();
-    if (!ratios.empty())
-        report::insert_result_chart(sheet, row + 1, static_cast<unsigned>(ratios.size()), row + 4);
+    report::insert_result_chart(sheet, row + 1, static_cast<unsigned>(ratios.size()), row + 4);
     sheet.title(row + 28, "[ TEST RESULT ]");
-    const db::SampleRanges ranges(record_no, ratios);
     SampleTable table(sheet, row + 29, function);
     for (size_t i = 0; i < ratios.size(); ++i)
         table.write_ratio(static_cast<int>(i), ratios[i],

@@ -8,7 +8,8 @@ namespace {
 
 constexpr unsigned kChartHeight = 24;  // rows from one chart to the next
 
-/// `count` cells of a row from a column on; both counted from 0.
+/// `count` cells of a row from a column on; both counted from 0. Of no cells the last comes before
+/// the first, which readers take for two empty ones.
 std::string cells(unsigned row, unsigned first, unsigned count) {
     const std::string line = std::to_string(row + 1);
     return "=Sheet1!$" + column_name(first + 1) + '$' + line + ":$" + column_name(first + count) +

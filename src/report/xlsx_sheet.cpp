@@ -14,6 +14,9 @@ namespace ssd_op::report {
 namespace {
 
 constexpr lxw_color_t kOrange = 0xFF6600;
+/// More numbers are written row by row. So many take 105 MiB and 1.7 seconds, twenty ratios of an
+/// hour's samples less than half of it.
+constexpr uint64_t kMostNumbersKept = 500'000;
 
 template <typename Made>
 Made* made(Made* object) {
@@ -21,10 +24,10 @@ Made* made(Made* object) {
     return object;
 }
 
-lxw_workbook* new_workbook(const char* path) {
+lxw_workbook* new_workbook(const char* path, bool row_by_row) {
     static char directory[] = "/tmp";  // the library wants it writable, and leaves it alone
     lxw_workbook_options options{};
-    options.constant_memory = LXW_TRUE;
+    options.constant_memory = row_by_row;
     options.tmpdir = directory;
     return made(workbook_new_opt(path, &options));
 }
@@ -46,13 +49,13 @@ RowFile::~RowFile() {
         std::fclose(file_);
 }
 
-Sheet::Sheet(const char* path)
+Sheet::Sheet(const char* path, uint64_t numbers)
     : path_(path),
-      workbook_(new_workbook(path)),
-      sheet_(made(workbook_add_worksheet(workbook_.get(), nullptr))),
-      rows_(sheet_->optimize_tmpfile),
-      title_format_(made(workbook_add_format(workbook_.get()))),
-      label_format_(made(workbook_add_format(workbook_.get()))) {
+      workbook_(new_workbook(path, numbers > kMostNumbersKept)),
+      sheet_(made(workbook_add_worksheet(workbook_.get(), nullptr))) {
+    if (sheet_->optimize_tmpfile != nullptr) rows_.emplace(sheet_->optimize_tmpfile);
+    title_format_ = made(workbook_add_format(workbook_.get()));
+    label_format_ = made(workbook_add_format(workbook_.get()));
     format_set_bold(title_format_);
     format_set_font_color(title_format_, kOrange);
     format_set_bold(label_format_);

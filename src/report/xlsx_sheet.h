@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -29,13 +30,18 @@ class RowFile {
     base::Descriptor same_;  // keeps the file, so that no other can be taken for it
 };
 
-/// A workbook with one sheet, in the making. Rows are written from top to bottom: a finished row
-/// goes to a file of the workbook library's at once, so that memory does not grow with the sheet.
+/// A workbook with one sheet, in the making. Rows are written from top to bottom.
+///
+/// The workbook library keeps all cells until the end, so that charts get a copy of their points
+/// and texts are shared. Of a large sheet, which would take too much memory, a finished row goes to
+/// a file of the library's at once; its charts refer to the cells alone.
+///
 /// A failed step is remembered; the rest may go on, and close() tells.
 class Sheet {
   public:
+    /// @param numbers  about how many numbers the sheet will have, which is what makes it large
     /// @throws std::bad_alloc
-    explicit Sheet(const char* path);
+    Sheet(const char* path, uint64_t numbers);
 
     enum class Style { kPlain, kLabel, kTitle };
 
@@ -78,7 +84,7 @@ class Sheet {
     std::string path_;
     std::unique_ptr<lxw_workbook, FreeWorkbook> workbook_;
     lxw_worksheet* sheet_;
-    RowFile rows_;
+    std::optional<RowFile> rows_;
     lxw_format* title_format_;
     lxw_format* label_format_;
     uint64_t cells_ = 0;
