@@ -1,23 +1,23 @@
-#include <array>
 #include <csignal>
 #include <filesystem>
 #include <memory>
 
 #include <fmt/format.h>
 
-#include "activity.h"
-#include "child_answer.h"
 #include "commands.h"
 #include "failure.h"
 #include "interrupt.h"
 #include "record.h"
 #include "report_copy.h"
+#include "report_making.h"
 #include "terminal.h"
 #include "text.h"
 
 namespace cli {
 
 namespace {
+
+constexpr auto kEndings = {SIGINT, SIGTERM, SIGHUP};
 
 struct Options {
     int record_no = 0;
@@ -29,37 +29,6 @@ struct Options {
 
     bool prints() const { return output == "-"; }
 };
-
-/// What the process that writes the report tells about it.
-struct Written {
-    int result = -1;
-    std::array<char, 512> path{};
-};
-
-Written write_report(const Options& options) {
-    // The library then leaves no half report in /tmp.
-    for (const int ending : {SIGINT, SIGHUP, SIGTERM}) ::signal(ending, SIG_IGN);
-    Written written;
-    const auto write = options.csv ? SSD_OP_Test_Export_CSV : SSD_OP_Test_Export_XLSX;
-    written.result =
-        write(options.record_no, written.path.data(), static_cast<int>(written.path.size()));
-    return written;
-}
-
-/// The library writes a report in one call, so that a process of its own makes it while this one
-/// shows that something goes on.
-/// @return the report's path
-std::string write_report_visibly(const Options& options) {
-    const auto written =
-        ask_child<Written>([&] { return write_report(options); },
-                           [](pid_t writer) { show_activity(writer, "Writing the report"); });
-    if (!written || written->result != 0) {
-        throw Failure(kFailed,
-                      fmt::format("The report of record {} cannot be written.", options.record_no),
-                      "Is there room in /tmp? The appliance's trace log tells more.");
-    }
-    return written->path.data();
-}
 
 void check(const Options& options) {
     if (options.prints() && (options.xlsx || options.json)) {
@@ -86,14 +55,32 @@ void tell(const Options& options, const std::string& path) {
     }
 }
 
-void run(const Options& options) {
-    check(options);
-    const Interrupt interrupt;  // the report is written to its end, the copy is not
-    const std::string report = write_report_visibly(options);
-    if (options.prints()) return print_report(report, interrupt);
-    const std::string path = options.output.empty() ? report : copy_path(report, options.output);
+/// On return signals end the program again, as a reader's full pipe needs it, and others can
+/// export.
+MadeReport make_report_to_print(const Options& options) {
+    const Interrupt interrupt(kEndings);
+    MadeReport report =
+        make_report(options.record_no, options.csv, ExportLock(interrupt), interrupt);
+    if (interrupt.happened()) throw Failure(kFailed, "The export was interrupted.");
+    return report;
+}
+
+void export_to_file(const Options& options) {
+    const Interrupt interrupt(kEndings);  // the report is written to its end, the copy is not
+    const ExportLock lock(interrupt);
+    const MadeReport report = make_report(options.record_no, options.csv, lock, interrupt);
+    const std::string path =
+        options.output.empty() ? report.path : copy_path(report.path, options.output);
     copy_report(report, path, options.force, interrupt);
     tell(options, path);
+}
+
+void run(const Options& options) {
+    check(options);
+    if (options.prints())
+        print_report(make_report_to_print(options));
+    else
+        export_to_file(options);
 }
 
 }  // namespace

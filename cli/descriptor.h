@@ -12,6 +12,7 @@ class Descriptor {
     explicit Descriptor(int fd) : fd_(fd) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor(Descriptor&& other) noexcept : fd_(other.release()) {}
     ~Descriptor() {
         if (fd_ >= 0) ::close(fd_);
     }

@@ -1,20 +1,25 @@
 #pragma once
 
 #include <csignal>
+#include <initializer_list>
+#include <utility>
+#include <vector>
 
 namespace cli {
 
-/// While it lives, Ctrl-C sets a mark instead of ending the program, and cuts sleeps short.
+/// While it lives, Ctrl-C, or one of the signals that it is given, sets a mark instead of ending
+/// the program, and cuts sleeps short. A signal that was ignored before, as nohup does it, stays
+/// so.
 class Interrupt {
   public:
-    Interrupt();
+    explicit Interrupt(std::initializer_list<int> signals = {SIGINT});
     Interrupt(const Interrupt&) = delete;
     Interrupt& operator=(const Interrupt&) = delete;
     ~Interrupt();
     bool happened() const;
 
   private:
-    struct sigaction before_;
+    std::vector<std::pair<int, struct sigaction>> before_;
 };
 
 }  // namespace cli

@@ -81,14 +81,13 @@ bool write_all(int file, const char* data, size_t size) {
     return true;
 }
 
+/// @param interrupt  what ends it early, if anything
 /// @return 0, or the error
-int copy_bytes(const std::string& from, int to, const Interrupt& interrupt) {
-    const Descriptor file(::open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    if (!file) return errno;
+int copy_bytes(int from, int to, const Interrupt* interrupt) {
     std::array<char, size_t{1} << 16U> part{};
     for (;;) {
-        const ssize_t size = ::read(file.get(), part.data(), part.size());
-        if (interrupt.happened()) return EINTR;
+        const ssize_t size = ::read(from, part.data(), part.size());
+        if (interrupt != nullptr && interrupt->happened()) return EINTR;
         if (size < 0) return errno;
         if (size == 0) return 0;
         if (!write_all(to, part.data(), static_cast<size_t>(size))) return errno;
@@ -110,11 +109,11 @@ bool is_of_the_system(fs::path path) {
 }
 
 /// A link to the report is another entry.
-bool is_same_entry(const std::string& one, const std::string& other) {
+bool is_entry_of(const std::string& path, int file) {
     struct stat a {
     }, b{};
-    return ::lstat(one.c_str(), &a) == 0 && ::lstat(other.c_str(), &b) == 0 &&
-           a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+    return ::lstat(path.c_str(), &a) == 0 && ::fstat(file, &b) == 0 && a.st_dev == b.st_dev &&
+           a.st_ino == b.st_ino;
 }
 
 }  // namespace
@@ -138,19 +137,20 @@ void refuse_existing(const std::string& path, bool force) {
     }
 }
 
-void copy_report(const std::string& report, const std::string& path, bool force,
+void copy_report(const MadeReport& report, const std::string& path, bool force,
                  const Interrupt& interrupt) {
-    if (is_same_entry(report, path)) return;
+    const int file = report.file.get();
+    if (is_entry_of(path, file)) return;
     refuse_existing(path, force);
-    Draft draft(path, report);
-    if (const int error = copy_bytes(report, draft.descriptor(), interrupt); error != 0)
-        fail_writing(path, report, error);
-    if (!draft.close() || !draft.publish(path, force)) fail_writing(path, report, errno);
+    Draft draft(path, report.path);
+    if (const int error = copy_bytes(file, draft.descriptor(), &interrupt); error != 0)
+        fail_writing(path, report.path, error);
+    if (!draft.close() || !draft.publish(path, force)) fail_writing(path, report.path, errno);
 }
 
-void print_report(const std::string& report, const Interrupt& interrupt) {
-    if (const int error = copy_bytes(report, STDOUT_FILENO, interrupt); error != 0)
-        fail_writing("The output", report, error);
+void print_report(const MadeReport& report) {
+    if (const int error = copy_bytes(report.file.get(), STDOUT_FILENO, nullptr); error != 0)
+        fail_writing("The output", report.path, error);
 }
 
 }  // namespace cli

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "interrupt.h"
+#include "report_making.h"
 
 namespace cli {
 
@@ -15,10 +16,10 @@ void refuse_existing(const std::string& path, bool force);
 /// Copies a report. It has its name once it is whole; when it cannot be, with Ctrl-C too, nothing
 /// of it stays. A link in its place is replaced, not followed.
 /// @throws Failure when it cannot be written, or is there already and `force` is not set
-void copy_report(const std::string& report, const std::string& path, bool force,
+void copy_report(const MadeReport& report, const std::string& path, bool force,
                  const Interrupt& interrupt);
 
 /// @throws Failure when not all of it can be written
-void print_report(const std::string& report, const Interrupt& interrupt);
+void print_report(const MadeReport& report);
 
 }  // namespace cli

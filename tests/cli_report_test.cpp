@@ -6,9 +6,12 @@
 #include <limits>
 #include <sstream>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <signal.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include "ssd_op.h"
 #include "support/appliance.h"
@@ -183,20 +186,83 @@ std::vector<pid_t> exporters() {
     return found;
 }
 
-TEST_F(RecordReports, AreWrittenToTheEndButNotCopiedAfterCtrlC) {
+TEST_F(RecordReports, AreWrittenToTheEndButNotCopiedAfterASignal) {
     const int record = store("interrupted");
     for (const int op : {10, 20, 30, 40}) add_ratio(record, op, 1000, 100'000, 1);
-    support::Child terminal([&] {
-        const Outcome result = shell(export_record(record, "--xlsx --output /tmp/reports/x"));
-        support::write_file("/tmp/reports/said", result.output);
-        return result.status;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        support::Child terminal([&] {
+            const Outcome result = shell(export_record(record, "--xlsx --output /tmp/reports/x"));
+            support::write_file("/tmp/reports/said", result.output);
+            return result.status;
+        });
+        ASSERT_TRUE(support::eventually([] { return exporters().size() == 2; }));
+        for (const pid_t exporter : exporters()) ::kill(exporter, signal);
+        EXPECT_EQ(terminal.wait(), support::exited(1)) << signal;
+        EXPECT_TRUE(exporters().empty());
+        EXPECT_THAT(read_file("/tmp/reports/said"), HasSubstr("The whole report lies in /tmp/SSD"));
+        EXPECT_EQ(std::distance(fs::directory_iterator("/tmp/reports"), {}), 1)
+            << "no part of a copy";
+    }
+}
+
+TEST_F(RecordReports, ThatNobodyReadsEndOnCtrlCAndKeepNobodyFromExporting) {
+    const int record = store("printed");
+    add_ratio(record, 10, 1000, 20'000, 1);
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    support::Child printing([&] {
+        ::dup2(ends[1], STDOUT_FILENO);
+        const std::string number = std::to_string(record);
+        ::execl("/opt/appliance/bin/ssd-op", "ssd-op", "export", number.c_str(), "--csv",
+                "--output", "-", nullptr);
+        return 1;
     });
-    ASSERT_TRUE(support::eventually([] { return exporters().size() == 2; }));
-    for (const pid_t exporter : exporters()) ::kill(exporter, SIGINT);
-    EXPECT_EQ(terminal.wait(), support::exited(1));
-    EXPECT_TRUE(exporters().empty());
-    EXPECT_THAT(read_file("/tmp/reports/said"), HasSubstr("The whole report lies in /tmp/SSD"));
-    EXPECT_EQ(std::distance(fs::directory_iterator("/tmp/reports"), {}), 1) << "no part of a copy";
+    const int full = ::fcntl(ends[0], F_GETPIPE_SZ);
+    int waiting = 0;
+    EXPECT_TRUE(support::eventually([&] {
+        ::ioctl(ends[0], FIONREAD, &waiting);
+        return waiting == full;
+    }));
+    EXPECT_EQ(shell(export_record(record, "--csv --output /tmp/reports/other")).status, 0);
+    printing.signal(SIGINT);
+    EXPECT_EQ(printing.wait(), support::killed(SIGINT));
+    for (const int end : ends) ::close(end);
+}
+
+TEST_F(RecordReports, AreTheRecordsOwnWhoeverElseExportsUnderTheirName) {
+    const int first = store("same");
+    const int second = store("same");
+    add_ratio(first, 10, 1111, 300'000, 1);
+    add_ratio(second, 10, 2222, 1, 0);
+    const auto result = [&](int record) { return record == first ? "1111.000000" : "2222.000000"; };
+    const auto export_often = [&](int record) {
+        const std::string to = "/tmp/reports/" + std::to_string(record);
+        for (int i = 0; i < 5; ++i) {
+            const Outcome made = shell(export_record(record, "--csv --force --output " + to));
+            if (made.status != 0) return 1;
+            if (read_file(to).find(result(record)) == std::string::npos) return 2;
+        }
+        return 0;
+    };
+    support::Child other([&] { return export_often(second); });
+    EXPECT_EQ(export_often(first), 0);
+    EXPECT_EQ(other.wait(), support::exited(0));
+
+    // Another front end, which waits for nobody and has reports ready all the time.
+    const std::string name = "/tmp/SSD over-provisioning test_same.csv";
+    fs::remove(name);
+    support::Child front_end([&] {
+        for (;; support::pause_for_milliseconds(1)) {
+            support::write_file("/tmp/another", "another's");
+            fs::rename("/tmp/another", name);
+        }
+        return 0;
+    });
+    ASSERT_TRUE(support::eventually([&] { return support::exists(name); }));
+    const Outcome lost = shell(export_record(first, "--csv --output /tmp/reports/lost"));
+    EXPECT_EQ(lost.status, 1);
+    EXPECT_THAT(lost.output, HasSubstr("Another program exports under the same name"));
+    EXPECT_FALSE(fs::exists("/tmp/reports/lost"));
 }
 
 TEST_F(RecordReports, ThatCannotBeWrittenSaySoAndLeaveNothing) {
