@@ -75,13 +75,33 @@ bool put_in_place(const std::string& scratch, const std::string& path) {
     return true;
 }
 
+/// A database in the making. Its names are made before anything else, so that it goes also when
+/// there is no memory left.
+class Scratch {
+  public:
+    explicit Scratch(const char* path)
+        : file_(std::string(path) + ".new"), journal_(file_ + "-journal") {
+        remove();
+    }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+    ~Scratch() { remove(); }
+    const std::string& file() const { return file_; }
+
+  private:
+    void remove() const {
+        ::unlink(file_.c_str());
+        ::unlink(journal_.c_str());
+    }
+
+    std::string file_;
+    std::string journal_;
+};
+
 bool create_database(const char* path) {
     const base::FileLock lock = base::FileLock::for_writing(kDatabaseLock);
-    const std::string scratch = std::string(path) + ".new";
-    remove_database_file(scratch.c_str());
-    if (create_in(scratch, path) && put_in_place(scratch, path)) return true;
-    remove_database_file(scratch.c_str());
-    return false;
+    const Scratch scratch(path);
+    return create_in(scratch.file(), path) && put_in_place(scratch.file(), path);
 }
 
 }  // namespace
