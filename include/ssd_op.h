@@ -1041,8 +1041,8 @@ SSD_OP_API int SSD_OP_Test_Export_CSV(int record_no, char *path, int path_size);
  * A sheet has room for 16,381 samples of a ratio. Samples beyond are left out, which is traced; the
  * CSV report has them. Results that cannot be read show as "NG!!!", the samples of a ratio as
  * "No Data.". The curve of a ratio without samples is empty, and so is the first chart without
- * results; the other three are left out when no ratio has a curve. What a workbook cannot hold, such
- * as bytes that are not UTF-8, is replaced by U+FFFD.
+ * results; the other three are left out when no ratio has a curve. What a workbook cannot hold,
+ * such as bytes that are not UTF-8, is replaced by U+FFFD.
  *
  * It is made in memory, which takes about 220 bytes for each number that stands on the sheet for
  * the samples, three of each. For more than 500,000 it is written row by row instead, in a few

@@ -81,7 +81,7 @@ make_environment() {
         PS1='[\u@\h \w]\$ '
     )
     local name
-    for name in TERM COLUMNS LINES NO_COLOR "${!GTEST_@}" "${!RANDOM_@}" "${!ASAN_@}" "${!UBSAN_@}" "${!LSAN_@}"; do
+    for name in TERM COLUMNS LINES NO_COLOR "${!GTEST_@}" "${!RANDOM_@}" "${!SWEEP_@}" "${!TOGETHER_@}" "${!ASAN_@}" "${!UBSAN_@}" "${!LSAN_@}"; do
         [[ ! -v $name ]] || environment+=("$name=${!name}")
     done
     # The clock's library comes before the sanitizer's; that order is fine.

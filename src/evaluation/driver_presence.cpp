@@ -42,7 +42,7 @@ std::optional<std::string> stat_of(pid_t pid) {
 /// cannot be told.
 std::optional<std::string> mark_of(pid_t pid) {
     constexpr int kFieldsToStart = 20;  // behind the name, which may hold blanks and brackets
-    const std::optional<std::string> stat = stat_of(pid);
+    std::optional<std::string> stat = stat_of(pid);
     if (!stat || stat->empty()) return stat;
     const size_t name_end = stat->rfind(')');
     if (name_end == std::string::npos) return std::nullopt;

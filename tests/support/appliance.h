@@ -114,11 +114,12 @@ class ApplianceTest : public ::testing::Test {
     ~ApplianceTest() override;
     Appliance& appliance() { return appliance_; }
 
+    /// Processes that the test, or what it called, left running.
+    std::vector<ProcessInfo> what_runs() const;
     /// Ends what still runs, for a test that leaves something behind on purpose.
     void end_what_runs();
 
   private:
-    std::vector<ProcessInfo> what_runs() const;
     bool is_the_appliances_own(const ProcessInfo& process) const;
 
     std::set<pid_t> there_before_;

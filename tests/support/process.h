@@ -69,8 +69,8 @@ std::vector<ProcessInfo> processes();
 std::vector<ProcessInfo> children();
 std::ostream& operator<<(std::ostream& out, const ProcessInfo& process);
 
-/// Polls until the condition holds; false when it does not within a minute of the wall's clock, which
-/// a busy machine has, too.
+/// Polls until the condition holds; false when it does not within a minute of the wall's clock,
+/// which a busy machine has, too.
 bool eventually(const std::function<bool()>& condition);
 
 /// The same within that many seconds of the appliance's clock, which is a fast one in tests.
