@@ -17,13 +17,17 @@ namespace ssd_op::db {
 
 namespace {
 
-constexpr int kCreationBusyTimeoutMs = 20000;
+constexpr int kBusyTimeoutMs = 20000;
 
 /// As sqlite3_open does it, save that the connection has no mutex of its own: it never leaves the
 /// function that opened it, and taking one for each column read costs as much as the reading.
 int open_connection(const char* path, sqlite3** db) {
     constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-    return sqlite3_open_v2(path, db, kFlags, nullptr);
+    const int result = sqlite3_open_v2(path, db, kFlags, nullptr);
+    // A process that is killed gives up the library's lock before SQLite's: its files are closed in
+    // the order in which they were opened.
+    if (result == SQLITE_OK) sqlite3_busy_timeout(*db, kBusyTimeoutMs);
+    return result;
 }
 
 bool is_filled_file(const char* path) {
@@ -32,10 +36,9 @@ bool is_filled_file(const char* path) {
 }
 
 bool set_up_connection(sqlite3* db) {
-    const int timeout = sqlite3_busy_timeout(db, kCreationBusyTimeoutMs);
     const int page_size = execute(db, "PRAGMA page_size = 2048;");
     const int foreign_keys = execute(db, "PRAGMA foreign_keys = ON;");
-    return (timeout | page_size | foreign_keys) == SQLITE_OK;
+    return (page_size | foreign_keys) == SQLITE_OK;
 }
 
 bool create_tables(sqlite3* db) {
