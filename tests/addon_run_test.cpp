@@ -311,8 +311,10 @@ TEST_F(AddonRun, IsFoundAndKilledByAStop) {
 TEST_F(AddonRun, TakesItsChildrenWithItHoweverItIsEnded) {
     for (const int signal : {SIGKILL, SIGTERM}) {
         auto run = start({});
-        ASSERT_TRUE(support::eventually([&] { return works_on_volume("fio"); }));
-        ASSERT_TRUE(works_on_volume("SOPT.sh"));
+        ASSERT_TRUE(support::eventually([&] {
+            return works_on_volume("fio") && works_on_volume("SOPT.sh");
+        })) << "before signal "
+            << signal;
         run.signal(signal);
         EXPECT_EQ(run.wait(), signal == SIGKILL ? support::killed(signal) : exited(128 + signal));
         // Far sooner than the run would have ended by itself.
