@@ -15,7 +15,7 @@ Interrupt::Interrupt(std::initializer_list<int> signals) {
     for (const int signal : signals) {
         struct sigaction before {};
         ::sigaction(signal, nullptr, &before);
-        if (before.sa_handler == SIG_IGN) continue;
+        if (signal == SIGHUP && before.sa_handler == SIG_IGN) continue;
         before_.emplace_back(signal, before);
         ::sigaction(signal, &action, nullptr);
     }

@@ -8,8 +8,8 @@
 namespace cli {
 
 /// While it lives, Ctrl-C, or one of the signals that it is given, sets a mark instead of ending
-/// the program, and cuts sleeps short. A signal that was ignored before, as nohup does it, stays
-/// so.
+/// the program, and cuts sleeps short. SIGHUP that was ignored before, as nohup does it, stays so;
+/// a Ctrl-C that a shell has its background jobs ignore ends a watch all the same.
 class Interrupt {
   public:
     explicit Interrupt(std::initializer_list<int> signals = {SIGINT});
