@@ -10,9 +10,7 @@
 #include <unistd.h>
 
 #include "base/boundary.h"
-#include "base/file_lock.h"
 #include "base/owners.h"
-#include "platform/ini.h"
 #include "runtime/state_section.h"
 
 namespace ssd_op::evaluation {
@@ -22,8 +20,6 @@ namespace {
 constexpr const char* kKey = "driver";
 constexpr int kTries = 5;
 constexpr int kPauseMicroseconds = 250'000;
-
-std::string section_of(int record_no) { return "Record_" + std::to_string(record_no); }
 
 /// A process's line of /proc: empty when there is none, nothing when that cannot be told.
 std::optional<std::string> stat_of(pid_t pid) {
@@ -55,22 +51,10 @@ std::optional<std::string> mark_of(pid_t pid) {
     return state == "Z" || state == "X" ? std::string() : std::to_string(pid) + ' ' + field;
 }
 
-bool write_mark(int record_no, const std::string& mark) {
-    const std::string section = section_of(record_no);
-    const auto lock = base::FileLock::for_writing(runtime::kRuntimeInfoFile);
-    return Ini_Conf_Set_Field(runtime::kRuntimeInfoFile, section.c_str(), kKey, mark.c_str()) >= 0;
-}
-
-bool read_mark(int record_no, char (&mark)[64]) {
-    const std::string section = section_of(record_no);
-    const auto lock = base::FileLock::for_reading(runtime::kRuntimeInfoFile);
-    return Ini_Conf_Get_Field(runtime::kRuntimeInfoFile, section.c_str(), kKey, mark,
-                              sizeof mark) >= 0;
-}
-
 Driver whose_mark(int record_no) {
     char announced[64] = "";
-    if (!read_mark(record_no, announced)) return Driver::kUnknown;
+    if (runtime::runtime_info(record_no).read_text(kKey, announced, sizeof announced) != 0)
+        return Driver::kUnknown;
     int pid = 0;
     unsigned long long start = 0;
     if (std::sscanf(announced, "%d %llu", &pid, &start) != 2 || pid < 1 ||
@@ -87,7 +71,8 @@ bool announce_driver(int record_no, pid_t pid) noexcept {
     return base::guarded(__func__, false, [&] {
         const std::optional<std::string> mark = mark_of(pid);
         if (!mark || mark->empty()) return false;
-        for (int tries = 1; !write_mark(record_no, *mark); ++tries) {
+        const runtime::StateSection info = runtime::runtime_info(record_no);
+        for (int tries = 1; info.write_text(kKey, mark->c_str()) != 0; ++tries) {
             if (tries == kTries) return false;
             ::usleep(kPauseMicroseconds);
         }

@@ -42,6 +42,7 @@ class RecordStop {
 
   private:
     enum class Group { kOwn, kMissing, kOthers, kUnknown };
+    Group whose(const ssd_op_db_raid_conf& group) const;
     Group look_at(const ssd_op_db_raid_conf& group) const;
     bool is_whole(const ssd_op_db_raid_conf& group) const;
     bool all_are_whole() const;
@@ -90,23 +91,28 @@ int RecordStop::stop(int old_status, int old_step_progress) {
     return result_;
 }
 
-RecordStop::Group RecordStop::look_at(const ssd_op_db_raid_conf& group) const {
-    if (RAID_Is_Exist(group.raid_id) == 0) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: RAID(%d) is nt exist.\n", kFunction, group.raid_id);
-        return Group::kMissing;
-    }
+RecordStop::Group RecordStop::whose(const ssd_op_db_raid_conf& group) const {
+    if (RAID_Is_Exist(group.raid_id) == 0) return Group::kMissing;
     const auto newer = db::newer_record_has_group(record_.record_no, group.raid_id);
     if (!newer) return Group::kUnknown;
-    if (!*newer && members_of(group) != Members::kOthers) return Group::kOwn;
-    SM_TRACE(SM_TRACE_ERROR, "%s: RAID(%d) is not record(%d)'s any more.\n", kFunction,
-             group.raid_id, record_.record_no);
-    return Group::kOthers;
+    return *newer || members_of(group) == Members::kOthers ? Group::kOthers : Group::kOwn;
+}
+
+/// The same, and says in the trace why a group is left alone.
+RecordStop::Group RecordStop::look_at(const ssd_op_db_raid_conf& group) const {
+    const Group found = whose(group);
+    if (found == Group::kMissing)
+        SM_TRACE(SM_TRACE_ERROR, "%s: RAID(%d) is nt exist.\n", kFunction, group.raid_id);
+    if (found == Group::kOthers)
+        SM_TRACE(SM_TRACE_ERROR, "%s: RAID(%d) is not record(%d)'s any more.\n", kFunction,
+                 group.raid_id, record_.record_no);
+    return found;
 }
 
 /// Certain enough to take a group away. A number that nothing was made of yet was never given back
 /// when the driver died.
 bool RecordStop::is_whole(const ssd_op_db_raid_conf& group) const {
-    if (look_at(group) != Group::kOwn) return false;
+    if (whose(group) != Group::kOwn) return false;
     const Members members = members_of(group);
     return members == Members::kAll || (members == Members::kNone && record_.end_time == 0);
 }
