@@ -8,7 +8,6 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "db/database.h"
 #include "support/appliance.h"
 #include "support/evaluation.h"
 
@@ -191,11 +190,6 @@ TEST_F(Driver, LeavesItToTheScriptToRefuseRatiosThatLeadNowhere) {
 /// that it does not have, and it has the last word when it can be written again.
 TEST_F(Driver, AStatusThatCannotBeWrittenIsNeitherReportedNorLost) {
     const auto forbid = [&](const char* from, const char* to) {
-        const ssd_op::base::FileLock lock =
-            ssd_op::base::FileLock::for_writing(ssd_op::db::kDatabaseLock);
-        sqlite3* raw = nullptr;
-        ASSERT_EQ(sqlite3_open(appliance().database().c_str(), &raw), SQLITE_OK);
-        const ssd_op::db::Connection connection(raw);
         const std::string trigger = from == nullptr
                                         ? "DROP TRIGGER forbidden"
                                         : std::string(
@@ -203,7 +197,7 @@ TEST_F(Driver, AStatusThatCannotBeWrittenIsNeitherReportedNorLost) {
                                               "TEST_RECORD WHEN old.status=") +
                                               from + " AND new.status=" + to +
                                               " BEGIN SELECT RAISE(ABORT, 'forbidden'); END";
-        ASSERT_EQ(sqlite3_exec(raw, trigger.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+        change_database(appliance().database(), trigger);
     };
     struct Case {
         const char *from, *to;
@@ -349,14 +343,7 @@ TEST_F(Driver, ResultsThatCannotBeStoredFailTheRunButNotTheRecord) {
     plant_test_script("while [ ! -e /tmp/go_on ]; do sleep 1; done");
     auto run = evaluating(groups);
     ASSERT_TRUE(reaches(1, SSD_OP_TEST_STATUS_TESTING));
-    {
-        const ssd_op::base::FileLock lock =
-            ssd_op::base::FileLock::for_writing(ssd_op::db::kDatabaseLock);
-        sqlite3* raw = nullptr;
-        ASSERT_EQ(sqlite3_open(appliance().database().c_str(), &raw), SQLITE_OK);
-        const ssd_op::db::Connection connection(raw);
-        ASSERT_EQ(sqlite3_exec(raw, "DROP TABLE TEST_DATA", nullptr, nullptr, nullptr), SQLITE_OK);
-    }
+    change_database(appliance().database(), "DROP TABLE TEST_DATA");
     write_file("/tmp/go_on", "");
     EXPECT_EQ(run->wait(), exited(1));
     EXPECT_TRUE(appliance().traced("Fail to save test result!"));

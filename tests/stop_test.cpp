@@ -15,7 +15,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "db/database.h"
 #include "evaluation/stop_programs.h"
 #include "platform/ini.h"
 #include "runtime/state_section.h"
@@ -425,19 +424,9 @@ TEST_F(Stop, FindsWhatRunsAmongAnyNumberOfRecords) {
     Groups groups(1, {0, 1});
     groups.numbered(900);
     new_record(groups, SSD_OP_TEST_STATUS_COMPLETED);
-    {
-        const ssd_op::base::FileLock lock =
-            ssd_op::base::FileLock::for_writing(ssd_op::db::kDatabaseLock);
-        sqlite3* raw = nullptr;
-        ASSERT_EQ(sqlite3_open(appliance().database().c_str(), &raw), SQLITE_OK);
-        const ssd_op::db::Connection connection(raw);
-        ASSERT_EQ(sqlite3_exec(raw,
-                               "WITH RECURSIVE n(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM n "
-                               "WHERE i < 300) INSERT INTO TEST_RECORD (record_no, status) "
-                               "SELECT i, 4 FROM n",
-                               nullptr, nullptr, nullptr),
-                  SQLITE_OK);
-    }
+    change_database(appliance().database(),
+                    "WITH RECURSIVE n(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM n WHERE i < 300) "
+                    "INSERT INTO TEST_RECORD (record_no, status) SELECT i, 4 FROM n");
     const int record_no = new_record(groups, SSD_OP_TEST_STATUS_TESTING)->record_no;
     EXPECT_EQ(record_no, 301);
     EXPECT_EQ(NAS_SSD_OP_Test_Stop(nullptr, 0, SSD_OP_ALL_RECORDS, -1, 0, SSD_OP_STOP_BY_USER), 0);

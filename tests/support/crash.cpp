@@ -1,15 +1,12 @@
 #include "support/crash.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <map>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -27,24 +24,11 @@
 #include <unistd.h>
 
 #include "core/state.h"
+#include "support/tracee.h"
 
 namespace support {
 
 namespace {
-
-std::string path_of_descriptor(pid_t pid, uint64_t fd) {
-    std::error_code none;
-    return std::filesystem::read_symlink(
-        "/proc/" + std::to_string(pid) + "/fd/" + std::to_string(fd), none);
-}
-
-std::string text_at(pid_t pid, uint64_t address) {
-    std::array<char, 256> text{};
-    iovec local{text.data(), text.size() - 1};
-    iovec remote{reinterpret_cast<void*>(address), text.size() - 1};
-    ::process_vm_readv(pid, &local, 1, &remote, 1, 0);
-    return text.data();
-}
 
 /// What may change a file, with the argument that tells which.
 enum class Names { kDescriptor, kPath };

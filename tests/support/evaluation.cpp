@@ -5,8 +5,11 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include <SQLiteCpp/SQLiteCpp.h>
+
 #include "base/text.h"
 #include "core/blueprint.h"
+#include "db/database.h"
 #include "support/files.h"
 
 namespace support {
@@ -76,6 +79,11 @@ Record read_record(int record_no) {
 }
 
 int status_of(int record_no) { return SSD_OP_DB_Query_Record_Status(record_no); }
+
+void change_database(const std::string& path, const std::string& statements) {
+    const auto lock = ssd_op::base::FileLock::for_writing(ssd_op::db::kDatabaseLock);
+    SQLite::Database(path, SQLite::OPEN_READWRITE).exec(statements);
+}
 
 int make_storage(Groups& groups) {
     POOL_CREATE_OPTIONS options{};

@@ -41,6 +41,10 @@ Record new_record(Groups& groups, int status, int stop_service = 0);
 Record read_record(int record_no);
 int status_of(int record_no);
 
+/// Runs statements on the database while evaluations use it: under the lock of the library.
+/// @throws SQLite::Exception when one fails
+void change_database(const std::string& path, const std::string& statements);
+
 /// Makes groups, pool and test volume as they are during a test. Returns the volume's id.
 int make_storage(Groups& groups);
 std::string volume_name(int lv_id);

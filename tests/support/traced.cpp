@@ -1,44 +1,27 @@
 #include "support/traced.h"
 
-#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
-#include <sys/uio.h>
 #include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "core/state.h"
+#include "support/tracee.h"
 
 namespace support {
 
 namespace {
 
 using Kind = SystemCall::Kind;
-
-std::string path_of_descriptor(pid_t pid, uint64_t fd) {
-    std::error_code none;
-    return std::filesystem::read_symlink(
-        "/proc/" + std::to_string(pid) + "/fd/" + std::to_string(fd), none);
-}
-
-std::string text_at(pid_t pid, uint64_t address) {
-    std::array<char, 256> text{};
-    iovec local{text.data(), text.size() - 1};
-    iovec remote{reinterpret_cast<void*>(address), text.size() - 1};
-    ::process_vm_readv(pid, &local, 1, &remote, 1, 0);
-    return text.data();
-}
 
 Kind kind_of_opening(uint64_t flags) {
     return (flags & O_CREAT) != 0 ? Kind::kCreate : Kind::kOpen;
