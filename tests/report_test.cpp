@@ -632,15 +632,17 @@ TEST_F(Report, RemovesWhatAKilledOneLeft) {
     fs::create_symlink("/root/victim", "/tmp/.ssd_op_report.a_link");
     ASSERT_EQ(mkfifo("/tmp/.ssd_op_report.a_fifo", 0600), 0);
     // A report that is being written while another one is made.
-    appliance().slow("PD_Get_Log_Name", support::Nth(1), 200'000);
-    support::Child other([&] { return csv(); });
-    ASSERT_TRUE(support::eventually([&] {
+    support::Watched other([&] { csv(); });
+    const auto is_being_written = [&] {
         const Lines now = reports();
         return now.size() == 3 && std::ranges::find(now, left[0]) == now.end();
-    }));
+    };
+    while (other.next_change("ssd_op_report") && !is_being_written()) {
+    }
+    ASSERT_TRUE(is_being_written());
     EXPECT_EQ(xlsx(), 0);
-    EXPECT_TRUE(other.running());
-    EXPECT_EQ(other.wait(), support::exited(0));
+    other.run_to_end();
+    EXPECT_TRUE(other.came_through());
     EXPECT_THAT(reports(), UnorderedElementsAre("SSD over-provisioning test_T.csv",
                                                 "SSD over-provisioning test_T.xlsx",
                                                 ".ssd_op_report.a_link", ".ssd_op_report.a_fifo"));
