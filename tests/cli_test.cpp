@@ -285,7 +285,7 @@ TEST_F(Running, IsStoppedToTheEndInSpiteOfCtrlC) {
 }
 
 TEST_F(Running, IsRefusedDeletionWhileItStillCloses) {
-    appliance().slow("NAS_Pool_Remove", Nth(1), 400'000);
+    appliance().slow("NAS_Pool_Remove", Nth(1), 1'000'000);
     EXPECT_EQ(parsed("stop 1 --keep-storage")[0]["closing"], true);
     const Outcome refused = run("delete 1 --yes");
     EXPECT_EQ(refused.status, 3);

@@ -142,7 +142,7 @@ TEST_F(Database, IsLookedForAgainOnceItMayBeMoved) {
     set_free_space(0, 100'000);
     ASSERT_EQ(SSD_OP_DB_Query_Record_Count(), 0);
     set_free_space(200'000, 1);
-    appliance().slow("Ini_Conf_Write_Lock_File", support::Nth(1), 100'000);
+    appliance().slow("Ini_Conf_Write_Lock_File", support::Nth(1), 400'000);
     const int looks = appliance().journal().count("Volume_Is_Mount");
     support::Child late([] { return SSD_OP_DB_Set_Location(SSD_OP_DB_LOCATION_VOLUME); });
     ASSERT_TRUE(support::eventually(
