@@ -6,7 +6,10 @@ add_compile_options(-Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wno-
 # g++ 12 sees overlapping copies in "text" + std::string where there are none, when it optimises for
 # speed. (clang-tidy, which reads the flags of everyday builds, does not know the option.)
 add_compile_options($<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CONFIG:Release>>:-Wno-restrict>)
-add_link_options(-Wl,-z,relro,-z,now -Wl,--no-undefined)
+add_link_options(-Wl,-z,relro,-z,now)
+if(NOT SSD_OP_FUZZ) # a fuzzer holds what its libraries want of the sanitizers
+    add_link_options(-Wl,--no-undefined)
+endif()
 
 find_program(CCACHE ccache)
 if(CCACHE)
@@ -14,7 +17,7 @@ if(CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
-if(SSD_OP_SANITIZE)
+if(SSD_OP_SANITIZE OR SSD_OP_FUZZ)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                         -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)

@@ -62,9 +62,9 @@ make_sandbox_options() {
     sandbox_options+=(--chdir /root)
 }
 
-# Programs of a coverage build write their counters beside the objects.
+# Programs of a coverage build write their counters beside the objects, fuzzers what they found.
 build_access() {
-    if built_with SSD_OP_COVERAGE; then echo --bind; else echo --ro-bind; fi
+    if built_with SSD_OP_COVERAGE || built_with SSD_OP_FUZZ; then echo --bind; else echo --ro-bind; fi
 }
 
 built_with() {

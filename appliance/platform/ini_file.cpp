@@ -37,7 +37,7 @@ bool fits_one_line(std::string_view text) {
 }
 
 bool is_section_name(std::string_view name) {
-    return !name.empty() && fits_one_line(name) && !name.ends_with(']') &&
+    return !name.empty() && fits_one_line(name) && name.find(']') == std::string_view::npos &&
            !is_blank(name.front()) && !is_blank(name.back());
 }
 
