@@ -9,8 +9,8 @@
  *
  * Sections and keys are found without regard to case. A value is any text on one line: it comes
  * back byte for byte, blanks and quotes at its ends included. A value, key or section with a line
- * break is refused, and so is what would read as something else: a section with a ] in it, a key with
- * an equals sign in it or one of [ ; # at its start.
+ * break is refused, and so is what would read as something else: a section with a ] in it, a key
+ * with an equals sign in it or one of [ ; # at its start.
  */
 #ifndef PLATFORM_INI_H
 #define PLATFORM_INI_H
