@@ -459,7 +459,8 @@ SSD_OP_API int SSD_OP_DB_Update_Test_Result(int record_no, int percentage, long 
                                             long double result_2);
 
 /**
- * Import the runtime report of one ratio. Rows that are there already stay.
+ * Import the runtime report of one ratio. Rows that are there already stay. When the database
+ * cannot tell the order of the table's columns the import fails, whatever the file has.
  *
  * @param report_csv   path of the file. Fields of a line: time_slap, result, two that are not
  *                     stored, write_amount.
@@ -473,7 +474,8 @@ SSD_OP_API int SSD_OP_DB_Update_Runtime_Report(int record_no, int percentage,
 
 /**
  * Import the temperature samples of one ratio, in place of those that the record's drives have for
- * it. When the file cannot be imported the ratio is left without samples.
+ * it. When the file cannot be imported the ratio is left without samples; when those of before
+ * cannot be removed, the import fails and they stay, so that no sample is there twice.
  *
  * @param runtime_csv  path of the file. Fields of a line: time_slap, the drive's dev_id, its
  *                     number from SSD_OP_DB_Query_SSD_Select_No, temperature.
@@ -1047,7 +1049,8 @@ SSD_OP_API int SSD_OP_Test_Export_CSV(int record_no, char *path, int path_size);
  * It is made in memory, which takes about 220 bytes for each number that stands on the sheet for
  * the samples, three of each. For more than 500,000 it is written row by row instead, in a few
  * megabytes: its charts then have no copy of their points, and only programs that read the cells
- * show curves.
+ * show curves. It is made in a child process, which this call waits for: the library that lays it
+ * out may end its process when memory is short. No child: no workbook.
  */
 SSD_OP_API int SSD_OP_Test_Export_XLSX(int record_no, char *path, int path_size);
 

@@ -14,9 +14,9 @@
 
 #include "ssd_op.h"
 #include "support/appliance.h"
-#include "support/crash.h"
 #include "support/faulty_files.h"
 #include "support/records.h"
+#include "support/traced.h"
 
 namespace {
 
@@ -35,7 +35,7 @@ constexpr int kLookMilliseconds = 30;
 struct Blow {
     enum class At { kMover, kCommand } at;
     enum class Mover { kDies, kLives } mover;
-    std::function<void(support::Watched&, const support::Watched::Change&)> strike;
+    std::function<void(support::Traced&, const support::SystemCall&)> strike;
 };
 
 const std::string& path_of(int location) {
@@ -130,11 +130,11 @@ class Move : public support::ApplianceTest {
     /// False when there are fewer changes.
     bool strike(int to, const Blow& blow, int n) {
         put_at(other(to));
-        support::Watched move([to] {
+        support::Traced move([to] {
             const bool has_moved = SSD_OP_DB_Set_Location(to) == 0;
             if (has_moved != (location() == to)) ::abort();
         });
-        std::optional<support::Watched::Change> change;
+        std::optional<support::SystemCall> change;
         for (int count = 0; count < n;) {
             change = move.next_change(kFolder);
             if (!change) return false;

@@ -408,7 +408,7 @@ TEST_F(Stop, OfAnEndedRecordTakesNothingThatIsOthersOrInTheMaking) {
 
     // A driver that makes the pool when its record is stopped.
     make_quick();
-    appliance().slow("NAS_Pool_Create", Nth(1), 600'000);
+    appliance().slow("NAS_Pool_Create", Nth(1), 1'200'000);
     Groups groups(1, {0, 1});
     RunningEvaluation evaluation(groups, request(0, 20, 10));
     ASSERT_TRUE(eventually([&] { return evaluation.step_progress() >= 78; }));

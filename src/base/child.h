@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -50,5 +52,10 @@ class Child {
   private:
     pid_t pid_;
 };
+
+/// Does work in a child, because the work may end the process that it is done in. Whether it came
+/// to its end and succeeded, and no more comes of it: neither memory nor descriptors. The child
+/// dies with the thread that waits for it, and leaves no core file.
+bool succeeds_in_child(const char* function, const std::function<bool()>& work);
 
 }  // namespace ssd_op::base

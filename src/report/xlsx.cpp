@@ -4,10 +4,12 @@
 
 #include <xlsxwriter.h>
 
+#include "base/child.h"
 #include "report/export.h"
 #include "report/xlsx_charts.h"
 #include "report/xlsx_sheet.h"
 
+namespace base = ssd_op::base;
 namespace db = ssd_op::db;
 namespace report = ssd_op::report;
 
@@ -198,7 +200,11 @@ int SSD_OP_Test_Export_XLSX(int record_no, char* path, int path_size) {
     const char* function = __func__;
     return report::export_record({function, record_no, path, path_size}, ".xlsx",
                                  [&](ssd_op_db_record& record, const report::ReportFile& file) {
-                                     return write_workbook(function, record, record_no,
-                                                           file.working_path());
+                                     // The workbook library may end its process when it gets no
+                                     // memory.
+                                     return base::succeeds_in_child(function, [&] {
+                                         return write_workbook(function, record, record_no,
+                                                               file.working_path());
+                                     });
                                  });
 }

@@ -3,9 +3,6 @@
 #include <cmath>
 #include <new>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include "report/xlsx_check.h"
 #include "report/xlsx_text.h"
 
@@ -34,26 +31,10 @@ lxw_workbook* new_workbook(const char* path, bool row_by_row) {
 
 }  // namespace
 
-RowFile::RowFile(std::FILE* file)
-    : file_(file), descriptor_(::fileno(file)), same_(::fcntl(descriptor_, F_DUPFD_CLOEXEC, 0)) {
-    if (same_) return;
-    std::fclose(file_);
-    throw std::bad_alloc();
-}
-
-RowFile::~RowFile() {
-    struct stat there {
-    }, same{};
-    if (::fstat(descriptor_, &there) == 0 && ::fstat(same_.get(), &same) == 0 &&
-        there.st_dev == same.st_dev && there.st_ino == same.st_ino)
-        std::fclose(file_);
-}
-
 Sheet::Sheet(const char* path, uint64_t numbers)
     : path_(path),
       workbook_(new_workbook(path, numbers > kMostNumbersKept)),
       sheet_(made(workbook_add_worksheet(workbook_.get(), nullptr))) {
-    if (sheet_->optimize_tmpfile != nullptr) rows_.emplace(sheet_->optimize_tmpfile);
     title_format_ = made(workbook_add_format(workbook_.get()));
     label_format_ = made(workbook_add_format(workbook_.get()));
     format_set_bold(title_format_);

@@ -1,34 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include <xlsxwriter.h>
 
-#include "base/owners.h"
 #include "report/plain_locale.h"
 
 namespace ssd_op::report {
-
-/// The workbook library's temporary file of a sheet's rows. The library closes it when it makes the
-/// sheet of it, and not at all when it does not come to that.
-class RowFile {
-  public:
-    /// @throws std::bad_alloc
-    explicit RowFile(std::FILE* file);
-    RowFile(const RowFile&) = delete;
-    RowFile& operator=(const RowFile&) = delete;
-    ~RowFile();
-
-  private:
-    std::FILE* file_;  // not to be touched once the library has closed it
-    int descriptor_;
-    base::Descriptor same_;  // keeps the file, so that no other can be taken for it
-};
 
 /// A workbook with one sheet, in the making. Rows are written from top to bottom.
 ///
@@ -36,7 +17,8 @@ class RowFile {
 /// and texts are shared. Of a large sheet, which would take too much memory, a finished row goes to
 /// a file of the library's at once; its charts refer to the cells alone.
 ///
-/// A failed step is remembered; the rest may go on, and close() tells.
+/// A failed step is remembered; the rest may go on, and close() tells. It is made in a process of
+/// its own: without memory the library may end that, or keep what it has opened.
 class Sheet {
   public:
     /// @param numbers  about how many numbers the sheet will have, which is what makes it large
@@ -84,7 +66,6 @@ class Sheet {
     std::string path_;
     std::unique_ptr<lxw_workbook, FreeWorkbook> workbook_;
     lxw_worksheet* sheet_;
-    std::optional<RowFile> rows_;
     lxw_format* title_format_;
     lxw_format* label_format_;
     uint64_t cells_ = 0;

@@ -129,8 +129,9 @@ int error_of(Fault fault, const SystemCall& call) {
     using Kind = SystemCall::Kind;
     if (fault == Fault::kProcess) return call.kind == Kind::kProcess ? EAGAIN : 0;
     if (!is_the_librarys(call.path)) return 0;
-    const bool writes = call.kind == Kind::kCreate || call.kind == Kind::kWrite ||
-                        call.kind == Kind::kSync || call.kind == Kind::kRename;
+    const bool writes = call.kind == Kind::kCreate || call.kind == Kind::kMakeDirectory ||
+                        call.kind == Kind::kWrite || call.kind == Kind::kSync ||
+                        call.kind == Kind::kRename;
     if (fault == Fault::kFullDisk) return writes ? ENOSPC : 0;
     const bool reads = call.kind == Kind::kOpen || call.kind == Kind::kRead;
     // A working file that cannot be removed stays, of course.
@@ -151,7 +152,7 @@ CallOutcome call_with_failing_system_call(const SweptCall& swept, Fault fault, L
         ++met;
         if (lasting == Lasting::kOnce ? met != n : met < n) continue;
         if (met == n) failed = call->path;
-        child.fail(error);
+        child.fail(call->process, error);
     }
     if (!child.came_through()) shared->came_back = false;
     return outcome_of(shared, met >= n, failed);

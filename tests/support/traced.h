@@ -1,7 +1,8 @@
-/// A child process that is stopped at its system calls.
+/// Processes that stop at their system calls, and can be failed or killed there.
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -9,50 +10,53 @@
 
 namespace support {
 
-/// One system call that a traced child is about to make.
+/// One system call that a traced process is about to make.
 struct SystemCall {
     enum class Kind {
-        kOther,
         kOpen,
-        kCreate,  ///< an open that makes the file when it is not there, or the making of a
-                  ///< directory
+        kCreate,  ///< an open that makes the file when it is not there
+        kMakeDirectory,
         kRead,
         kWrite,  ///< also a change of the file's size
         kSync,
+        kLink,
         kRename,
         kRemove,
         kProcess,  ///< a new process
     };
-    Kind kind = Kind::kOther;
+    Kind kind;
     std::string path;  ///< of the file it is about
+    pid_t process;
 };
 
-/// Runs a function in a child, one system call after the other. The child's own children run
-/// freely.
+/// Whether files, or what is in them, may be others after the call.
+bool changes_files(const SystemCall& call);
+
+/// A child that runs a function, with every process that comes of it.
 class Traced {
   public:
     /// @throws std::runtime_error when the child cannot be watched, like all that follow
     explicit Traced(const std::function<void()>& body);
-    Traced(const Traced&) = delete;
-    Traced& operator=(const Traced&) = delete;
-    ~Traced();  ///< kills it when it has not ended
+    ~Traced();  ///< kills what has not ended
 
-    /// Runs on to the next system call of a kind that is known; none: the child has ended.
+    pid_t child() const;
+    /// Runs on to the next system call of a kind that is known, at which its process stops; none:
+    /// all have ended.
     std::optional<SystemCall> next();
-    /// Lets the call at which the child stands fail with this error.
-    void fail(int error);
-
-    /// It ended by itself, with status 0.
+    /// The same, to the next call that changes files and whose path holds `in_path`.
+    std::optional<SystemCall> next_change(const std::string& in_path);
+    /// Has the call at which one of them stands fail with this error, without doing anything.
+    void fail(pid_t process, int error);
+    /// Kills one of them, which is gone then.
+    void kill(pid_t process);
+    /// Lets those that are left come to their end.
+    void run_to_end();
+    /// The child ended by itself, with status 0.
     bool came_through() const;
 
   private:
-    void resume();
-    void wait();
-
-    pid_t pid_;
-    int status_ = 0;
-    int signal_ = 0;  ///< to be delivered
-    bool ended_ = false;
+    class Impl;
+    std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace support
