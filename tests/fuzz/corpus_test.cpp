@@ -12,7 +12,8 @@ using Read = int(const uint8_t* data, size_t size);
 
 extern "C" {
 Read fuzz_database_bytes, fuzz_database_values, fuzz_fio_summary, fuzz_ini_file, fuzz_message,
-    fuzz_runtime_report, fuzz_runtime_state, fuzz_script_status, fuzz_skip_list, fuzz_temperatures;
+    fuzz_runtime_report, fuzz_runtime_state, fuzz_script_status, fuzz_skip_list, fuzz_temperatures,
+    fuzz_time_left;
 }
 
 namespace {
@@ -48,7 +49,8 @@ INSTANTIATE_TEST_SUITE_P(Every, FuzzCorpus,
                                            Target{"runtime_state", fuzz_runtime_state},
                                            Target{"script_status", fuzz_script_status},
                                            Target{"skip_list", fuzz_skip_list},
-                                           Target{"temperatures", fuzz_temperatures}),
+                                           Target{"temperatures", fuzz_temperatures},
+                                           Target{"time_left", fuzz_time_left}),
                          [](const auto& one) { return std::string(one.param.name); });
 
 }  // namespace

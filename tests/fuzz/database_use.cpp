@@ -78,23 +78,39 @@ void report() {
     }
 }
 
-}  // namespace
-
-void use_database() {
-    read_records();
-    compute_progress();
-    report();
+void change() {
     require_result(SSD_OP_DB_Update_Test_Result(1, 10, 1, 2));
     require_result(SSD_OP_DB_Update_Max_Record_Limit(2));
-    for (const int version : {5, 2}) {
-        require_result(SSD_OP_DB_Version_Downgrade(version));
-        require_result(SSD_OP_DB_Version_Upgrade());
-    }
-    read_records();
     const support::Record record = support::record_of("new", {{802, 1, {0x10001}}});
     require_result(SSD_OP_DB_New_Record(record.get()));
     for (const int record_no : {1, -1})
         require(SSD_OP_DB_Delete_Record(record_no) >= -1, "or what SQLite says");
+}
+
+void change_version() {
+    for (const int version : {5, 2}) {
+        require_result(SSD_OP_DB_Version_Downgrade(version));
+        require_result(SSD_OP_DB_Version_Upgrade());
+    }
+}
+
+}  // namespace
+
+void use_database(uint8_t use) {
+    constexpr uint8_t kUses = 5;
+    switch (static_cast<uint8_t>(use - '0') % kUses) {
+        case 0:
+            return read_records();
+        case 1:
+            return compute_progress();
+        case 2:
+            return report();
+        case 3:
+            return change();
+        default:
+            change_version();
+            read_records();
+    }
 }
 
 }  // namespace fuzz

@@ -27,9 +27,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (output.empty()) return 0;
     const size_t length = ::strnlen(output.data(), output.size());
     fuzz::require(length < output.size(), "a message ends within its buffer");
-    if (arguments.empty() || text.find("{0}") == text.npos) return 0;
-    const size_t before = std::min(text.find("{0}"), length);
-    fuzz::require(text.compare(0, before, output.data(), before) == 0,
-                  "what stands before the first placeholder stays");
+    size_t most = text.size();
+    for (const std::string& argument : arguments) most += std::max<size_t>(argument.size(), 255);
+    fuzz::require(length <= most, "an argument is put in once");
     return 0;
 }

@@ -17,12 +17,12 @@ inline std::string_view text_of(const uint8_t* data, size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
 
-/// Takes the first line off an input of several parts.
+/// Takes the first line off an input of several parts. What follows a NUL in it is dropped.
 inline std::string take_line(std::string_view& rest) {
     const size_t end = rest.find('\n');
-    const std::string line(rest.substr(0, end));
+    const std::string_view line = rest.substr(0, end);
     rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-    return line.c_str();  // up to a NUL
+    return std::string(line.substr(0, line.find('\0')));
 }
 
 /// In how many pieces a file of samples is read at most: lines, and longer ones in parts.
