@@ -881,7 +881,8 @@ enum {                          /* type for NAS_SSD_OP_Test_Stop */
  * that do not.
  *
  * @return 0 when all went well, and when there is nothing to stop; -1 for SSD_OP_STOP_NONE, when
- *         memory runs out, and when the database does not tell which records run; otherwise the OR
+ *         memory runs out, and when the database does not tell which records run, how many there
+ *         are, or that the one asked for does not; otherwise the OR
  *         of what failed, also of a status that could not be written. Below 0: some of it failed,
  *         yet every step was taken.
  * Takes 7 seconds for a record with nothing left to end, about two minutes when neither processes
@@ -910,9 +911,9 @@ SSD_OP_API int NAS_SSD_OP_Test_Stop(const void *requester, int need_fork, int re
  *                           dead driver left without one, see above
  * @param old_status         status before the stop; INITIATING: also kill what prepares the drives
  * @param old_step_progress  step progress before the stop, for the trace
- * @return 0; also when the record cannot be read or one of its groups is gone already; -1 when the
- *         database does not tell whose a group is; otherwise the OR of the failed kills and
- * removals
+ * @return 0; also when there is no such record or one of its groups is gone already; -1 when the
+ *         record cannot be read and when the database does not tell whose a group is, since its
+ *         drives may be in use then; otherwise the OR of the failed kills and removals
  */
 SSD_OP_API int SSD_OP_Test_Stop(int record_no, int type, int remove_storage, int old_status,
                                 int old_step_progress);

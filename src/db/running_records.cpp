@@ -32,6 +32,16 @@ std::optional<std::vector<int>> running_records(int max) noexcept {
     });
 }
 
+std::optional<bool> record_exists(int record_no) noexcept {
+    const char* function = "ssd_op_db_record_exists";
+    const Numbers found = with_session(function, Numbers(), [&](sqlite3* connection) {
+        return numbers(function, connection,
+                       sql("SELECT record_no FROM TEST_RECORD WHERE record_no='%d';", record_no));
+    });
+    if (!found) return std::nullopt;
+    return !found->empty();
+}
+
 std::optional<int> stored_status(int record_no) noexcept {
     const char* function = "ssd_op_db_stored_status";
     const Numbers found = with_session(function, Numbers(), [&](sqlite3* connection) {

@@ -11,6 +11,8 @@ namespace ssd_op::db {
 /// Up to `max` records that are initiating, testing or finishing, by their numbers.
 std::optional<std::vector<int>> running_records(int max) noexcept;
 
+std::optional<bool> record_exists(int record_no) noexcept;
+
 /// The record's status; nothing also when there is no such record.
 std::optional<int> stored_status(int record_no) noexcept;
 

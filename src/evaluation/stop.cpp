@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include <unistd.h>
@@ -248,9 +249,11 @@ extern "C" int SSD_OP_Test_Stop(int record_no, int, int remove_storage, int old_
                                 int old_step_progress) {
     using namespace ssd_op;
     return base::guarded(evaluation::kFunction, -1, [&] {
-        if (record_no < 1 || SSD_OP_DB_Record_Is_Exist(record_no) == 0) return 0;
+        if (record_no < 1) return 0;
+        const std::optional<bool> exists = db::record_exists(record_no);
+        if (exists && !*exists) return 0;
         const auto record = db::load_record(record_no);
-        if (!record) return 0;
+        if (!record) return -1;
         return evaluation::RecordStop(*record, remove_storage != 0)
             .stop(old_status, old_step_progress);
     });

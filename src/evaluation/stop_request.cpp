@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <optional>
 #include <vector>
 
@@ -31,31 +32,50 @@ struct StopRequest {
     int type;
 };
 
-bool has_group(int record_no, int raid_id) {
-    const db::RecordOwner record = db::load_record(record_no);
-    if (!record) return false;
-    for (const auto* group = record->raid_conf; group != nullptr; group = group->next) {
+bool has_group(const ssd_op_db_record& record, int raid_id) {
+    for (const auto* group = record.raid_conf; group != nullptr; group = group->next) {
         if (group->raid_id == raid_id) return true;
     }
     return false;
 }
 
+/// Whether the record is to be stopped; nothing when the database does not tell.
+std::optional<bool> is_meant(const StopRequest& request, int record_no) {
+    const std::optional<bool> exists = db::record_exists(record_no);
+    if (!exists || !*exists) return exists;
+    const std::optional<int> status = db::stored_status(record_no);
+    if (!status) return std::nullopt;
+    if (!is_running(*status)) return false;
+    if (request.raid_id < kFirstRaidId) return true;
+    const db::RecordOwner record = db::load_record(record_no);
+    if (!record) return std::nullopt;
+    return has_group(*record, request.raid_id);
+}
+
+struct Chosen {
+    std::vector<int> numbers;
+    bool is_complete = true;  ///< the database told of all
+};
+
 /// Nothing when the database does not tell which evaluations run.
-std::optional<std::vector<int>> records_to_stop(const StopRequest& request) {
-    auto numbers = request.record_no == SSD_OP_ALL_RECORDS ? db::running_records(SSD_OP_MAX_RECORDS)
-                                                           : std::vector<int>{request.record_no};
-    if (!numbers) return std::nullopt;
-    std::erase_if(*numbers, [&](int record_no) {
-        return !is_running(status_of(record_no)) ||
-               (request.raid_id >= kFirstRaidId && !has_group(record_no, request.raid_id));
-    });
-    SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] do_record_count: %d.\n", kFunction, request.record_no,
-             static_cast<int>(numbers->size()));
-    for (size_t i = 0; i < numbers->size(); ++i) {
-        SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] do_record_no_list[%d]: %d.\n", kFunction,
-                 request.record_no, static_cast<int>(i), (*numbers)[i]);
+std::optional<Chosen> records_to_stop(const StopRequest& request) {
+    const auto candidates = request.record_no == SSD_OP_ALL_RECORDS
+                                ? db::running_records(SSD_OP_MAX_RECORDS)
+                                : std::vector<int>{request.record_no};
+    if (!candidates) return std::nullopt;
+    Chosen chosen;
+    for (const int record_no : *candidates) {
+        const std::optional<bool> meant = is_meant(request, record_no);
+        chosen.is_complete = chosen.is_complete && meant.has_value();
+        if (meant.value_or(false)) chosen.numbers.push_back(record_no);
     }
-    return numbers;
+    SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] do_record_count: %d.\n", kFunction, request.record_no,
+             static_cast<int>(chosen.numbers.size()));
+    for (size_t i = 0; i < chosen.numbers.size(); ++i) {
+        SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] do_record_no_list[%d]: %d.\n", kFunction,
+                 request.record_no, static_cast<int>(i), chosen.numbers[i]);
+    }
+    return chosen;
 }
 
 /// What became of marking a record.
@@ -162,20 +182,22 @@ int stop(const StopRequest& request, int need_fork) {
         SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Type is none!\n", kFunction, request.record_no);
         return -1;
     }
-    if (SSD_OP_DB_Query_Record_Count() < 1) {
+    const int count = SSD_OP_DB_Query_Record_Count();
+    if (count < 1) {
         SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] No record in database!\n", kFunction,
                  request.record_no);
-        return 0;
+        return std::min(count, 0);
     }
-    const auto record_nos = records_to_stop(request);
-    if (!record_nos) return -1;
-    if (record_nos->empty()) {
+    const auto chosen = records_to_stop(request);
+    if (!chosen) return -1;
+    int result = chosen->is_complete ? 0 : -1;
+    if (chosen->numbers.empty()) {
         SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] No need to stop test.\n", kFunction,
                  request.record_no);
-        return 0;
+        return result;
     }
     bool services_were_stopped = false;
-    const int result = stop_records(request, *record_nos, services_were_stopped);
+    result |= stop_records(request, chosen->numbers, services_were_stopped);
     // Starting the services takes a while that the caller need not wait. Without a process for it
     // they stay as they are.
     if (need_fork != 0 && !base::fork_process().in_child()) return result;

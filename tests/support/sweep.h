@@ -10,8 +10,9 @@
 ///                .check = [&](const Tried& tried) { ... }});
 ///     }
 ///
-/// SWEEP_STEP=20, which is what it is when nobody says, tries every 20th place only; of allocations
-/// one in twelve of these, or every SWEEP_MEMORY_STEP-th.
+/// SWEEP_STEP=20, which is what it is when nobody says, tries every 20th place only, and of
+/// allocations, which are many, still fewer, or every SWEEP_MEMORY_STEP-th. What fails, fails in
+/// the library's own processes, not in the programs that they run.
 #pragma once
 
 #include <functional>
@@ -37,6 +38,8 @@ enum class Lasting { kOnce, kFromThenOn };
 struct Tried {
     int result;
     std::string failed;  ///< what failed while it ran; empty: nothing
+    Fault fault = Fault::kMemory;
+    Lasting lasting = Lasting::kOnce;
 };
 
 struct SweptCall {
@@ -49,6 +52,11 @@ struct SweptCall {
     std::function<bool(int)> has_succeeded = [](int result) { return result == 0; };
     std::set<Fault> faults = {Fault::kMemory, Fault::kFullDisk, Fault::kBrokenDisk, Fault::kProcess,
                               Fault::kPlatform};
+    /// Of the places that SWEEP_STEP leaves, so many fewer; for a call that takes long.
+    int one_in = 1;
+    int memory_one_in = 12;  ///< allocations are many, and alike
+    /// Ends the faults of the platform; for a scene that has some of its own.
+    std::function<void()> heal = {};
 };
 
 /// What became of a call.
