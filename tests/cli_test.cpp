@@ -88,6 +88,8 @@ TEST_F(CommandLine, RefusesWhatBreaksARuleAndNamesIt) {
         {"--raid 1 --drives sda,sdb --min-op x", 2, "min-op"},
         {"--raid 1 --drives sda,sdb --test-size -5", 2, "-5 is negative"},
         {"--raid 1 --drives sda,sdb --min-iops -1", 2, "-1 is negative"},
+        {"--raid 1 --drives sda,sdb --min-iops 1000000000000000", 3, "beyond what any drive does"},
+        {"--raid 1 --drives sda,sdb --abort-time -1", 2, "-1 is negative"},
         {"--raid 1 --drives sda,sdb --test-size 18446744073709551615", 3, "than the volume has"},
         {"--raid 1", 2, "--drives is required"},
     };
@@ -281,6 +283,16 @@ TEST_F(Running, IsStoppedToTheEndInSpiteOfCtrlC) {
         "wait $!; code=$?; cat /tmp/stopped; exit $code");
     EXPECT_EQ(stopped.status, 0) << stopped.output;
     EXPECT_THAT(stopped.output, HasSubstr("The stop goes on"));
+    expect_all_given_back();
+}
+
+TEST_F(Running, AStopThatDiesSaysSoAndCanBeRepeated) {
+    kill_driver();
+    appliance().killing("LV_Destroy", Nth(1));
+    const Outcome died = run("stop 1");
+    EXPECT_EQ(died.status, 1);
+    EXPECT_THAT(died.output, HasSubstr("ended without an answer"));
+    EXPECT_EQ(run("stop 1").status, 0);
     expect_all_given_back();
 }
 

@@ -141,6 +141,7 @@ TEST_F(Steps, TemperaturesAreSampledAsLongAsTheTestRuns) {
     write_file(path, "old\n");
     appliance().failing("PD_SMART_Get_Temperature", Nth(2), 246);
     appliance().failing("PD_SMART_Read_Info", Nth(3), -1);
+    appliance().slow("PD_SMART_Get_Temperature", Nth(1), 100'000);
     Child sampler([&] {
         return SSD_OP_Test_Collect_SSD_Info(record_->record_no, volume_name(lv_id_).c_str(), 0, 30,
                                             path.c_str()) == -1
@@ -154,6 +155,7 @@ TEST_F(Steps, TemperaturesAreSampledAsLongAsTheTestRuns) {
     EXPECT_EQ(sampler.wait(), exited(0));
     const std::string samples = read_file(path);
     EXPECT_THAT(samples.substr(0, samples.find('\n')), MatchesRegex("[0-9]+, 65537, 1, [0-9]+"));
+    EXPECT_GE(std::stol(samples), 130'000) << "the time is taken after the temperatures are read";
     EXPECT_THAT(samples, HasSubstr(", 65538, 2, -10\n"));
     EXPECT_THAT(samples, HasSubstr(", 65539, 3, 0\n"));
 
