@@ -213,10 +213,14 @@ int failures_so_far() {
 }  // namespace
 
 FileNames file_names() {
+    const std::string program = fs::read_symlink("/proc/self/exe");
     FileNames names;
     for (const char* root : kRoots) {
-        for (const auto& entry : fs::recursive_directory_iterator(root)) {
-            if (!entry.is_directory()) names.insert(entry.path());
+        for (fs::recursive_directory_iterator at(root), end; at != end; ++at) {
+            if (!at->is_directory())
+                names.insert(at->path());
+            else if (program.starts_with(at->path().string() + '/'))
+                at.disable_recursion_pending();  // a repository in /tmp
         }
     }
     return names;
