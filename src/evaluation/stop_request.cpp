@@ -41,9 +41,8 @@ bool has_group(const ssd_op_db_record& record, int raid_id) {
 
 /// Whether the record is to be stopped; nothing when the database does not tell.
 std::optional<bool> is_meant(const StopRequest& request, int record_no) {
-    const std::optional<bool> exists = db::record_exists(record_no);
-    if (!exists || !*exists) return exists;
     const std::optional<int> status = db::stored_status(record_no);
+    if (!status && db::record_exists(record_no) == false) return false;
     if (!status) return std::nullopt;
     if (!is_running(*status)) return false;
     if (request.raid_id < kFirstRaidId) return true;
