@@ -42,12 +42,7 @@ class Driver : public ApplianceTest {
     void plant() {
         ::unlink(kQuickScriptArguments);
         plant_quick_test_script("echo \"$@\" >" + std::string(kQuickScriptArguments));
-        quick_measurements();
-    }
-    void quick_measurements() {
-        appliance().failing("Disk_Read_Performance_Test", 0);
-        appliance().failing("Disk_Write_Performance_Test", 0);
-        appliance().failing("fio", 0);
+        measure_at_once(appliance());
     }
     int evaluate(Groups& groups, int need_fork = 0) {
         return NAS_SSD_OP_Test_Start(nullptr, need_fork, groups.list(), &request_);
@@ -175,7 +170,7 @@ TEST_F(Driver, LeavesItToTheScriptToRefuseRatiosThatLeadNowhere) {
     Groups groups(5, {0, 1, 2});
     for (const ssd_op_test_param& bad : {request(0, 20, 0), request(20, 0, 5)}) {
         appliance().renew();
-        quick_measurements();
+        measure_at_once(appliance());
         plant_test_script("echo \"$@\" >" + std::string(kQuickScriptArguments) + "; exit 2");
         request_ = bad;
         EXPECT_EQ(evaluate(groups), -1);
@@ -454,12 +449,12 @@ TEST_F(Driver, KilledAtAnyPhaseItLeavesAWorkingAppliance) {
         appliance().with_drives(4);
         plant();
         appliance().healthy().killing(phase.call, Nth(phase.nth), phase.when);
-        if (std::string(phase.call) != "Disk_Read_Performance_Test") quick_measurements();
+        if (std::string(phase.call) != "Disk_Read_Performance_Test") measure_at_once(appliance());
         Groups groups(1, {0, 1});
         EXPECT_EQ(evaluating(groups)->wait(), killed(SIGKILL));
 
         appliance().healthy();
-        quick_measurements();
+        measure_at_once(appliance());
         if (!appliance().database().empty()) {
             EXPECT_EQ(appliance().sql_value("PRAGMA integrity_check"), "ok");
         }

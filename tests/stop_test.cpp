@@ -42,9 +42,7 @@ class Stop : public ApplianceTest {
 
     /// Measurements take no time, and the script waits to be killed after its first result.
     void make_quick() {
-        appliance().failing("Disk_Read_Performance_Test", 0);
-        appliance().failing("Disk_Write_Performance_Test", 0);
-        appliance().failing("fio", 0);
+        measure_at_once(appliance());
         plant_test_script(R"(
 echo "OP_$3%, 1.5, 1234.5" >>"${PREFIX}report.csv"
 exec -a "test-all.sh $1" tail -f /dev/null)");
@@ -369,10 +367,6 @@ TEST_F(Stop, AnEmptyNameIsNoNameOfAnything) {
 TEST_F(Stop, OfAnEndedRecordTakesNothingThatIsOthersOrInTheMaking) {
     const auto remove_remains_of = [](int record_no) {
         return SSD_OP_Test_Stop(record_no, SSD_OP_STOP_BY_USER, 1, SSD_OP_TEST_STATUS_STOPPED, 0);
-    };
-    const auto say_that_the_driver_is_gone = [](int record_no) {
-        const std::string section = "Record_" + std::to_string(record_no);
-        Ini_Conf_Set_Field(ssd_op::runtime::kRuntimeInfoFile, section.c_str(), "driver", "1 1");
     };
     const auto pool_without_volume = [](Groups& groups) {
         ASSERT_EQ(LV_Destroy(make_storage(groups)), 0);

@@ -1,8 +1,6 @@
 // Whatever fails while drives are evaluated, or while an evaluation is stopped: the record says how
 // it ended, nothing keeps the drives, and the next evaluation works.
 
-#include "platform/ini.h"
-#include "runtime/state_section.h"
 #include "support/evaluation.h"
 #include "support/sweep.h"
 
@@ -20,9 +18,7 @@ class EvaluationSweep : public SweepTest {
     }
     void quicken() {
         appliance().healthy();
-        for (const char* name :
-             {"Disk_Read_Performance_Test", "Disk_Write_Performance_Test", "fio"})
-            appliance().failing(name, 0);
+        measure_at_once(appliance());
     }
 
     bool has_storage() {
@@ -99,8 +95,7 @@ TEST_F(EvaluationSweep, StopOfWhatAKilledDriverLeft) {
                    groups.numbered(800);
                    make_storage(groups);
                    new_record(groups, SSD_OP_TEST_STATUS_TESTING);
-                   Ini_Conf_Set_Field(ssd_op::runtime::kRuntimeInfoFile, "Record_1", "driver",
-                                      "1 1");
+                   say_that_the_driver_is_gone(1);
                },
            .check =
                [&](const Tried& tried) {

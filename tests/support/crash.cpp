@@ -7,7 +7,7 @@
 namespace support {
 
 bool killed_at_change(int n, const std::string& in_path, const std::function<void()>& body) {
-    Traced child(body);
+    Traced child(body, Traced::Stops::kNotAtReads);
     for (int change = 1; child.next_change(in_path); ++change) {
         if (change == n) return true;  // and it is killed here
     }

@@ -10,6 +10,8 @@
 #include "base/text.h"
 #include "core/blueprint.h"
 #include "db/database.h"
+#include "platform/ini.h"
+#include "runtime/state_section.h"
 #include "support/files.h"
 
 namespace support {
@@ -102,6 +104,16 @@ std::string volume_name(int lv_id) {
     char name[64] = "";
     LV_Get_Name(lv_id, name, sizeof name);
     return name;
+}
+
+void measure_at_once(Appliance& appliance) {
+    for (const char* name : {"Disk_Read_Performance_Test", "Disk_Write_Performance_Test", "fio"})
+        appliance.failing(name, 0);
+}
+
+void say_that_the_driver_is_gone(int record_no) {
+    const std::string section = "Record_" + std::to_string(record_no);
+    Ini_Conf_Set_Field(ssd_op::runtime::kRuntimeInfoFile, section.c_str(), "driver", "1 1");
 }
 
 void plant_test_script(const std::string& body) {

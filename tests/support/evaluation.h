@@ -8,6 +8,7 @@
 
 #include "platform/storage.h"
 #include "ssd_op.h"
+#include "support/appliance.h"
 
 namespace support {
 
@@ -48,6 +49,11 @@ void change_database(const std::string& path, const std::string& statements);
 /// Makes groups, pool and test volume as they are during a test. Returns the volume's id.
 int make_storage(Groups& groups);
 std::string volume_name(int lv_id);
+
+/// Has the drives' measurements take no time, by faults that give success.
+void measure_at_once(Appliance& appliance);
+/// Has the runtime state name a driver that does not live.
+void say_that_the_driver_is_gone(int record_no);
 
 /// Puts a script in the place of the add-on's test-all.sh; $PREFIX is the path prefix of its files.
 void plant_test_script(const std::string& body);

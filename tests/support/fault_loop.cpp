@@ -7,19 +7,13 @@ namespace support {
 
 namespace {
 
-std::map<std::string, int> use_counts(const Journal& journal) {
-    std::map<std::string, int> counts;
-    for (const CallUse& use : journal.uses()) counts[use.name] = use.nth;
-    return counts;
-}
-
 /// What the body uses, without what the scene took.
 std::set<std::string> names_in_body(Appliance& appliance, const FaultLoop& loop) {
     loop.before();
-    auto before = use_counts(appliance.journal());
+    auto before = appliance.journal().counts();
     loop.body();
     std::set<std::string> names;
-    for (const auto& [name, count] : use_counts(appliance.journal())) {
+    for (const auto& [name, count] : appliance.journal().counts()) {
         if (count > before[name]) names.insert(name);
     }
     loop.after("nothing");

@@ -37,6 +37,12 @@ bool Journal::shows_in_order(const std::vector<std::string>& names) const {
     return next == names.end();
 }
 
+std::map<std::string, int> Journal::counts() const {
+    std::map<std::string, int> counts;
+    for (const JournalRow& row : rows_) ++counts[row.name];
+    return counts;
+}
+
 std::vector<CallUse> Journal::uses() const {
     std::map<std::string, int> counts;
     std::vector<CallUse> found;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,8 @@ class Journal {
 
     /// These calls one after the other, others in between or not.
     bool shows_in_order(const std::vector<std::string>& names) const;
+    /// How often each call was used.
+    std::map<std::string, int> counts() const;
     /// Every use of every call, to let each fail in turn.
     std::vector<CallUse> uses() const;
 

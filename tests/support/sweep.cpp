@@ -134,7 +134,6 @@ bool is_the_librarys(const std::string& path) {
 /// The error that a call gives when its kind of fault is there; 0: it is not touched by it.
 int error_of(Fault fault, const SystemCall& call) {
     using Kind = SystemCall::Kind;
-    if (!is_of_a_test(call.process)) return 0;
     if (fault == Fault::kProcess) return call.kind == Kind::kProcess ? EAGAIN : 0;
     if (!is_the_librarys(call.path)) return 0;
     const bool writes = call.kind == Kind::kCreate || call.kind == Kind::kMakeDirectory ||
@@ -156,7 +155,7 @@ CallOutcome call_with_failing_system_call(const SweptCall& swept, Fault fault, L
     while (const auto call = child.next()) {
         const int error = error_of(fault, *call);
         // What the process does after the call is not the library's.
-        if (error == 0 || shared->came_back) continue;
+        if (error == 0 || shared->came_back || !is_of_a_test(call->process)) continue;
         ++met;
         if (lasting == Lasting::kOnce ? met != n : met < n) continue;
         if (met == n) failed = call->path;
@@ -191,12 +190,6 @@ std::string integrity_of(const std::string& database) {
     } catch (const SQLite::Exception& error) {
         return error.what();
     }
-}
-
-std::map<std::string, int> use_counts(const Journal& journal) {
-    std::map<std::string, int> counts;
-    for (const CallUse& use : journal.uses()) counts[use.name] = use.nth;
-    return counts;
 }
 
 /// A lock that the platform does not give back is not the library's to lose, and a platform that
@@ -246,7 +239,7 @@ void SavedFiles::restore() const {
 
 void SweepTest::learn(const SweptCall& swept) {
     const FileNames before = file_names();
-    const auto uses_before = use_counts(appliance().journal());
+    const auto uses_before = appliance().journal().counts();
     for (FileNames* after : {&after_one_, &after_two_}) {
         const CallOutcome outcome = call_in_child(swept, "");
         ASSERT_TRUE(outcome.came_back);
@@ -254,7 +247,7 @@ void SweepTest::learn(const SweptCall& swept) {
         ASSERT_EQ(outcome.left, "");
         if (after == &after_one_) {
             platform_calls_.clear();
-            for (const auto& [name, count] : use_counts(appliance().journal())) {
+            for (const auto& [name, count] : appliance().journal().counts()) {
                 const auto found = uses_before.find(name);
                 const int more = count - (found == uses_before.end() ? 0 : found->second);
                 if (is_no_fault_of_the_librarys(name)) continue;

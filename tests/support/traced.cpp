@@ -75,9 +75,10 @@ constexpr KnownCall kKnownCalls[] = {
 
 /// Has the kernel stop this process, and what comes of it, at these calls: stopping at each call
 /// would take many times as long.
-void stop_at_known_calls() {
+void stop_at_known_calls(Traced::Stops stops) {
     std::vector<sock_filter> filter{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
     for (const KnownCall& call : kKnownCalls) {
+        if (stops == Traced::Stops::kNotAtReads && call.kind == Kind::kRead) continue;
         filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call.number, 0, 1));
         filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRACE));
     }
@@ -142,11 +143,11 @@ void turn_away(pid_t process, int error) {
 
 class Traced::Impl {
   public:
-    explicit Impl(const std::function<void()>& body) : child_(::fork()) {
+    Impl(const std::function<void()>& body, Stops stops) : child_(::fork()) {
         if (child_ == 0) {
             ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
             ::raise(SIGSTOP);
-            stop_at_known_calls();
+            stop_at_known_calls(stops);
             appliance::state();  // the parent's connection is set aside
             body();
             ::_exit(0);
@@ -259,7 +260,8 @@ bool changes_files(const SystemCall& call) {
     return std::ranges::find(kOthers, call.kind) == std::end(kOthers);
 }
 
-Traced::Traced(const std::function<void()>& body) : impl_(std::make_unique<Impl>(body)) {}
+Traced::Traced(const std::function<void()>& body, Stops stops)
+    : impl_(std::make_unique<Impl>(body, stops)) {}
 Traced::~Traced() = default;
 
 pid_t Traced::child() const { return impl_->child(); }

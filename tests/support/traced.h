@@ -35,8 +35,12 @@ bool changes_files(const SystemCall& call);
 /// A child that runs a function, with every process that comes of it.
 class Traced {
   public:
+    enum class Stops {
+        kAtAll,
+        kNotAtReads  ///< which are most of them; for next_change() alone
+    };
     /// @throws std::runtime_error when the child cannot be watched, like all that follow
-    explicit Traced(const std::function<void()>& body);
+    explicit Traced(const std::function<void()>& body, Stops stops = Stops::kAtAll);
     ~Traced();  ///< kills what has not ended
 
     pid_t child() const;
