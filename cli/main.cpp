@@ -6,9 +6,9 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include "commands.h"
-#include "failure.h"
-#include "launch.h"
+#include "commands/commands.h"
+#include "output/failure.h"
+#include "start/launch.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Giving blocks back to the drives: what the discard tool is told, and when it is given up.
 
-#include "evaluation/discard.h"
+#include "evaluation/drives/discard.h"
 
 #include <algorithm>
 

@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include "evaluation/fio_summary.h"
+#include "evaluation/drives/fio_summary.h"
 #include "platform/hal.h"
 #include "platform/ini.h"
 #include "support/appliance.h"

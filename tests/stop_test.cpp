@@ -15,7 +15,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "evaluation/stop_programs.h"
+#include "evaluation/stop/stop_programs.h"
 #include "platform/ini.h"
 #include "runtime/state_section.h"
 

@@ -1,6 +1,6 @@
 // fio's output.
 
-#include "evaluation/fio_summary.h"
+#include "evaluation/drives/fio_summary.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // The two ini files of the runtime state, which the test script and a user's hand write, too.
 
-#include "evaluation/driver_presence.h"
+#include "evaluation/state/driver_presence.h"
 #include "fuzz/target.h"
 #include "fuzz/world.h"
 #include "support/files.h"

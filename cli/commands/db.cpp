@@ -1,0 +1,242 @@
+#include <array>
+#include <memory>
+#include <string>
+
+#include <fmt/format.h>
+
+#include "commands/commands.h"
+#include "model/choice.h"
+#include "model/database_check.h"
+#include "model/record.h"
+#include "output/failure.h"
+#include "output/table.h"
+#include "output/terminal.h"
+#include "output/text.h"
+#include "ssd_op.h"
+
+namespace cli {
+
+namespace {
+
+constexpr int kOldestKept = 2;  // on the way below it, and up from there, the database is deleted
+constexpr uint64_t kKib = 1024;
+
+struct Options {
+    std::string place;
+    int version = 0;
+    bool yes = false;
+    bool json = false;
+};
+
+const char* location_word(int location) {
+    return location == SSD_OP_DB_LOCATION_VOLUME ? "data volume" : "system area";
+}
+
+struct Place {
+    int location;
+    std::string path;
+    uint64_t size_kib;
+};
+
+/// The library makes a directory when it is asked for the path of a database that does not exist
+/// yet, so that is asked first.
+Place find_database() {
+    if (!has_database())
+        throw Failure(kNotFound, "There is no database yet.", "ssd-op start makes it.");
+    std::array<char, 256> path{};
+    int location = SSD_OP_DB_LOCATION_NONE;
+    unsigned long long size_kib = 0;
+    SSD_OP_DB_Get_Location(&location, path.data(), static_cast<int>(path.size()));
+    SSD_OP_DB_Get_Size(&size_kib);
+    return {location, path.data(), size_kib};
+}
+
+void where(const Options& options) {
+    const Place place = find_database();
+    if (options.json) {
+        print_json({{"location", location_word(place.location)},
+                    {"path", place.path},
+                    {"size_kib", place.size_kib}});
+    } else {
+        fmt::print("{}  ({}, {} KiB)\n", printable(place.path), location_word(place.location),
+                   place.size_kib);
+    }
+}
+
+/// Free space of a place; none when it cannot be used.
+std::optional<uint64_t> free_kib(int location) {
+    unsigned long long used = 0, available = 0;
+    if (SSD_OP_DB_Get_Location_Usage(location, &used, &available) != 0) return std::nullopt;
+    return available;
+}
+
+std::string free_text(int location) {
+    const auto kib = free_kib(location);
+    return kib ? size_text(*kib * kKib) + " free" : "not available";
+}
+
+void size(const Options& options) {
+    const Place place = find_database();
+    const auto or_null = [](const auto& value) { return value ? Json(*value) : Json(nullptr); };
+    if (options.json) {
+        print_json({{"size_kib", place.size_kib},
+                    {"location", location_word(place.location)},
+                    {"volume_free_kib", or_null(free_kib(SSD_OP_DB_LOCATION_VOLUME))},
+                    {"system_free_kib", or_null(free_kib(SSD_OP_DB_LOCATION_SYSTEM))}});
+        return;
+    }
+    fmt::print("Database     {} KiB, on the {}\n", place.size_kib, location_word(place.location));
+    for (const int location : {SSD_OP_DB_LOCATION_VOLUME, SSD_OP_DB_LOCATION_SYSTEM}) {
+        std::string name = location_word(location);
+        name.front() = location == SSD_OP_DB_LOCATION_VOLUME ? 'D' : 'S';
+        fmt::print("{}  {}\n", name, free_text(location));
+    }
+}
+
+void move(const Options& options) {
+    const int wanted =
+        options.place == "volume" ? SSD_OP_DB_LOCATION_VOLUME : SSD_OP_DB_LOCATION_SYSTEM;
+    const Place before = find_database();
+    const int result = SSD_OP_DB_Set_Location(wanted);
+    if (result == -1) {
+        throw Failure(kRefused,
+                      fmt::format("The {} does not have enough room for the database, the data "
+                                  "volume is not mounted, or the file cannot be moved as it lies.",
+                                  location_word(wanted)),
+                      fmt::format("Data volume: {}. System area: {}. The database has {} KiB; to "
+                                  "the volume it moves when that has more room than the system "
+                                  "area would have after it.",
+                                  free_text(SSD_OP_DB_LOCATION_VOLUME),
+                                  free_text(SSD_OP_DB_LOCATION_SYSTEM), before.size_kib));
+    }
+    if (result != 0)
+        throw Failure(kFailed, "The database cannot be moved.",
+                      "ssd-op db where tells where it is now.");
+    where(options);
+}
+
+void ask_before_change(const Options& options, const std::string& what) {
+    if (!options.yes && !confirmed(what + " Go on?"))
+        throw Failure(kNotConfirmed, "The database stays as it was.");
+}
+
+void report_version(int result, const Options& options) {
+    if (result != 0)
+        throw Failure(
+            kFailed, "The database has not reached that version.",
+            "It is whole, at a version between. The appliance's trace log tells why; then "
+            "try again.");
+    const int version = database_version(find_database().path);
+    const size_t count = record_nos().size();
+    if (options.json)
+        print_json({{"version", version}, {"records", count}});
+    else
+        fmt::print("The database has version {} and {}.\n", version, count_text(count, "record"));
+}
+
+void upgrade(const Options& options) {
+    const Place place = find_database();
+    refuse_running(record_nos(), "the database stays as it is meanwhile.");
+    const int version = database_version(place.path);
+    if (version >= 0 && version < kOldestKept) {
+        ask_before_change(options, fmt::format("The database has version {}, which cannot be "
+                                               "carried over: ALL RECORDS WILL BE LOST.",
+                                               version));
+    }
+    report_version(SSD_OP_DB_Version_Upgrade(), options);
+}
+
+void downgrade(const Options& options) {
+    find_database();
+    refuse_running(record_nos(), "the database stays as it is meanwhile.");
+    ask_before_change(options,
+                      options.version < kOldestKept
+                          ? "On this way ALL RECORDS WILL BE LOST."
+                          : "What the older version has no place for is lost: temperatures, and "
+                            "below version 3 what the appliance was and how records were tested.");
+    report_version(SSD_OP_DB_Version_Downgrade(options.version), options);
+}
+
+Json check_json(const DatabaseCheck& check) {
+    Json json = {{"sound", check.is_sound()},
+                 {"version", check.version},
+                 {"damages", check.damages},
+                 {"dangling", Json::array()}};
+    for (const Dangling& each : check.dangling)
+        json["dangling"].push_back({{"table", each.table},
+                                    {"missing_in", each.parent},
+                                    {"rows", each.rows},
+                                    {"left_by_limit", each.is_left_by_limit()}});
+    return json;
+}
+
+std::string version_text(int version) {
+    if (version == kNoVersion) return "unreadable";
+    if (version < kCurrentVersion)
+        return fmt::format("{}; ssd-op db upgrade brings it up", version);
+    if (version == kCurrentVersion) return std::to_string(version);
+    return fmt::format("{}; made by a newer program, this one knows up to {}", version,
+                       kCurrentVersion);
+}
+
+void print_check(const DatabaseCheck& check) {
+    fmt::print("Version    {}\n", version_text(check.version));
+    fmt::print("File       {}\n", check.damages.empty() ? "whole" : "DAMAGED");
+    for (const std::string& damage : check.damages) fmt::print("  {}\n", printable(damage));
+    if (check.dangling.empty() && check.damages.empty())
+        fmt::print("References all lead to something\n");
+    for (const Dangling& each : check.dangling) {
+        fmt::print("References {} of {} lead to nothing in {}{}\n",
+                   count_text(static_cast<size_t>(each.rows), "row"), each.table, each.parent,
+                   each.is_left_by_limit() ? ": left by the record limit, harmless" : "");
+    }
+}
+
+void check(const Options& options) {
+    const DatabaseCheck found = check_database(find_database().path);
+    if (options.json)
+        print_json(check_json(found));
+    else
+        print_check(found);
+    if (!found.is_sound())
+        throw Failure(kFailed, "The database is damaged.",
+                      "Export what can still be read, and move the file away: a new one is made.");
+}
+
+CLI::App* add(CLI::App& db, const std::shared_ptr<Options>& options, const char* name,
+              const char* description, void (*action)(const Options&), const char* example) {
+    auto* command = db.add_subcommand(name, description);
+    add_json_flag(*command, options->json);
+    command->footer(std::string("Example:\n  ") + example);
+    command->callback([options, action] { action(*options); });
+    return command;
+}
+
+}  // namespace
+
+void add_db_command(CLI::App& app) {
+    auto* db = app.add_subcommand("db", "Look after the database of records");
+    db->require_subcommand(1);
+    db->footer("Example:\n  ssd-op db check");
+    auto options = std::make_shared<Options>();
+    add(*db, options, "where", "Tell where it lies", where, "ssd-op db where");
+    add(*db, options, "size", "Tell its size and the room there is", size, "ssd-op db size");
+    add(*db, options, "move", "Move it", move, "ssd-op db move volume")
+        ->add_option("PLACE", options->place, "volume: the data volume; system: the system area")
+        ->required()
+        ->check(CLI::IsMember({"volume", "system"}));
+    add(*db, options, "check",
+        "Examine file, version and references; reads the file itself, without changing it", check,
+        "ssd-op db check");
+    add(*db, options, "upgrade", "Bring an older one to the version of this program", upgrade,
+        "ssd-op db upgrade")
+        ->add_flag("--yes", options->yes, "Do not ask, which it does when records would be lost");
+    auto* down = add(*db, options, "downgrade", "Bring it to the version of an older program",
+                     downgrade, "ssd-op db downgrade 5");
+    down->add_option("N", options->version, "The version")
+        ->required()
+        ->check(CLI::Range(0, kCurrentVersion - 1));
+    down->add_flag("--yes", options->yes, "Do not ask");
+}
+
+}  // namespace cli

@@ -1,0 +1,69 @@
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "commands/commands.h"
+#include "model/drive.h"
+#include "output/table.h"
+#include "output/terminal.h"
+#include "output/text.h"
+
+namespace cli {
+
+namespace {
+
+void print_table(const std::vector<Drive>& drives) {
+    Table table({{"Slot"},
+                 {"Device"},
+                 {"Vendor"},
+                 {"Model"},
+                 {"Serial number"},
+                 {"Firmware"},
+                 {"Capacity", Table::Align::right},
+                 {"Use"}});
+    for (const Drive& drive : drives) {
+        table.add({printable(drive.slot), drive.device, printable(drive.vendor),
+                   printable(drive.model), printable(drive.serial_no), printable(drive.firmware),
+                   size_text(drive.capacity_bytes), use_of(drive)});
+    }
+    fmt::print("{}", drives.empty() ? "The appliance has no drives.\n" : table.text());
+}
+
+Json to_json(const Drive& drive) {
+    const auto or_null = [](int id) { return id > 0 ? Json(id) : Json(nullptr); };
+    return {{"id", drive.id},
+            {"slot", drive.slot},
+            {"device", drive.device},
+            {"vendor", drive.vendor},
+            {"model", drive.model},
+            {"serial_no", drive.serial_no},
+            {"firmware", drive.firmware},
+            {"capacity_bytes", drive.capacity_bytes},
+            {"ssd", drive.is_ssd},
+            {"free", drive.is_ssd && drive.is_free()},
+            {"raid_id", or_null(drive.raid_id)},
+            {"pool_id", or_null(drive.pool_id)},
+            {"evaluation", or_null(drive.record_no)},
+            {"broken_off", drive.broken_off},
+            {"left_by", or_null(drive.left_by)}};
+}
+
+void run(bool json) {
+    const std::vector<Drive> drives = load_drives();
+    if (!json) return print_table(drives);
+    Json list = Json::array();
+    for (const Drive& drive : drives) list.push_back(to_json(drive));
+    print_json(list);
+}
+
+}  // namespace
+
+void add_drives_command(CLI::App& app) {
+    auto* command = app.add_subcommand("drives", "List the drives and what uses them");
+    auto json = std::make_shared<bool>(false);
+    add_json_flag(*command, *json);
+    command->footer("Example:\n  ssd-op drives --json");
+    command->callback([json] { run(*json); });
+}
+
+}  // namespace cli

@@ -1,0 +1,78 @@
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "commands/commands.h"
+#include "output/failure.h"
+#include "output/terminal.h"
+#include "output/text.h"
+#include "platform/naslog.h"
+
+namespace cli {
+
+namespace {
+
+struct Options {
+    int count = 20;
+    bool json = false;
+};
+
+const char* type_word(int type) {
+    switch (type) {
+        case NASLOG_INFORMATION:
+            return "information";
+        case NASLOG_WARNING:
+            return "warning";
+        default:
+            return "error";
+    }
+}
+
+/// The newest ones, oldest first.
+std::vector<NASLOG_EVENT> load_events(int count) {
+    std::vector<NASLOG_EVENT> events(static_cast<size_t>(count));
+    const int found = naslog_event_query(events.data(), count);
+    if (found < 0)
+        throw Failure(kFailed, "The event log cannot be read.",
+                      "The appliance's trace log tells why.");
+    events.resize(static_cast<size_t>(found));
+    std::reverse(events.begin(), events.end());
+    return events;
+}
+
+Json to_json(const NASLOG_EVENT& event) {
+    return {{"date", event.date}, {"time", event.time},       {"type", type_word(event.type)},
+            {"user", event.user}, {"address", event.address}, {"description", event.description}};
+}
+
+void run(const Options& options) {
+    Json list = Json::array();
+    const std::vector<NASLOG_EVENT> events = load_events(options.count);
+    if (events.empty() && !options.json) fmt::print("There is no event.\n");
+    for (const NASLOG_EVENT& event : events) {
+        if (options.json) {
+            list.push_back(to_json(event));
+        } else {
+            fmt::print("{} {}  {:11}  {}\n", event.date, event.time, type_word(event.type),
+                       printable(event.description));
+        }
+    }
+    if (options.json) print_json(list);
+}
+
+}  // namespace
+
+void add_events_command(CLI::App& app) {
+    auto* command = app.add_subcommand("events", "Print the newest events of the system log");
+    auto options = std::make_shared<Options>();
+    command->add_option("--count", options->count, "How many")
+        ->check(CLI::Range(1, 10000))
+        ->capture_default_str();
+    add_json_flag(*command, options->json);
+    command->footer("Example:\n  ssd-op events --count 5");
+    command->callback([options] { run(*options); });
+}
+
+}  // namespace cli

@@ -1,0 +1,113 @@
+#include <csignal>
+#include <filesystem>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "commands/commands.h"
+#include "model/record.h"
+#include "output/failure.h"
+#include "output/terminal.h"
+#include "output/text.h"
+#include "process/interrupt.h"
+#include "process/report_copy.h"
+#include "process/report_making.h"
+
+namespace cli {
+
+namespace {
+
+constexpr auto kEndings = {SIGINT, SIGTERM, SIGHUP};
+
+struct Options {
+    int record_no = 0;
+    bool csv = false;
+    bool xlsx = false;
+    std::string output;
+    bool force = false;
+    bool json = false;
+
+    bool prints() const { return output == "-"; }
+};
+
+void check(const Options& options) {
+    if (options.prints() && (options.xlsx || options.json)) {
+        throw Failure(kRefused,
+                      options.xlsx ? "A workbook is not for the terminal."
+                                   : "The report and JSON cannot share the output.",
+                      "Name a file: --output FILE");
+    }
+    std::error_code ignored;
+    if (!options.output.empty() && !options.prints() &&
+        !std::filesystem::is_directory(options.output, ignored))
+        refuse_existing(options.output, options.force);
+    require_record(options.record_no);
+}
+
+void tell(const Options& options, const std::string& path) {
+    if (options.json) {
+        print_json({{"record", options.record_no},
+                    {"format", options.csv ? "csv" : "xlsx"},
+                    {"path", path},
+                    {"bytes", std::filesystem::file_size(path)}});
+    } else {
+        fmt::print("The report of record {} lies in {}\n", options.record_no, printable(path));
+    }
+}
+
+/// On return signals end the program again, as a reader's full pipe needs it, and others can
+/// export.
+MadeReport make_report_to_print(const Options& options) {
+    const Interrupt interrupt(kEndings);
+    MadeReport report =
+        make_report(options.record_no, options.csv, ExportLock(interrupt), interrupt);
+    if (interrupt.happened()) throw Failure(kFailed, "The export was interrupted.");
+    return report;
+}
+
+void export_to_file(const Options& options) {
+    const Interrupt interrupt(kEndings);  // the report is written to its end, the copy is not
+    const ExportLock lock(interrupt);
+    const MadeReport report = make_report(options.record_no, options.csv, lock, interrupt);
+    const std::string path =
+        options.output.empty() ? report.path : copy_path(report.path, options.output);
+    copy_report(report, path, options.force, interrupt);
+    tell(options, path);
+}
+
+void run(const Options& options) {
+    check(options);
+    if (options.prints())
+        print_report(make_report_to_print(options));
+    else
+        export_to_file(options);
+}
+
+}  // namespace
+
+void add_export_command(CLI::App& app) {
+    auto* command = app.add_subcommand("export", "Write all about a record to a file");
+    auto options = std::make_shared<Options>();
+    command->add_option("RECORD", options->record_no, "Its number, from ssd-op list")->required();
+    auto* format = command->add_option_group("Format")->require_option(1);
+    format->add_flag("--csv", options->csv, "Comma-separated text, with all samples");
+    format->add_flag("--xlsx", options->xlsx, "A workbook with charts");
+    auto* output = command->add_option(
+        "--output", options->output,
+        "File or directory for a copy, - to print a CSV report; without it, the "
+        "report is left in /tmp");
+    output->check([](const std::string& name) {
+        return name.empty() ? "a file has no empty name" : std::string();
+    });
+    command->add_flag("--force", options->force, "Write over a file")->needs(output);
+    add_json_flag(*command, options->json);
+    command->footer(
+        "Exit codes: 0 written, 1 it cannot be written, 3 the file is there already, 4 no such "
+        "record\n\n"
+        "Examples:\n"
+        "  ssd-op export 3 --xlsx --output nightly.xlsx\n"
+        "  ssd-op export 3 --csv --output - | less");
+    command->callback([options] { run(*options); });
+}
+
+}  // namespace cli

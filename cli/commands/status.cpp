@@ -1,0 +1,69 @@
+#include <memory>
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "commands/commands.h"
+#include "model/record.h"
+#include "model/snapshot.h"
+#include "output/terminal.h"
+#include "output/text.h"
+
+namespace cli {
+
+namespace {
+
+struct Options {
+    std::optional<int> record_no;
+    bool json = false;
+};
+
+void print_snapshot(const Snapshot& snapshot) {
+    fmt::print("Record {} \"{}\"\n", snapshot.record_no, printable(snapshot.title));
+    fmt::print("  {}\n", progress_line(snapshot));
+    if (snapshot.is_orphan()) fmt::print("  {}\n", orphan_text(snapshot));
+    if (snapshot.left_storage && !snapshot.is_closing())
+        fmt::print("  {}\n", left_storage_text(snapshot));
+}
+
+void run_one(int record_no, bool json) {
+    const Record record = load_record(record_no);
+    const Snapshot snapshot = take_snapshot(*record);
+    if (json)
+        print_json(snapshot_json(snapshot));
+    else
+        print_snapshot(snapshot);
+}
+
+void run_all(bool json) {
+    Json list = Json::array();
+    const std::vector<Record> running = load_running_records();
+    if (!json && running.empty())
+        fmt::print("No evaluation is running; ssd-op list has the past.\n");
+    for (const Record& record : running) {
+        const Snapshot snapshot = take_snapshot(*record);
+        if (json)
+            list.push_back(snapshot_json(snapshot));
+        else
+            print_snapshot(snapshot);
+    }
+    if (json) print_json(list);
+}
+
+}  // namespace
+
+void add_status_command(CLI::App& app) {
+    auto* command = app.add_subcommand("status", "Tell how far an evaluation is");
+    auto options = std::make_shared<Options>();
+    command->add_option("RECORD", options->record_no, "Its record; without it, all that run");
+    add_json_flag(*command, options->json);
+    command->footer("Example:\n  ssd-op status 3");
+    command->callback([options] {
+        if (options->record_no)
+            run_one(*options->record_no, options->json);
+        else
+            run_all(options->json);
+    });
+}
+
+}  // namespace cli

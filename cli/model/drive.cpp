@@ -1,0 +1,140 @@
+#include "model/drive.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <set>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <strings.h>
+
+#include "model/leftover.h"
+#include "model/record.h"
+#include "model/snapshot.h"
+#include "output/failure.h"
+#include "output/text.h"
+#include "platform/hal.h"
+#include "platform/storage.h"
+
+namespace cli {
+
+namespace {
+
+constexpr int kDataPartition = 3;
+constexpr int kMostDrives = 3072;
+
+int enclosure_of(uint32_t id) { return static_cast<int>(id >> 16); }
+int port_of(uint32_t id) { return static_cast<int>(id & 0xFFFFU); }
+
+std::string text_of(int (*get)(int, int, char*, int), uint32_t id) {
+    std::array<char, 128> text{};
+    const int result =
+        get(enclosure_of(id), port_of(id), text.data(), static_cast<int>(text.size()));
+    return result == 0 ? text.data() : "";
+}
+
+uint64_t data_size(uint32_t id, uint64_t whole) {
+    PART_INFO part{};
+    const int enclosure = enclosure_of(id), port = port_of(id);
+    if (Part_Is_Exist_V2(enclosure, port, kDataPartition) != 0 &&
+        Part_Get_Info(enclosure, port, kDataPartition, &part) == 0) {
+        return part.size_kib * 1024;
+    }
+    return whole;
+}
+
+template <typename Key>
+int number_or_zero(const std::map<Key, int>& numbers, Key key) {
+    const auto found = numbers.find(key);
+    return found == numbers.end() ? 0 : found->second;
+}
+
+Drive load_drive(uint32_t id) {
+    PD_INFO info{};
+    PD_Get_Info(enclosure_of(id), port_of(id), &info);
+    Drive drive{};
+    drive.id = id;
+    drive.device = text_of(PD_Get_Sys_Name, id);
+    drive.slot = text_of(PD_Get_Log_Name, id);
+    drive.vendor = info.vendor;
+    drive.model = info.model;
+    drive.serial_no = info.serial_no;
+    drive.firmware = info.revision;
+    drive.capacity_bytes = info.block_count * info.block_size;
+    drive.data_bytes = data_size(id, drive.capacity_bytes);
+    drive.is_ssd = (info.flags & PD_FLAG_SSD) != 0;
+    drive.is_fast = info.interface_type == PD_INTERFACE_NVME;
+    drive.raid_id = RAID_Get_Id_By_Drive(id);
+    drive.pool_id = drive.raid_id < 0 ? -1 : Pool_Get_Id_By_Member_Id(drive.raid_id);
+    return drive;
+}
+
+/// Which evaluation has it, or had it. All running ones are looked at, not the newest alone.
+void add_evaluations(std::vector<Drive>& drives) {
+    std::map<uint32_t, int> evaluations;
+    std::set<int> broken_off;
+    const std::vector<Record> records = load_records();
+    for (const Record& record : records) {
+        if (!is_running(record->status)) continue;
+        if (has_broken_off(*record)) broken_off.insert(record->record_no);
+        for (const ssd_op_db_ssd_dev* drive : drives_of(*record))
+            evaluations[drive->dev_id] = record->record_no;
+    }
+    const std::map<int, int> left = left_groups(records);
+    for (Drive& drive : drives) {
+        drive.record_no = number_or_zero(evaluations, drive.id);
+        drive.broken_off = broken_off.contains(drive.record_no);
+        if (drive.record_no == 0) drive.left_by = number_or_zero(left, drive.raid_id);
+    }
+}
+
+bool is_named(const Drive& drive, const std::string& name) {
+    if (drive.device == name || drive.device == "/dev/" + name) return true;
+    if (::strcasecmp(drive.slot.c_str(), name.c_str()) == 0) return true;
+    return name == fmt::format("{}", drive.id) || name == fmt::format("{:#x}", drive.id) ||
+           name == fmt::format("{:#010x}", drive.id);
+}
+
+}  // namespace
+
+std::vector<Drive> load_drives() {
+    std::vector<unsigned> ids(kMostDrives);
+    const int count = PD_Enumerate(ids.data(), kMostDrives);
+    if (count < 0) {
+        throw Failure(kFailed, "The platform does not tell which drives there are.",
+                      "The appliance's trace log tells why.");
+    }
+    ids.resize(static_cast<size_t>(count));
+    std::vector<Drive> drives;
+    for (const unsigned id : ids) drives.push_back(load_drive(id));
+    add_evaluations(drives);
+    return drives;
+}
+
+const Drive& find_drive(const std::vector<Drive>& drives, const std::string& name) {
+    const auto found = std::find_if(drives.begin(), drives.end(),
+                                    [&](const Drive& drive) { return is_named(drive, name); });
+    if (found != drives.end()) return *found;
+    std::vector<std::string> names;
+    for (const Drive& drive : drives) names.push_back(drive.device);
+    throw Failure(kNotFound, fmt::format("There is no drive \"{}\".", printable(name)),
+                  names.empty() ? "The appliance has no drives."
+                                : fmt::format("Present: {}. ssd-op drives tells more.",
+                                              fmt::join(names, ", ")));
+}
+
+std::string use_of(const Drive& drive) {
+    if (drive.broken_off)
+        return fmt::format("in evaluation {0}, broken off; ssd-op stop {0} frees it",
+                           drive.record_no);
+    if (drive.record_no != 0) return fmt::format("in evaluation {}", drive.record_no);
+    if (drive.left_by != 0)
+        return fmt::format("left by evaluation {0}; ssd-op stop {0} frees it", drive.left_by);
+    if (drive.pool_id >= 0)
+        return fmt::format("in pool {} (RAID group {})", drive.pool_id, drive.raid_id);
+    if (drive.raid_id >= 0) return fmt::format("in RAID group {}", drive.raid_id);
+    return drive.is_ssd ? "free" : "not an SSD";
+}
+
+}  // namespace cli

@@ -1,0 +1,81 @@
+#include "model/leftover.h"
+
+#include <algorithm>
+
+#include <unistd.h>
+
+#include "evaluation/state/ownership.h"
+#include "model/record.h"
+#include "platform/storage.h"
+
+namespace cli {
+
+using ssd_op::evaluation::Driver;
+using ssd_op::evaluation::Members;
+using ssd_op::evaluation::members_of;
+
+namespace {
+
+constexpr int kLongestWait = 60;  // seconds
+
+bool has_ended(const ssd_op_db_record& record) {
+    return !is_running(record.status) && record.status != SSD_OP_TEST_STATUS_NEW;
+}
+
+/// Where the record's group has no drives yet, the driver died: the number was never given back.
+bool is_of(const ssd_op_db_raid_conf& group, const ssd_op_db_record& record) {
+    const Members members = members_of(group);
+    return members == Members::kAll || (members == Members::kNone && record.end_time == 0);
+}
+
+// As the library sees it: services are started while the appliance neither starts nor shuts down.
+constexpr const char* kStartUpMark = "/tmp/opr_run_once_on_boot";
+constexpr const char* kShutdownMark = "/var/kfunc/rcK";
+
+bool services_may_start() {
+    if (::access(kStartUpMark, F_OK) != 0 || ::access(kShutdownMark, F_OK) == 0) return false;
+    const std::vector<Record> running = load_running_records();
+    return std::none_of(running.begin(), running.end(),
+                        [](const Record& other) { return other->stop_service != 0; });
+}
+
+bool any_group_exists(const ssd_op_db_record& record) {
+    for (const auto* group = record.raid_conf; group != nullptr; group = group->next) {
+        if (RAID_Is_Exist(group->raid_id) != 0) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+std::map<int, int> left_groups(const std::vector<Record>& records) {
+    std::map<int, int> left;
+    for (const Record& record : records) {  // a newer one takes the number from an older
+        for (const auto* group = record->raid_conf; group != nullptr; group = group->next) {
+            left.erase(group->raid_id);
+            if (has_ended(*record) && RAID_Is_Exist(group->raid_id) != 0 && is_of(*group, *record))
+                left[group->raid_id] = record->record_no;
+        }
+    }
+    return left;
+}
+
+bool has_left_storage(const ssd_op_db_record& record, Driver driver) {
+    if (!has_ended(record) || driver == Driver::kLives || !any_group_exists(record)) return false;
+    const std::map<int, int> left = left_groups(load_records());
+    return std::any_of(left.begin(), left.end(),
+                       [&](const auto& entry) { return entry.second == record.record_no; });
+}
+
+int remove_left_storage(const ssd_op_db_record& record) {
+    const int result = SSD_OP_Test_Stop(record.record_no, SSD_OP_STOP_BY_USER, 1, record.status, 0);
+    int waited = 0;
+    while (any_group_exists(record)) {
+        if (waited++ == kLongestWait) return -1;
+        ::sleep(1);
+    }
+    if (record.stop_service != 0 && services_may_start()) Start_Services();
+    return result;
+}
+
+}  // namespace cli

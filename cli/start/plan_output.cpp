@@ -1,0 +1,116 @@
+#include "start/plan_output.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "output/table.h"
+#include "output/text.h"
+#include "start/estimate.h"
+
+namespace cli {
+
+namespace {
+
+const char* type_word(int test_type) {
+    switch (test_type) {
+        case SSD_OP_TEST_TYPE_SEQUENTIAL:
+            return "sequential writes of 1 MiB";
+        case SSD_OP_TEST_TYPE_ALL:
+            return "sequential writes of 1 MiB, then random ones of 4 KiB";
+        default:
+            return "random writes of 4 KiB";
+    }
+}
+
+const char* type_name(int test_type) {
+    switch (test_type) {
+        case SSD_OP_TEST_TYPE_SEQUENTIAL:
+            return "sequential";
+        case SSD_OP_TEST_TYPE_ALL:
+            return "all";
+        default:
+            return "random";
+    }
+}
+
+std::string drive_table(const Plan& plan) {
+    Table table(
+        {{"Slot"}, {"Device"}, {"Model"}, {"Serial number"}, {"Capacity", Table::Align::right}});
+    for (const Drive& drive : plan.drives) {
+        table.add({printable(drive.slot), drive.device, printable(drive.model),
+                   printable(drive.serial_no), size_text(drive.capacity_bytes)});
+    }
+    return table.text("  ");
+}
+
+std::string ratio_table(const Plan& plan) {
+    constexpr auto kRight = Table::Align::right;
+    Table table({{"OP", kRight}, {"Usable, about", kRight}, {"Given up", kRight}});
+    const uint64_t whole = usable_bytes(plan);
+    for (const int op : plan.ratios) {
+        const uint64_t usable = usable_bytes(plan, op);
+        table.add({fmt::format("{} %", op), size_text(usable), size_text(whole - usable)});
+    }
+    return table.text("  ");
+}
+
+std::string services_text(const Plan& plan) {
+    return plan.param.stop_service != 0
+               ? "The file services are stopped while the storage is created, and started again."
+               : "The file services go on; what they do can disturb the drives' measurement.";
+}
+
+}  // namespace
+
+std::string plan_text(const Plan& plan) {
+    std::string text = fmt::format("Evaluation \"{}\": {}, {}\n\n", printable(plan.param.title),
+                                   plan.layout.text(), type_word(plan.param.test_type));
+    text += drive_table(plan) + "\n" + ratio_table(plan) + "\n";
+    if (plan.param.test_size > 0)
+        text += fmt::format("Tested area: {} MiB of the volume.\n", plan.param.test_size);
+    text += services_text(plan) + "\n";
+    text += fmt::format("It takes about {}.\n", time_range_text(estimate_time(plan)));
+    if (!plan.dropped.empty())
+        text += fmt::format("The record limit deletes {} for it.\n", dropped_text(plan));
+    text +=
+        fmt::format("\nALL DATA ON {} WILL BE LOST.\n",
+                    plan.drives.size() == 1 ? "THIS DRIVE"
+                                            : fmt::format("THESE {} DRIVES", plan.drives.size()));
+    return text;
+}
+
+std::string dropped_text(const Plan& plan) {
+    return fmt::format("{} {}", plan.dropped.size() == 1 ? "record" : "records",
+                       fmt::join(plan.dropped, ", "));
+}
+
+Json plan_json(const Plan& plan) {
+    Json json;
+    json["title"] = plan.param.title;
+    json["raid_level"] = plan.layout.level;
+    json["drives"] = Json::array();
+    for (const Drive& drive : plan.drives) {
+        json["drives"].push_back({{"id", drive.id},
+                                  {"slot", drive.slot},
+                                  {"device", drive.device},
+                                  {"model", drive.model},
+                                  {"serial_no", drive.serial_no},
+                                  {"capacity_bytes", drive.capacity_bytes}});
+    }
+    json["ratios"] = Json::array();
+    for (const int op : plan.ratios)
+        json["ratios"].push_back({{"op", op}, {"usable_bytes", usable_bytes(plan, op)}});
+    json["interval"] = plan.param.interval;
+    json["test_type"] = type_name(plan.param.test_type);
+    json["test_size_mib"] = plan.param.test_size;
+    json["min_iops"] = plan.param.min_iops;
+    json["abort_seconds"] = plan.param.abort_time;
+    json["stop_services"] = plan.param.stop_service != 0;
+    const TimeRange time = estimate_time(plan);
+    json["shortest_seconds"] = static_cast<int64_t>(time.shortest);
+    json["longest_seconds"] = static_cast<int64_t>(time.longest);
+    json["dropped_records"] = plan.dropped;
+    return json;
+}
+
+}  // namespace cli

@@ -1,0 +1,167 @@
+#include "view/record_output.h"
+
+#include <fmt/format.h>
+
+#include "model/layout.h"
+#include "model/results.h"
+#include "output/table.h"
+#include "output/text.h"
+
+namespace cli {
+
+namespace {
+
+constexpr auto kRight = Table::Align::right;
+constexpr uint64_t kKib = 1024;
+constexpr uint64_t kMib = uint64_t{1024} * 1024;
+
+std::string heading(const ssd_op_db_record& record) {
+    std::string text = fmt::format("Record {} \"{}\": {}\n", record.record_no,
+                                   printable(record.title), status_word(record.status));
+    text += "Started   " + moment_text(record.start_time) + "\n";
+    if (record.end_time != 0) {
+        text += fmt::format("Ended     {}, after {}\n", moment_text(record.end_time),
+                            duration_text(std::difftime(record.end_time, record.start_time)));
+    }
+    text += fmt::format("Volume    {}, tested {}, file services {}\n",
+                        size_text(record.lv_size * kMib), size_text(record.test_size * kMib),
+                        record.stop_service != 0 ? "stopped" : "not stopped");
+    return text;
+}
+
+std::string gain_heading(const std::vector<Result>& results) {
+    const auto baseline = baseline_of(results);
+    return baseline ? fmt::format("Gain over OP {}", *baseline) : "Gain";
+}
+
+std::string result_table(const std::vector<Result>& results) {
+    if (results.empty()) return "No ratio has a result.\n";
+    Table table({{"OP", kRight},
+                 {"IOPS", kRight},
+                 {gain_heading(results), kRight},
+                 {"Write amplification", kRight},
+                 {""}});
+    for (const Result& result : results) {
+        const auto shown = [](const auto& value, const char* format) {
+            return value ? fmt::format(fmt::runtime(format), *value) : std::string("-");
+        };
+        table.add({fmt::format("{} %", result.op), shown(result.iops, "{:.0f}"),
+                   shown(result.gain_percent, "{:+.1f} %"),
+                   shown(result.write_amplification, "{:.2f}"), result.skipped ? "skipped" : ""});
+    }
+    return table.text();
+}
+
+std::string group_text(const ssd_op_db_raid_conf& group) {
+    Table table({{"Slot"},
+                 {"Model"},
+                 {"Serial number"},
+                 {"Firmware"},
+                 {"Bus"},
+                 {"Capacity", kRight},
+                 {"Seq. read", kRight},
+                 {"Seq. write", kRight},
+                 {"Random read", kRight},
+                 {"Random write", kRight}});
+    for (int i = 0; i < group.ssd_drive_num; ++i) {
+        const ssd_op_db_ssd_dev& drive = group.ssd_drives[i];
+        const auto speed = [](uint64_t kib) { return size_text(kib * kKib) + "/s"; };
+        table.add({printable(slot_name(drive)), printable(drive.model), printable(drive.serial_no),
+                   printable(drive.revision), printable(drive.bus_type), size_text(drive.capacity),
+                   speed(drive.performance_read_s), speed(drive.performance_write_s),
+                   fmt::format("{} IOPS", drive.performance_read_r),
+                   fmt::format("{} IOPS", drive.performance_write_r)});
+    }
+    const Layout layout{group.raid_level, static_cast<size_t>(group.ssd_drive_num)};
+    return fmt::format("RAID group {}: {}, {}\n", group.raid_id, layout.text(),
+                       size_text(group.raid_capacity * kKib)) +
+           table.text();
+}
+
+std::string identity_text(const ssd_op_db_record& record) {
+    return fmt::format(
+        "Appliance  {}, serial number {}\nFirmware   {}\nProcessor  {}\nMemory     {}\n",
+        printable(record.nas_model), printable(record.nas_serial_no),
+        printable(record.nas_fw_version), printable(record.nas_cpu_info),
+        printable(record.nas_mem_info));
+}
+
+Json result_json(const Result& result) {
+    const auto or_null = [](const auto& value) { return value ? Json(*value) : Json(nullptr); };
+    return {{"op", result.op},
+            {"skipped", result.skipped},
+            {"iops", or_null(result.iops)},
+            {"gain_percent", or_null(result.gain_percent)},
+            {"write_amplification", or_null(result.write_amplification)}};
+}
+
+Json drive_json(const ssd_op_db_ssd_dev& drive) {
+    return {{"id", drive.dev_id},
+            {"slot", slot_name(drive)},
+            {"vendor", drive.vendor},
+            {"model", drive.model},
+            {"serial_no", drive.serial_no},
+            {"firmware", drive.revision},
+            {"bus", drive.bus_type},
+            {"capacity_bytes", drive.capacity},
+            {"sequential_read_kib_s", drive.performance_read_s},
+            {"sequential_write_kib_s", drive.performance_write_s},
+            {"random_read_iops", drive.performance_read_r},
+            {"random_write_iops", drive.performance_write_r}};
+}
+
+Json group_json(const ssd_op_db_raid_conf& group) {
+    Json json = {{"raid_id", group.raid_id},
+                 {"raid_level", group.raid_level},
+                 {"capacity_kib", group.raid_capacity},
+                 {"drives", Json::array()}};
+    for (int i = 0; i < group.ssd_drive_num; ++i)
+        json["drives"].push_back(drive_json(group.ssd_drives[i]));
+    return json;
+}
+
+}  // namespace
+
+std::string results_text(const ssd_op_db_record& record) {
+    return result_table(results_of(record));
+}
+
+std::string record_text(const ssd_op_db_record& record) {
+    std::string text = heading(record) + "\n" + results_text(record);
+    for (const auto* group = record.raid_conf; group != nullptr; group = group->next)
+        text += "\n" + group_text(*group);
+    return text + "\n" + identity_text(record);
+}
+
+Json record_head_json(const ssd_op_db_record& record) {
+    return {{"record", record.record_no},
+            {"title", record.title},
+            {"status", status_word(record.status)},
+            {"start_time", record.start_time},
+            {"end_time", record.end_time},
+            {"min_op", record.min_op},
+            {"max_op", record.max_op},
+            {"interval", record.interval}};
+}
+
+Json record_json(const ssd_op_db_record& record) {
+    Json json = record_head_json(record);
+    json.update({{"sequential", record.sequential != 0},
+                 {"stop_services", record.stop_service != 0},
+                 {"volume_mib", record.lv_size},
+                 {"test_size_mib", record.test_size},
+                 {"results", Json::array()},
+                 {"groups", Json::array()},
+                 {"appliance",
+                  {{"model", record.nas_model},
+                   {"firmware", record.nas_fw_version},
+                   {"serial_no", record.nas_serial_no},
+                   {"processor", record.nas_cpu_info},
+                   {"memory", record.nas_mem_info}}}});
+    for (const Result& result : results_of(record)) json["results"].push_back(result_json(result));
+    for (const auto* group = record.raid_conf; group != nullptr; group = group->next)
+        json["groups"].push_back(group_json(*group));
+    return json;
+}
+
+}  // namespace cli

@@ -1,0 +1,238 @@
+#include "evaluation/driver/run.h"
+
+#include <ctime>
+
+#include <unistd.h>
+
+#include "base/boundary.h"
+#include "evaluation/drives/discard.h"
+#include "evaluation/state/driver_presence.h"
+#include "evaluation/state/raid_ids.h"
+#include "evaluation/state/ratios.h"
+#include "evaluation/state/status.h"
+#include "evaluation/state/status_change.h"
+#include "evaluation/storage/services.h"
+#include "event/upload.h"
+#include "platform/naslog.h"
+
+namespace ssd_op::evaluation {
+
+namespace {
+
+constexpr const char* kFunction = "NAS_SSD_OP_Test_Start";
+constexpr int kNoDiscard = 255;
+
+}  // namespace
+
+bool Run::begin() {
+    const int record_no = record_.record_no;
+    SSD_OP_Test_Remove_Runtime_Info(record_no);
+    const int64_t count = ratio_count(record_.min_op, record_.max_op, record_.interval);
+    SSD_OP_Test_Set_OP_Count(record_no, static_cast<int>(count));
+    report(SSD_OP_EVENT_STARTED);
+    // Whoever sees the record running can see who runs it.
+    return announce_driver(record_no, ::getpid()) &&
+           move(SSD_OP_TEST_STATUS_NEW, SSD_OP_TEST_STATUS_INITIATING);
+}
+
+bool Run::finish() noexcept {
+    if (!attempt(&Run::measure)) succeeded_ = false;
+    if (!attempt(&Run::capture_results)) succeeded_ = false;
+    attempt(&Run::remove_storage);
+    progress_while_finishing(80);
+    attempt(&Run::restart_stopped_services);
+    store_end_time();
+    SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] %s to perform SSD OP testing.\n", kFunction,
+             request_.lv_id, record_.record_no, succeeded_ ? "Succeed" : "Fail");
+    attempt(&Run::upload);
+    progress_while_finishing(100);
+    complete();
+    // Those for which they waited may have looked at this one, and left them to it.
+    if (services_wait_) attempt(&Run::restart_stopped_services);
+    return succeeded_;
+}
+
+void Run::give_up() noexcept {
+    succeeded_ = false;
+    remove_raid_configurations(groups_);
+    complete();
+    store_end_time();
+}
+
+/// False when memory ran short in it.
+bool Run::attempt(void (Run::*step)()) noexcept {
+    return base::guarded(kFunction, false, [&] {
+        (this->*step)();
+        return true;
+    });
+}
+
+void Run::measure() {
+    if (!probe_drives()) return;
+    create_storage();
+    test();
+}
+
+bool Run::probe_drives() {
+    if (nas_ssd_op_test_check_block_discard(raid_list_) >= 0) return true;
+    SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Block discard is not supported!\n", kFunction,
+             record_.record_no);
+    succeeded_ = false;
+    // A stop kills the probe, too: that says nothing of the drive.
+    if (move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED)) {
+        const ssd_op_event_step detail{kNoDiscard, 0};
+        report(SSD_OP_EVENT_STEP_FAILED, &detail);
+    }
+    remove_raid_configurations(groups_);
+    return false;
+}
+
+void Run::create_storage() {
+    request_.lv_id = SSD_OP_Test_Create_Storage(raid_list_, 0, &request_, &record_);
+    if (request_.lv_id >= 0) {
+        for (const RAID_CONF* group : groups_) {
+            SSD_OP_Write_System_Log(requester_, SSD_OP_EVENT_STORAGE_CREATED, nullptr,
+                                    &group->raid_id);
+        }
+        return;
+    }
+    SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to create test storage!\n", kFunction,
+             record_.record_no);
+    remove_raid_configurations(groups_);
+    if (!move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED)) return;
+    SM_TRACE(SM_TRACE_INFO,
+             "%s: [Record(%d)] Status is initiating but creating storage fails, so set status to "
+             "\"Failed\".\n",
+             kFunction, record_.record_no);
+    succeeded_ = false;
+    report(SSD_OP_EVENT_FAILED);
+}
+
+void Run::test() {
+    if (!move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_TESTING)) {
+        SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] status[1]: %d\n", kFunction,
+                 request_.lv_id, record_.record_no, status_of(record_.record_no));
+        succeeded_ = false;
+        return;
+    }
+    if (SSD_OP_Test_Start(&request_, &record_) < 0) fail_test();
+
+    if (!move(SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FINISHING)) {
+        SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] status[2]: %d\n", kFunction,
+                 request_.lv_id, record_.record_no, status_of(record_.record_no));
+        succeeded_ = false;
+        return;
+    }
+    progress_while_finishing(1);
+}
+
+void Run::fail_test() {
+    SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to test SSD OP!\n", kFunction,
+             request_.lv_id, record_.record_no);
+    succeeded_ = false;
+    if (!move(SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FAILED)) return;
+    SM_TRACE(SM_TRACE_INFO,
+             "%s: [LV(%d), Record(%d)] Status is testing but test return fail, so set status to "
+             "\"Failed\".\n",
+             kFunction, request_.lv_id, record_.record_no);
+    for (const RAID_CONF* group : groups_) {
+        const int raid_id = group->raid_id >= kFirstRaidId ? group->raid_id : -1;
+        report(SSD_OP_EVENT_FAILED, &raid_id);
+    }
+}
+
+void Run::capture_results() {
+    progress_while_finishing(30);
+    if (SSD_OP_Test_Save_Result(&request_, &record_) < 0) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to save test result!\n", kFunction,
+                 request_.lv_id, record_.record_no);
+        succeeded_ = false;
+    }
+    progress_while_finishing(60);
+}
+
+void Run::remove_storage() {
+    if (request_.lv_id <= 0 || !removed_at_once_or_later()) return;
+    for (const RAID_CONF* group : groups_) {
+        SSD_OP_Write_System_Log(requester_, SSD_OP_EVENT_STORAGE_REMOVED, nullptr, &group->raid_id);
+    }
+}
+
+bool Run::removed_at_once_or_later() {
+    if (SSD_OP_Test_Remove_Storage(request_.lv_id, 0) >= 0) return true;
+    SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to remove test storage 1st time!\n",
+             kFunction, request_.lv_id, record_.record_no);
+    // Whatever still works on the drives keeps the volume busy.
+    SSD_OP_Test_Stop(record_.record_no, 0, 0, SSD_OP_TEST_STATUS_INITIATING, 0);
+    if (SSD_OP_Test_Remove_Storage(request_.lv_id, 0) >= 0) return true;
+    SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to remove test storage 2nd time!\n",
+             kFunction, request_.lv_id, record_.record_no);
+    return false;
+}
+
+void Run::store_end_time() {
+    record_.end_time = std::time(nullptr);
+    SSD_OP_DB_Update_Record_End_Time(static_cast<int>(record_.end_time), record_.record_no);
+}
+
+void Run::upload() {
+    int agreement = 0;
+    if (SSD_OP_Test_Get_User_Agreement(&agreement) != 0 || agreement != 1) return;
+    report(SSD_OP_EVENT_UPLOADING);
+    event::ssd_op_analytics_upload(&record_);
+}
+
+void Run::restart_stopped_services() {
+    services_wait_ = record_.stop_service != 0 && !restart_services(record_.record_no);
+}
+
+/// No driver that ends leaves a record that seems to run: a database that cannot be written for a
+/// while, as on a full volume, is waited for.
+void Run::complete() noexcept {
+    constexpr int kTries = 60;
+    for (int tries = 1; !store_final_status(); ++tries) {
+        if (tries == kTries) {
+            succeeded_ = false;
+            return;
+        }
+        ::sleep(1);
+    }
+}
+
+/// True when the record has a status to stay with, by this or by a stop.
+bool Run::store_final_status() noexcept {
+    struct Ending {
+        int from, to, event;
+    };
+    for (const Ending& ending :
+         {Ending{SSD_OP_TEST_STATUS_FINISHING, SSD_OP_TEST_STATUS_COMPLETED,
+                 SSD_OP_EVENT_COMPLETED},
+          Ending{SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FAILED, SSD_OP_EVENT_FAILED},
+          Ending{SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED, SSD_OP_EVENT_FAILED},
+          Ending{SSD_OP_TEST_STATUS_NEW, SSD_OP_TEST_STATUS_FAILED, SSD_OP_EVENT_FAILED}}) {
+        const StatusChange outcome = move_status(record_.record_no, ending.from, ending.to);
+        if (outcome == StatusChange::kNotWritten) return false;
+        if (outcome == StatusChange::kWasOther) continue;
+        if (ending.to == SSD_OP_TEST_STATUS_FAILED) succeeded_ = false;
+        report(ending.event);
+        return true;
+    }
+    return true;
+}
+
+bool Run::move(int from, int to) const {
+    return move_status(record_.record_no, from, to) == StatusChange::kChanged;
+}
+
+bool Run::status_is(int status) const { return status_of(record_.record_no) == status; }
+
+void Run::progress_while_finishing(int percent) const {
+    if (status_is(SSD_OP_TEST_STATUS_FINISHING))
+        SSD_OP_Test_Set_Step_Progress(record_.record_no, percent);
+}
+
+void Run::report(int type, const void* detail) const {
+    SSD_OP_Write_System_Log(requester_, type, &record_.record_no, detail);
+}
+
+}  // namespace ssd_op::evaluation
