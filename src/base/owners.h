@@ -3,9 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <utility>
 
-#include <unistd.h>
+#include "shared/descriptor.h"
 
 namespace ssd_op::base {
 
@@ -34,24 +33,6 @@ struct ClosePipe {
 /// What a command prints, as popen gives it.
 using Pipe = std::unique_ptr<std::FILE, ClosePipe>;
 
-/// A file descriptor, closed when it goes.
-class Descriptor {
-  public:
-    explicit Descriptor(int fd = -1) : fd_(fd) {}
-    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(fd_, other.fd_);
-        return *this;
-    }
-    ~Descriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    int get() const { return fd_; }
-    int release() { return std::exchange(fd_, -1); }
-    explicit operator bool() const { return fd_ >= 0; }
-
-  private:
-    int fd_;
-};
+using shared::Descriptor;
 
 }  // namespace ssd_op::base

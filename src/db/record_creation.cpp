@@ -7,13 +7,13 @@
 #include <limits>
 #include <string>
 
-#include "base/drive_id.h"
 #include "base/interface_name.h"
 #include "base/text.h"
 #include "db/appliance_identity.h"
 #include "db/database.h"
 #include "db/transaction.h"
 #include "platform/hal.h"
+#include "shared/drive_id.h"
 
 namespace ssd_op::db {
 
@@ -31,7 +31,7 @@ struct Drive {
 };
 
 bool read_drive(uint32_t dev_id, Drive& drive) {
-    const base::Slot slot = base::slot_of(dev_id);
+    const shared::Slot slot = shared::slot_of(dev_id);
     drive.info = {};
     if (PD_Is_Exist(slot.enclosure, slot.port) == 0 ||
         PD_Get_Info(slot.enclosure, slot.port, &drive.info) != 0) {

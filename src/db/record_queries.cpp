@@ -2,12 +2,12 @@
 
 #include <unordered_map>
 
-#include "base/drive_id.h"
 #include "base/owners.h"
 #include "db/database.h"
 #include "db/overflow.h"
 #include "db/record_view.h"
 #include "platform/hal.h"
+#include "shared/drive_id.h"
 
 namespace base = ssd_op::base;
 namespace db = ssd_op::db;
@@ -51,8 +51,8 @@ class Page {
 };
 
 void name_slot(ssd_op_db_ssd_dev& drive) {
-    const base::Slot slot = base::slot_of(drive.dev_id);
-    PD_Get_Log_Name(slot.enclosure, slot.port, drive.log_name, sizeof drive.log_name);
+    const auto [enclosure, port] = ssd_op::shared::slot_of(drive.dev_id);
+    PD_Get_Log_Name(enclosure, port, drive.log_name, sizeof drive.log_name);
 }
 
 db::Sql page_selection(int offset, int count, int status) {

@@ -6,12 +6,12 @@
 #include <string_view>
 
 #include "base/command.h"
-#include "base/drive_id.h"
 #include "base/interface_name.h"
 #include "base/number.h"
 #include "base/text.h"
 #include "event/upload.h"
 #include "runtime/number.h"
+#include "shared/drive_id.h"
 
 namespace ssd_op::event {
 
@@ -80,7 +80,7 @@ std::string total_capacity(const ssd_op_db_record& record) {
 }
 
 std::string bus_type(const ssd_op_db_ssd_dev& drive) {
-    const base::Slot slot = base::slot_of(drive.dev_id);
+    const shared::Slot slot = shared::slot_of(drive.dev_id);
     PD_INFO info{};
     return PD_Get_Info(slot.enclosure, slot.port, &info) == 0 ? base::interface_name(info)
                                                               : "Unknown";
@@ -88,7 +88,7 @@ std::string bus_type(const ssd_op_db_ssd_dev& drive) {
 
 /// Nothing when the platform does not tell.
 std::optional<std::string> drive_capacity(const ssd_op_db_ssd_dev& drive) {
-    const base::Slot slot = base::slot_of(drive.dev_id);
+    const shared::Slot slot = shared::slot_of(drive.dev_id);
     uint64_t blocks = 0;
     uint32_t block_size = 0;
     if (PD_Get_Capacity(slot.enclosure, slot.port, &blocks, &block_size) != 0) return std::nullopt;

@@ -2,10 +2,10 @@
 #include <array>
 #include <cstdio>
 
-#include "base/drive_id.h"
 #include "base/text.h"
 #include "platform/hal.h"
 #include "report/report.h"
+#include "shared/drive_id.h"
 
 namespace ssd_op::report {
 
@@ -29,7 +29,7 @@ std::string raid_word(const ssd_op_db_raid_conf& group) {
 }
 
 std::string slot_name(const ssd_op_db_ssd_dev& drive) {
-    const base::Slot slot = base::slot_of(drive.dev_id);
+    const shared::Slot slot = shared::slot_of(drive.dev_id);
     char name[32] = "";
     PD_Get_Log_Name(slot.enclosure, slot.port, name, sizeof name);
     return std::string(base::field_text(name));

@@ -17,10 +17,10 @@ constexpr const char* kProbe = "nas_ssd_op_test_check_block_discard";
 const DiscardOptions kWholeDevice{"-l 1 ", "-p 512 "};
 
 uint64_t size_in_bytes(const RequestedDrive& drive) {
-    const auto [enclosure, port] = base::slot_of(drive.dev_id);
+    const auto [enclosure, port] = shared::slot_of(drive.dev_id);
     if (drive.has_partition) {
         PART_INFO info{};
-        Part_Get_Info(enclosure, port, base::kDataPartition, &info);
+        Part_Get_Info(enclosure, port, shared::kDataPartition, &info);
         return info.size_kib * 1024;
     }
     uint64_t block_count = 0;
@@ -56,8 +56,9 @@ int discard_all(RAID_CONF* raid_list) {
 int probe(RAID_CONF* raid_list) {
     for (const RAID_CONF* group : groups_of(raid_list)) {
         for (const uint32_t id : members_of(*group)) {
-            const auto [enclosure, port] = base::slot_of(id);
-            const bool has_partition = Part_Is_Exist_V2(enclosure, port, base::kDataPartition) != 0;
+            const auto [enclosure, port] = shared::slot_of(id);
+            const bool has_partition =
+                Part_Is_Exist_V2(enclosure, port, shared::kDataPartition) != 0;
             const DriveName device = discarded_device({id, has_partition});
             const std::string line = "/sbin/kblkdiscard " + base::shell_word(device.text) + " " +
                                      kWholeDevice.first_block + " &>/dev/null 2>>/dev/null";

@@ -24,9 +24,9 @@ struct PartitionSizes {
 PartitionSizes sizes_of(const std::vector<RequestedDrive>& drives) {
     PartitionSizes sizes;
     for (const RequestedDrive& drive : drives) {
-        const auto [enclosure, port] = base::slot_of(drive.dev_id);
+        const auto [enclosure, port] = shared::slot_of(drive.dev_id);
         PART_INFO info{};
-        if (Part_Get_Info(enclosure, port, base::kDataPartition, &info) != 0) continue;
+        if (Part_Get_Info(enclosure, port, shared::kDataPartition, &info) != 0) continue;
         if (info.size_kib == 0) continue;
         if (sizes.smallest_kib == 0 || info.size_kib < sizes.smallest_kib)
             sizes.smallest_kib = info.size_kib;

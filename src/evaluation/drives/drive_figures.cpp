@@ -3,11 +3,11 @@
 #include <cstring>
 #include <string_view>
 
-#include "base/drive_id.h"
 #include "base/file_lock.h"
 #include "base/text.h"
 #include "platform/hal.h"
 #include "platform/ini.h"
+#include "shared/drive_id.h"
 
 namespace ssd_op::evaluation {
 
@@ -25,7 +25,7 @@ int set_field(const char* file, const char* section, const char* key, const std:
 
 DriveFigures::DriveFigures(uint32_t dev_id, Key key)
     : dev_id_(dev_id), key_(key == Key::kWriteSpeed ? "write_speed" : "write_iops") {
-    const auto [enclosure, port] = base::slot_of(dev_id);
+    const auto [enclosure, port] = shared::slot_of(dev_id);
     file_ = "/etc/enclosure_" + std::to_string(enclosure) + ".conf";
     section_ = "PhysicalDisk_" + std::to_string(port);
 }
@@ -46,7 +46,7 @@ void DriveFigures::set_in_list(const std::string& value) const {
 }
 
 int DriveFigures::read_wwn() {
-    const auto [enclosure, port] = base::slot_of(dev_id_);
+    const auto [enclosure, port] = shared::slot_of(dev_id_);
     char wwn[65] = "";
     const int result = PD_Get_WWN(enclosure, port, wwn, sizeof wwn);
     wwn_ = base::field_text(wwn);

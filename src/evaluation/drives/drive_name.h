@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "base/drive_id.h"
 #include "base/text.h"
 #include "platform/hal.h"
+#include "shared/drive_id.h"
 
 namespace ssd_op::evaluation {
 
@@ -23,8 +23,8 @@ struct DriveName {
 constexpr int kDriveNameSize = 32;
 
 /// For example /dev/sda3.
-inline DriveName partition_name(uint32_t dev_id, int part_no = base::kDataPartition) {
-    const auto [enclosure, port] = base::slot_of(dev_id);
+inline DriveName partition_name(uint32_t dev_id, int part_no = shared::kDataPartition) {
+    const auto [enclosure, port] = shared::slot_of(dev_id);
     char name[kDriveNameSize] = "";
     const int result = Part_Get_Name(enclosure, port, part_no, name, kDriveNameSize);
     return {result, base::field_text(name)};
@@ -32,7 +32,7 @@ inline DriveName partition_name(uint32_t dev_id, int part_no = base::kDataPartit
 
 /// For example /dev/sda.
 inline DriveName device_name(uint32_t dev_id) {
-    const auto [enclosure, port] = base::slot_of(dev_id);
+    const auto [enclosure, port] = shared::slot_of(dev_id);
     char name[kDriveNameSize] = "";
     const int result = PD_Get_Sys_Name(enclosure, port, name, kDriveNameSize);
     return {result, base::field_text(name)};

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "base/drive_id.h"
 #include "platform/hal.h"
 #include "platform/naslog.h"
+#include "shared/drive_id.h"
 
 namespace ssd_op::evaluation {
 
@@ -22,8 +22,8 @@ bool holds(std::span<const uint32_t> ids, unsigned dev_id) {
 bool append(std::vector<RequestedDrive>& drives, std::span<const uint32_t> ids) {
     for (const uint32_t id : ids) {
         if (drives.size() >= RAID_MAX_DRIVES) return false;
-        const auto [enclosure, port] = base::slot_of(id);
-        drives.push_back({id, Part_Is_Exist_V2(enclosure, port, base::kDataPartition) != 0});
+        const auto [enclosure, port] = shared::slot_of(id);
+        drives.push_back({id, Part_Is_Exist_V2(enclosure, port, shared::kDataPartition) != 0});
     }
     return true;
 }

@@ -3,12 +3,12 @@
 #include <algorithm>
 
 #include "base/boundary.h"
-#include "base/drive_id.h"
 #include "evaluation/drives/drive_figures.h"
 #include "evaluation/drives/groups.h"
 #include "evaluation/state/status.h"
 #include "platform/hal.h"
 #include "platform/naslog.h"
+#include "shared/drive_id.h"
 
 namespace ssd_op::evaluation {
 
@@ -24,8 +24,8 @@ struct Measurement {
     bool read;
     int result = 0;
 
-    base::Slot slot() const { return base::slot_of(drive.dev_id); }
-    int part_no() const { return drive.has_partition ? base::kDataPartition : 0; }
+    shared::Slot slot() const { return shared::slot_of(drive.dev_id); }
+    int part_no() const { return drive.has_partition ? shared::kDataPartition : 0; }
     unsigned long long figure();
 
   private:

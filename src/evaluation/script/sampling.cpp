@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include "base/boundary.h"
-#include "base/drive_id.h"
 #include "base/owners.h"
 #include "base/plain_file.h"
 #include "db/record_owner.h"
@@ -16,6 +15,7 @@
 #include "platform/hal.h"
 #include "platform/naslog.h"
 #include "platform/storage.h"
+#include "shared/drive_id.h"
 
 namespace ssd_op::evaluation {
 
@@ -57,7 +57,7 @@ class DriveTable {
 
 /// In degrees; the drive's byte is signed. 0 when the drive does not tell.
 int temperature_of(uint32_t dev_id) {
-    const auto [enclosure, port] = base::slot_of(dev_id);
+    const auto [enclosure, port] = shared::slot_of(dev_id);
     PD_SMART_INFO* info = nullptr;
     const int result = PD_SMART_Read_Info(enclosure, port, &info);
     const base::HeapBlock<PD_SMART_INFO> owner(info);

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace ssd_op::base {
+namespace ssd_op::shared {
 
 constexpr int kDataPartition = 3;
 
@@ -16,4 +16,4 @@ constexpr Slot slot_of(uint32_t drive_id) {
     return {static_cast<int>(drive_id >> 16), static_cast<int>(drive_id & 0xFFFFU)};
 }
 
-}  // namespace ssd_op::base
+}  // namespace ssd_op::shared
