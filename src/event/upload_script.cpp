@@ -12,6 +12,7 @@
 #include "event/upload.h"
 #include "runtime/number.h"
 #include "shared/drive_id.h"
+#include "shared/ranges.h"
 
 namespace ssd_op::event {
 
@@ -38,30 +39,19 @@ std::string field(std::string_view name, std::string_view value) {
     return text.append(name).append("=").append(value);
 }
 
-size_t bounded(int count, size_t most) {
-    return std::min(static_cast<size_t>(std::max(count, 0)), most);
-}
-
-/// Calls `visit` with every drive of the record, group by group.
-template <typename Visit>
-void for_each_drive(const ssd_op_db_record& record, Visit visit) {
-    for (const auto* group = record.raid_conf; group != nullptr; group = group->next) {
-        const size_t count = bounded(group->ssd_drive_num, SSD_OP_MAX_DRIVES);
-        std::for_each_n(group->ssd_drives, count, visit);
-    }
-}
-
 /// A field that lists a value of every drive, an empty one too. A drive of which the value is not
 /// known leaves no trace in the list, but only the first drive of all goes without a comma.
 template <typename ValueOf>
 std::string drive_list(std::string_view name, const ssd_op_db_record& record, ValueOf value_of) {
     std::string list;
     bool first = true;
-    for_each_drive(record, [&](const ssd_op_db_ssd_dev& drive) {
-        const std::optional<std::string> value = value_of(drive);
-        if (value) list.append(first ? "" : ",").append(*value);
-        first = false;
-    });
+    for (const auto& group : shared::groups(record)) {
+        for (const auto& drive : shared::drives(group)) {
+            const std::optional<std::string> value = value_of(drive);
+            if (value) list.append(first ? "" : ",").append(*value);
+            first = false;
+        }
+    }
     return field(name, list);
 }
 
@@ -74,24 +64,22 @@ std::string raid_type(const ssd_op_db_raid_conf& first) {
 
 std::string total_capacity(const ssd_op_db_record& record) {
     uint64_t total = 0;
-    for (const auto* group = record.raid_conf; group != nullptr; group = group->next)
-        total += group->raid_capacity;
+    for (const auto& group : shared::groups(record)) total += group.raid_capacity;
     return base::decimal_text(static_cast<double>(total) / kKibPerGib, 2);
 }
 
 std::string bus_type(const ssd_op_db_ssd_dev& drive) {
-    const shared::Slot slot = shared::slot_of(drive.dev_id);
+    const auto [enclosure, port] = shared::slot_of(drive.dev_id);
     PD_INFO info{};
-    return PD_Get_Info(slot.enclosure, slot.port, &info) == 0 ? base::interface_name(info)
-                                                              : "Unknown";
+    return PD_Get_Info(enclosure, port, &info) == 0 ? base::interface_name(info) : "Unknown";
 }
 
 /// Nothing when the platform does not tell.
 std::optional<std::string> drive_capacity(const ssd_op_db_ssd_dev& drive) {
-    const shared::Slot slot = shared::slot_of(drive.dev_id);
+    const auto [enclosure, port] = shared::slot_of(drive.dev_id);
     uint64_t blocks = 0;
     uint32_t block_size = 0;
-    if (PD_Get_Capacity(slot.enclosure, slot.port, &blocks, &block_size) != 0) return std::nullopt;
+    if (PD_Get_Capacity(enclosure, port, &blocks, &block_size) != 0) return std::nullopt;
     return base::decimal_text(static_cast<double>(blocks * block_size) / kBytesPerGib, 2);
 }
 
@@ -127,7 +115,7 @@ std::string local_minute(time_t moment) {
 
 std::string result_fields(const ssd_op_db_record& record) {
     std::string ratios, results;
-    for (size_t i = 0; i < bounded(record.count, SSD_OP_MAX_RATIOS); ++i) {
+    for (int i = 0; i < shared::result_count(record); ++i) {
         const char* separator = i == 0 ? "" : ",";
         ratios.append(separator).append(std::to_string(record.percentage[i])).append("%");
         results.append(separator).append(base::decimal_text(record.result_2[i], 6));

@@ -1,7 +1,5 @@
 #include "evaluation/drives/performance.h"
 
-#include <algorithm>
-
 #include "base/boundary.h"
 #include "evaluation/drives/drive_figures.h"
 #include "evaluation/drives/groups.h"
@@ -9,6 +7,7 @@
 #include "platform/hal.h"
 #include "platform/naslog.h"
 #include "shared/drive_id.h"
+#include "shared/ranges.h"
 
 namespace ssd_op::evaluation {
 
@@ -87,10 +86,9 @@ unsigned long long Measurement::sequential_write() {
 /// The drive's entry in the record; the last one, should there be several.
 ssd_op_db_ssd_dev* entry_of(ssd_op_db_raid_conf* groups, uint32_t dev_id) {
     ssd_op_db_ssd_dev* found = nullptr;
-    for (auto* group = groups; group != nullptr; group = group->next) {
-        const int count = std::clamp(group->ssd_drive_num, 0, SSD_OP_MAX_DRIVES);
-        for (int i = 0; i < count; ++i) {
-            if (group->ssd_drives[i].dev_id == dev_id) found = &group->ssd_drives[i];
+    for (auto& group : shared::nodes(groups)) {
+        for (auto& drive : shared::drives(group)) {
+            if (drive.dev_id == dev_id) found = &drive;
         }
     }
     return found;

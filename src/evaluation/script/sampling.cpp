@@ -16,6 +16,7 @@
 #include "platform/naslog.h"
 #include "platform/storage.h"
 #include "shared/drive_id.h"
+#include "shared/ranges.h"
 
 namespace ssd_op::evaluation {
 
@@ -139,10 +140,9 @@ void record_sample(int record_no, unsigned long long time_slap, const char* path
     const db::RecordOwner record = db::load_record(record_no);
     if (!record) return;
     DriveTable table(kRecord);
-    for (const auto* group = record->raid_conf; group != nullptr; group = group->next) {
-        const int count = std::clamp(group->ssd_drive_num, 0, SSD_OP_MAX_DRIVES);
-        for (int i = 0; i < count; ++i)
-            table.add(record_no, group->raid_id, group->ssd_drives[i].dev_id);
+    for (const auto& group : shared::groups(*record)) {
+        for (const auto& drive : shared::drives(group))
+            table.add(record_no, group.raid_id, drive.dev_id);
     }
     if (table.drives().empty()) return;
     append_sample(path, table.drives(), temperatures_of(table.drives()), time_slap);

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "platform/storage.h"
+#include "shared/ranges.h"
 
 namespace ssd_op::evaluation {
 
@@ -12,9 +13,8 @@ Members members_of(const ssd_op_db_raid_conf& group) {
     const auto made = std::make_unique<RAID_CONF>();
     if (RAID_Get_Conf(group.raid_id, made.get()) != 0) return Members::kNone;
     const int made_of = std::clamp(made->drive_num, 0, RAID_MAX_DRIVES);
-    const int kept = std::clamp(group.ssd_drive_num, 0, SSD_OP_MAX_DRIVES);
     std::set<uint32_t> recorded;
-    for (int i = 0; i < kept; ++i) recorded.insert(group.ssd_drives[i].dev_id);
+    for (const auto& drive : shared::drives(group)) recorded.insert(drive.dev_id);
     const std::set<uint32_t> members(made->drive_ids, made->drive_ids + made_of);
     if (members == recorded) return Members::kAll;
     return std::includes(recorded.begin(), recorded.end(), members.begin(), members.end())

@@ -16,6 +16,7 @@
 #include "evaluation/storage/marks.h"
 #include "platform/naslog.h"
 #include "platform/storage.h"
+#include "shared/ranges.h"
 
 namespace ssd_op::evaluation {
 
@@ -65,13 +66,9 @@ class RecordStop {
     int result_ = 0;
 };
 
-int drive_count(const ssd_op_db_raid_conf& group) {
-    return std::clamp(group.ssd_drive_num, 0, SSD_OP_MAX_DRIVES);
-}
-
 int RecordStop::stop(int old_status, int old_step_progress) {
-    for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
-        const Group found = look_at(*group);
+    for (const auto& group : shared::groups(record_)) {
+        const Group found = look_at(group);
         if (found == Group::kOwn) continue;
         if (found == Group::kUnknown) return -1;
         // A stop that was killed may have removed some of the configurations.
@@ -86,8 +83,7 @@ int RecordStop::stop(int old_status, int old_step_progress) {
         kill_drive_users();
         kill_early_partition_users();
     }
-    for (const auto* group = record_.raid_conf; group != nullptr; group = group->next)
-        kill_partition_users(*group);
+    for (const auto& group : shared::groups(record_)) kill_partition_users(group);
     stop_volumes(may_remove_remains());
     return result_;
 }
@@ -119,10 +115,8 @@ bool RecordStop::is_whole(const ssd_op_db_raid_conf& group) const {
 }
 
 bool RecordStop::all_are_whole() const {
-    for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
-        if (!is_whole(*group)) return false;
-    }
-    return true;
+    return std::ranges::all_of(shared::groups(record_),
+                               [&](const auto& group) { return is_whole(group); });
 }
 
 /// What a driver that lives is making or taking down is its own, whatever the record's status says.
@@ -146,9 +140,9 @@ void RecordStop::kill_service_stopper() {
 }
 
 void RecordStop::kill_drive_users() {
-    for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
-        for (int i = 0; i < drive_count(*group); ++i) {
-            if (const DriveName device = device_name(group->ssd_drives[i].dev_id))
+    for (const auto& group : shared::groups(record_)) {
+        for (const auto& drive : shared::drives(group)) {
+            if (const DriveName device = device_name(drive.dev_id))
                 result_ |= kill_programs(kDriveUsers, device.text).result;
         }
     }
@@ -157,8 +151,8 @@ void RecordStop::kill_drive_users() {
 /// Whether a discard was found running.
 bool RecordStop::kill_partition_users(const ssd_op_db_raid_conf& group) {
     bool found = false;
-    for (int i = 0; i < drive_count(group); ++i) {
-        const DriveName partition = partition_name(group.ssd_drives[i].dev_id);
+    for (const auto& drive : shared::drives(group)) {
+        const DriveName partition = partition_name(drive.dev_id);
         if (!partition) continue;
         const Killed killed = kill_programs(kPartitionUsers, partition.text);
         result_ |= killed.result;
@@ -170,9 +164,9 @@ bool RecordStop::kill_partition_users(const ssd_op_db_raid_conf& group) {
 /// While the storage is created, the next discard may follow on the one that was killed.
 void RecordStop::kill_early_partition_users() {
     bool found = false;
-    for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
-        found |= kill_partition_users(*group);
-        if (found && group->next != nullptr) ::sleep(2);
+    for (const auto& group : shared::groups(record_)) {
+        found |= kill_partition_users(group);
+        if (found && group.next != nullptr) ::sleep(2);
     }
 }
 
@@ -225,8 +219,8 @@ void RecordStop::remove_pool(int pool_id) {
 /// What a driver leaves that dies before it makes the pool.
 int RecordStop::remove_configurations() const {
     int result = 0;
-    for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
-        if (is_whole(*group)) result |= RAID_Remove_Conf(group->raid_id);
+    for (const auto& group : shared::groups(record_)) {
+        if (is_whole(group)) result |= RAID_Remove_Conf(group.raid_id);
     }
     return result;
 }
@@ -235,9 +229,9 @@ int RecordStop::remove_configurations() const {
 void RecordStop::report_removal() {
     if (removal_reported_) return;
     removal_reported_ = true;
-    for (const auto* group = record_.raid_conf; group != nullptr; group = group->next) {
+    for (const auto& group : shared::groups(record_)) {
         SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_STORAGE_REMOVED, &record_.record_no,
-                                &group->raid_id);
+                                &group.raid_id);
     }
 }
 

@@ -14,6 +14,7 @@
 #include "evaluation/storage/services.h"
 #include "platform/naslog.h"
 #include "platform/storage.h"
+#include "shared/ranges.h"
 
 namespace ssd_op::evaluation {
 
@@ -33,10 +34,8 @@ struct StopRequest {
 };
 
 bool has_group(const ssd_op_db_record& record, int raid_id) {
-    for (const auto* group = record.raid_conf; group != nullptr; group = group->next) {
-        if (group->raid_id == raid_id) return true;
-    }
-    return false;
+    return std::ranges::any_of(shared::groups(record),
+                               [&](const auto& group) { return group.raid_id == raid_id; });
 }
 
 /// Whether the record is to be stopped; nothing when the database does not tell.
@@ -139,8 +138,7 @@ class RaidWait {
             if (waited_ >= kMaxRaidWaits) break;
             const db::RecordOwner record = db::load_record(record_no);
             if (!record) continue;
-            for (const auto* group = record->raid_conf; group != nullptr; group = group->next)
-                wait_for_group(group->raid_id);
+            for (const auto& group : shared::groups(*record)) wait_for_group(group.raid_id);
             services_were_stopped |= record->stop_service != 0;
         }
         return services_were_stopped;

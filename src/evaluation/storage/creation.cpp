@@ -9,6 +9,7 @@
 #include "evaluation/storage/marks.h"
 #include "evaluation/storage/services.h"
 #include "platform/naslog.h"
+#include "shared/ranges.h"
 
 namespace ssd_op::evaluation {
 
@@ -156,8 +157,8 @@ void StorageCreation::store_raid_capacities() {
         RAID_INFO info{};
         RAID_Get_Info(group->raid_id, 0, &info);
         SSD_OP_DB_Update_Record_RAID_Capacity(info.capacity_kib, record_.record_no, group->raid_id);
-        for (auto* stored = record_.raid_conf; stored != nullptr; stored = stored->next) {
-            if (stored->raid_id == group->raid_id) stored->raid_capacity = info.capacity_kib;
+        for (auto& stored : shared::groups(record_)) {
+            if (stored.raid_id == group->raid_id) stored.raid_capacity = info.capacity_kib;
         }
     }
 }
