@@ -7,11 +7,11 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include <fmt/format.h>
 
-#include "db/record_owner.h"
 #include "platform/ini.h"
 #include "platform_time.h"
 #include "ssd_op.h"
@@ -68,20 +68,28 @@ void print(const char* name, const Cost& cost) {
                (cost.all - platform.all()) * 1e6);
 }
 
+using Record = std::unique_ptr<ssd_op_db_record, decltype(&SSD_OP_DB_Free_Record)>;
+
+Record read_record() {
+    Record record(static_cast<ssd_op_db_record*>(std::calloc(1, sizeof(ssd_op_db_record))),
+                  SSD_OP_DB_Free_Record);
+    if (!record || SSD_OP_DB_Query_Record(kRecord, record.get()) != 0) std::exit(1);
+    return record;
+}
+
 void measure_all(int repetitions) {
     int number = 0;
     float percent = 0;
     unsigned long long seconds = 0;
     long double value = 0;
-    const auto held = ssd_op::db::load_record(kRecord);
+    const Record held = read_record();
     ssd_op_db_record* const record = held.get();
-    if (record == nullptr) std::exit(1);
     record->max_op = 40;
     record->interval = 10;
     const std::pair<const char*, std::function<void()>> calls[] = {
         {"`SSD_OP_DB_Query_Record_Status`", [&] { SSD_OP_DB_Query_Record_Status(kRecord); }},
         {"`SSD_OP_Test_Get_Status`", [&] { SSD_OP_Test_Get_Status(kRecord, &number); }},
-        {"`SSD_OP_DB_Query_Record`", [] { ssd_op::db::load_record(kRecord); }},
+        {"`SSD_OP_DB_Query_Record`", [] { read_record(); }},
         {"`SSD_OP_Test_Get_Step_Progress`",
          [&] { SSD_OP_Test_Get_Step_Progress(kRecord, &number); }},
         {"`SSD_OP_Test_Get_OP_Count`", [&] { SSD_OP_Test_Get_OP_Count(kRecord, record, &number); }},

@@ -851,7 +851,7 @@ enum {                          /* type for NAS_SSD_OP_Test_Stop */
        SSD_OP_STOP_FAILED = 2   /* status FAILED, event SSD_OP_EVENT_FAILED */
 };
 
-#define SSD_OP_ALL_RECORDS (-1) /* record_no for NAS_SSD_OP_Test_Stop */
+#define SSD_OP_ALL_RECORDS (-1) /* record_no for a stop or a deletion */
 
 /**
  * Stop running evaluations (INITIATING, TESTING, FINISHING).

@@ -3,72 +3,49 @@
 /// the base room and the platform. Every use of the file happens under the lock `kDatabaseLock` and
 /// on a connection of its own, and no process that dies, at whatever point, leaves a file that does
 /// not open.
+///
+/// A function that stands for an exported one is one access to the file. It carries that one's name
+/// in its messages, whoever calls, and does not throw: an access for which memory is short has
+/// failed like one that found no database.
 #pragma once
 
-#include <sqlite3.h>
+#include <string>
+#include <type_traits>
 
 #include "base/boundary.h"
 #include "base/file_lock.h"
-#include "db/sql.h"
-#include "ssd_op.h"
-
-extern "C" {
-
-/**
- * Opens the database, creating it when there is none or an empty file. The caller holds the
- * database lock, and closes *db with sqlite3_close.
- *
- * A new database is made under a name of its own and then given its real one: it is there with all
- * its tables, or not at all. When its creation fails nothing is left, so the next open tries again.
- *
- * @return 0; -1 when no place is found or the creation failed; else what SQLite says of opening it,
- *         with *db null
- */
-int ssd_op_db_open(sqlite3** db);
-
-/// The version that the database holds, 0 when it holds none; -1 when it cannot be read.
-int ssd_op_db_query_version(void);
-/// Stores a version. 0 or -1.
-int ssd_op_db_update_version(int version);
-
-/// Stores a new record with its groups and drives on an open database. 0 or -1.
-int ssd_op_db_insert_simple(sqlite3* db, ssd_op_db_record* record);
-}
+#include "db/session.h"
 
 namespace ssd_op::db {
 
 constexpr const char* kDatabaseLock = "kova_ssd_op_db";
 
-/// The database, held: locked against every other process, then opened. Released in reverse. A
-/// process that holds a session may open a second one.
-class Session {
-  public:
-    Session() {
-        sqlite3* db = nullptr;
-        if (ssd_op_db_open(&db) == 0) connection_.reset(db);
-    }
-    explicit operator bool() const { return connection_ != nullptr; }
-    sqlite3* connection() const { return connection_.get(); }
+/// Opens the database, creating it when there is none or an empty file. The caller holds the
+/// database's lock. Nothing is open when no place is found or the file cannot be made or opened.
+///
+/// A new database is made under a name of its own and then given its real one: it is there with all
+/// its tables, or not at all. When its creation fails nothing is left, so the next open tries
+/// again.
+Session open_database(const char* function);
 
-  private:
-    base::FileLock lock_ = base::FileLock::for_writing(kDatabaseLock);  // first: unlocked last
-    Connection connection_;
-};
-
-/// How every database function works: `inside(connection)` in a session of its own. Its result, or
-/// `failure` when the database cannot be opened or memory is short.
-template <typename Result, typename Inside>
-Result with_session(base::Caller caller, Result failure, Inside&& inside) noexcept {
-    return base::guarded(caller, failure, [&] {
-        const Session session;
-        if (session) return inside(session.connection());
+/// How every database function works: `inside(session)` with the database locked against every
+/// other process, then open. A process that holds it may do so a second time. What `inside`
+/// returned, or an empty result (false, nothing) when the database cannot be opened or memory is
+/// short.
+template <typename Inside>
+auto with_session(base::Caller caller, Inside&& inside) noexcept {
+    using Result = std::invoke_result_t<Inside, Session&>;
+    return base::guarded(caller, Result(), [&]() -> Result {
+        const base::FileLock lock = base::FileLock::for_writing(kDatabaseLock);
+        Session session = open_database(caller.function);
+        if (session) return inside(session);
         SM_TRACE(SM_TRACE_ERROR, "%s: Fail to open database.\n", caller.function);
-        return failure;
+        return Result();
     });
 }
 
 /// Deletes a database file and the journal that belongs to it, which must not be played back into
 /// the file that comes next. Whether the database is gone.
-bool remove_database_file(const char* path);
+bool remove_database_file(const std::string& path);
 
 }  // namespace ssd_op::db

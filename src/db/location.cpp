@@ -17,7 +17,7 @@
 #include "platform/storage.h"
 #include "ssd_op.h"
 
-namespace base = ssd_op::base;
+namespace ssd_op::db {
 
 namespace {
 
@@ -68,32 +68,13 @@ int read_figure(const std::string& path, const char* field, unsigned long long& 
     return result;
 }
 
-int read_usage(int location, unsigned long long& used_kb, unsigned long long& avail_kb) {
-    used_kb = avail_kb = 0;
-    std::string path = kSystemArea;
-    if (location == SSD_OP_DB_LOCATION_VOLUME) {
-        const DataVolume volume = find_data_volume();
-        if (!volume.is_mounted) return -1;
-        path = volume.mount_path;
-    } else if (location != SSD_OP_DB_LOCATION_SYSTEM) {
-        return -1;
-    }
-    if (path.empty()) return 0;
-    const int used_result = read_figure(path, "$(NF-3)", used_kb);
-    unsigned long long available = 0;
-    const int result = used_result | read_figure(path, "$(NF-2)", available);
-    if (result == 0) avail_kb = available;
-    return result;
-}
-
 /// Chooses the place for a new database, the one with more room, and makes its folder.
 int prepare_new_place(const DataVolume& volume, std::string& path) {
-    unsigned long long used = 0;
-    unsigned long long on_volume = 0;
-    unsigned long long on_system = 0;
-    if (volume.is_mounted && read_usage(SSD_OP_DB_LOCATION_VOLUME, used, on_volume) == 0) {
-        read_usage(SSD_OP_DB_LOCATION_SYSTEM, used, on_system);
-        if (on_volume >= on_system) {
+    Usage on_volume;
+    if (volume.is_mounted && read_usage(SSD_OP_DB_LOCATION_VOLUME, on_volume) == 0) {
+        Usage on_system;
+        read_usage(SSD_OP_DB_LOCATION_SYSTEM, on_system);
+        if (on_volume.available >= on_system.available) {
             path = volume.database_path();
             return make_volume_folder(volume);
         }
@@ -103,13 +84,13 @@ int prepare_new_place(const DataVolume& volume, std::string& path) {
 }
 
 /// The places that the database can be at now; the volume goes first.
-ssd_op::db::Places places(const DataVolume& volume) {
+Places places(const DataVolume& volume) {
     if (volume.is_mounted) return {volume.database_path(), system_path()};
     return {system_path()};
 }
 
 int location_of(const DataVolume& volume) {
-    const std::string found = ssd_op::db::find_database(places(volume));
+    const std::string found = find_database(places(volume));
     if (found.empty()) return SSD_OP_DB_LOCATION_NONE;
     return found == system_path() ? SSD_OP_DB_LOCATION_SYSTEM : SSD_OP_DB_LOCATION_VOLUME;
 }
@@ -122,100 +103,99 @@ int prepare_path(const DataVolume& volume, int location, std::string& path) {
 }
 
 bool has_room_on_volume() {
-    unsigned long long used = 0;
-    unsigned long long on_volume = 0;
-    unsigned long long on_system = 0;
+    Usage on_volume;
+    Usage on_system;
     unsigned long long size = 0;
-    return read_usage(SSD_OP_DB_LOCATION_VOLUME, used, on_volume) == 0 &&
-           read_usage(SSD_OP_DB_LOCATION_SYSTEM, used, on_system) == 0 &&
-           SSD_OP_DB_Get_Size(&size) == 0 && on_volume > on_system + size;
+    return read_usage(SSD_OP_DB_LOCATION_VOLUME, on_volume) == 0 &&
+           read_usage(SSD_OP_DB_LOCATION_SYSTEM, on_system) == 0 && read_size(size) == 0 &&
+           on_volume.available > on_system.available + size;
 }
 
 bool has_room_in_system_area() {
-    unsigned long long used = 0;
-    unsigned long long on_system = 0;
+    Usage on_system;
     unsigned long long size = 0;
-    return read_usage(SSD_OP_DB_LOCATION_SYSTEM, used, on_system) == 0 &&
-           SSD_OP_DB_Get_Size(&size) == 0 && on_system > size;
+    return read_usage(SSD_OP_DB_LOCATION_SYSTEM, on_system) == 0 && read_size(size) == 0 &&
+           on_system.available > size;
 }
 
 int move_to(int location) {
     const DataVolume volume = find_data_volume();
-    if (!ssd_op::db::settle_moves(places(volume))) return -1;
+    if (!settle_moves(places(volume))) return -1;
     const int current = location_of(volume);
     if (location != SSD_OP_DB_LOCATION_NONE && location == current) return 0;
     if (volume.mount_path.empty()) return -1;
     if (location == SSD_OP_DB_LOCATION_VOLUME && current == SSD_OP_DB_LOCATION_SYSTEM &&
         has_room_on_volume()) {
         const int folder = make_volume_folder(volume);
-        return folder | ssd_op::db::move_database(system_path(), volume.database_path());
+        return folder | move_database(system_path(), volume.database_path());
     }
     if (location == SSD_OP_DB_LOCATION_SYSTEM && current == SSD_OP_DB_LOCATION_VOLUME &&
         has_room_in_system_area()) {
         const int folder = make_system_folder();
-        return folder | ssd_op::db::move_database(volume.database_path(), system_path());
+        return folder | move_database(volume.database_path(), system_path());
     }
     return -1;
 }
 
 }  // namespace
 
-int ssd_op::db::find_settled(std::string& path) {
+std::optional<std::string> find_settled() {
     const DataVolume volume = find_data_volume();
     if (!settle_moves(places(volume))) {
         SM_TRACE(SM_TRACE_ERROR, "%s: Fail to settle a move of the database.\n", __func__);
-        return -1;
+        return std::nullopt;
     }
-    return prepare_path(volume, location_of(volume), path);
+    std::string path;
+    if (prepare_path(volume, location_of(volume), path) != 0) return std::nullopt;
+    return path;
 }
 
-int SSD_OP_DB_Get_Location_Usage(int location, unsigned long long* used_kb,
-                                 unsigned long long* avail_kb) {
-    if (used_kb == nullptr || avail_kb == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", __func__);
-        return -1;
-    }
-    return base::guarded(__func__, -1, [&] { return read_usage(location, *used_kb, *avail_kb); });
-}
-
-int SSD_OP_DB_Get_Location(int* location, char* path, int path_size) {
-    if (location == nullptr || (path != nullptr && path_size <= 0)) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", __func__);
-        return -1;
-    }
-    *location = SSD_OP_DB_LOCATION_NONE;
-    return base::guarded(__func__, -1, [&] {
+int read_usage(int location, Usage& usage) {
+    usage = {};
+    std::string path = kSystemArea;
+    if (location == SSD_OP_DB_LOCATION_VOLUME) {
         const DataVolume volume = find_data_volume();
-        *location = location_of(volume);
-        if (path == nullptr) return 0;
-        std::string found;
-        const int result = prepare_path(volume, *location, found);
-        base::copy_text(path, static_cast<size_t>(path_size), found);
-        return result;
-    });
-}
-
-int SSD_OP_DB_Get_Size(unsigned long long* size_kb) {
-    if (size_kb == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", __func__);
+        if (!volume.is_mounted) return -1;
+        path = volume.mount_path;
+    } else if (location != SSD_OP_DB_LOCATION_SYSTEM) {
         return -1;
     }
-    *size_kb = 0;
-    int location = SSD_OP_DB_LOCATION_NONE;
-    char path[kPathSize] = "";
-    const int result = SSD_OP_DB_Get_Location(&location, path, kPathSize);
-    struct stat status {};
-    if (result == 0 && location != SSD_OP_DB_LOCATION_NONE && path[0] != '\0' &&
-        ::stat(path, &status) == 0)
-        *size_kb = static_cast<unsigned long long>(status.st_size) >> 10;
+    if (path.empty()) return 0;
+    const int used_result = read_figure(path, "$(NF-3)", usage.used);
+    unsigned long long available = 0;
+    const int result = used_result | read_figure(path, "$(NF-2)", available);
+    if (result == 0) usage.available = available;
     return result;
 }
 
-int SSD_OP_DB_Set_Location(int location) {
-    return base::guarded(__func__, -1, [&] {
+int locate(int& location, std::string* path) noexcept {
+    location = SSD_OP_DB_LOCATION_NONE;
+    return base::guarded("SSD_OP_DB_Get_Location", -1, [&] {
+        const DataVolume volume = find_data_volume();
+        location = location_of(volume);
+        return path == nullptr ? 0 : prepare_path(volume, location, *path);
+    });
+}
+
+int read_size(unsigned long long& size_kb) noexcept {
+    size_kb = 0;
+    int location = SSD_OP_DB_LOCATION_NONE;
+    std::string path;
+    const int result = locate(location, &path);
+    struct stat status {};
+    if (result == 0 && location != SSD_OP_DB_LOCATION_NONE && !path.empty() &&
+        ::stat(path.c_str(), &status) == 0)
+        size_kb = static_cast<unsigned long long>(status.st_size) >> 10;
+    return result;
+}
+
+int set_location(int location) noexcept {
+    return base::guarded("SSD_OP_DB_Set_Location", -1, [&] {
         if (location != SSD_OP_DB_LOCATION_NONE && location == location_of(find_data_volume()))
             return 0;
-        const base::FileLock lock = base::FileLock::for_writing(ssd_op::db::kDatabaseLock);
+        const base::FileLock lock = base::FileLock::for_writing(kDatabaseLock);
         return move_to(location);
     });
 }
+
+}  // namespace ssd_op::db

@@ -13,7 +13,7 @@
 #include "base/command.h"
 #include "base/owners.h"
 #include "base/plain_file.h"
-#include "db/database.h"
+#include "db/session.h"
 
 namespace ssd_op::db {
 
@@ -118,12 +118,8 @@ bool is_in_force(const std::string& journal) {
 bool settle_journal(const std::string& path) {
     const std::string left = journal(path);
     if (!is_there(left)) return true;
-    {
-        sqlite3* db = nullptr;
-        const int opened = sqlite3_open(path.c_str(), &db);
-        const Connection connection(db);
-        if (opened == SQLITE_OK) execute(db, "SELECT COUNT() FROM sqlite_master;");
-    }
+    if (Session session(__func__, path); session)
+        session.execute("SELECT COUNT() FROM sqlite_master;");
     return !is_there(left) || (!is_in_force(left) && remove(left));
 }
 

@@ -16,7 +16,7 @@ Columns columns_of(Transaction& transaction, const std::string& table) {
     constexpr int kTableInfoColumns = 6;
     constexpr int kName = 1;
     Columns columns;
-    transaction.end_unless_ok(
+    transaction.end_unless(
         transaction.query(sql("PRAGMA table_info(%s);", table.c_str()), kTableInfoColumns,
                           [&](const Row& row) { columns.emplace_back(row.text(kName)); }));
     return columns;

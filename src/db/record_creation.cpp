@@ -11,6 +11,7 @@
 #include "base/text.h"
 #include "db/appliance_identity.h"
 #include "db/database.h"
+#include "db/records.h"
 #include "db/transaction.h"
 #include "platform/hal.h"
 #include "shared/drive_id.h"
@@ -69,7 +70,8 @@ constexpr Ownership kOwnerships[] = {
 /// The rows of one record. Gone with it, unless they were kept.
 class Creation {
   public:
-    Creation(sqlite3* db, ssd_op_db_record& record) : transaction_(db), record_(record) {}
+    Creation(Session& session, ssd_op_db_record& record)
+        : session_(session), transaction_(session), record_(record) {}
 
     bool create() {
         if (!forget_former_owners() || !insert_record()) return false;
@@ -77,7 +79,7 @@ class Creation {
              group = group->next) {
             if (!insert_group(*group)) return false;
         }
-        return transaction_.commit() == SQLITE_OK;
+        return transaction_.commit();
     }
 
     /// Deletes the rows and keeps what is known of the drives.
@@ -102,28 +104,25 @@ class Creation {
     }
 
     bool delete_leftovers(const Ownership& rows) {
-        const int result =
-            transaction_.run(sql("DELETE FROM %s WHERE %s > (SELECT IFNULL(MAX(%s), 0) FROM %s);",
-                                 rows.table, rows.owner_column, rows.owner_key, rows.owner_table));
-        if (result == SQLITE_OK) {
-            if (const int deleted = sqlite3_changes(connection()); deleted > 0)
+        if (transaction_.run(sql("DELETE FROM %s WHERE %s > (SELECT IFNULL(MAX(%s), 0) FROM %s);",
+                                 rows.table, rows.owner_column, rows.owner_key,
+                                 rows.owner_table))) {
+            if (const int deleted = session_.changed_rows(); deleted > 0)
                 SM_TRACE(SM_TRACE_INFO,
                          "%s: %d rows of %s, left by dropped records, are deleted.\n", kFunction,
                          deleted, rows.table);
             return true;
         }
-        const char* error = error_text(connection(), result);
+        const char* error = session_.error();
         if (std::strstr(error, "no such table") != nullptr) return true;  // an older version's
         SM_TRACE(SM_TRACE_ERROR, "%s: Fail to delete rows of %s, left by dropped records (%s).\n",
                  kFunction, rows.table, error);
         return false;
     }
 
-    sqlite3* connection() const { return transaction_.connection(); }
-
     /// The number of the row that was just inserted; 0 for one that no record can have.
     int inserted_number() const {
-        const sqlite3_int64 number = sqlite3_last_insert_rowid(connection());
+        const int64_t number = session_.inserted_row();
         return number > std::numeric_limits<int>::max() ? 0 : static_cast<int>(number);
     }
 
@@ -137,7 +136,7 @@ class Creation {
             record_.sequential, record_.status, record_.title, record_.min_op, record_.max_op,
             record_.interval, record_.stop_service, record_.lv_size, record_.test_size,
             record_.nas_cpu_info, record_.nas_mem_info, record_.nas_serial_no);
-        if (transaction_.run(insert) != SQLITE_OK) {
+        if (!transaction_.run(insert)) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert test_record.\n", kFunction);
             return false;
         }
@@ -155,7 +154,7 @@ class Creation {
             sql("INSERT INTO RAID_GROUP (     raid_id, raid_type, raid_capacity, f_record_no)     "
                 "VALUES ('%d', '%d', '%llu', '%d');",
                 group.raid_id, group.raid_level, group.raid_capacity, record_no_);
-        if (transaction_.run(insert) != SQLITE_OK) {
+        if (!transaction_.run(insert)) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert raid conf.\n", kFunction);
             return false;
         }
@@ -189,9 +188,8 @@ class Creation {
             "('%q', '%q', '%q', '%llu', '%q');",
             drive.vendor.c_str(), drive.model.c_str(), drive.serial_no.c_str(), capacity,
             drive.revision.c_str());
-        const int result = transaction_.run(insert);
-        if (result == SQLITE_OK) return true;
-        const char* error = error_text(connection(), result);
+        if (transaction_.run(insert)) return true;
+        const char* error = session_.error();
         if (std::strstr(error, "are not unique") == nullptr &&
             std::strstr(error, "UNIQUE constraint failed") == nullptr) {
             SM_TRACE(SM_TRACE_ERROR, "%s: The PD(%s,%s) err_msg(%s) fail to insert to database.\n",
@@ -211,9 +209,9 @@ class Creation {
             sql("SELECT ssd_no FROM SSD_DEV WHERE vendor = '%q' AND model = '%q' AND serial_no = "
                 "'%q';",
                 drive.vendor.c_str(), drive.model.c_str(), drive.serial_no.c_str());
-        const int result =
-            transaction_.query(find, 1, [&](const Row& row) { ssd_no = row.integer(0); });
-        if (result == SQLITE_OK && ssd_no > 0) return true;
+        if (transaction_.query(find, 1, [&](const Row& row) { ssd_no = row.integer(0); }) &&
+            ssd_no > 0)
+            return true;
         SM_TRACE(SM_TRACE_ERROR, "%s: Fail to found ssd_dev_no of (%s,%s).\n", kFunction,
                  drive.vendor.c_str(), drive.model.c_str());
         return false;
@@ -227,48 +225,42 @@ class Creation {
                 "performance_read_s) VALUES ('%d', '%d', '%d', '%q', '%d', '%d', '%d', '%d');",
                 ssd_no, raid_no_, static_cast<int>(dev_id), base::interface_name(drive.info), 0, 0,
                 0, 0);
-        if (transaction_.run(insert) == SQLITE_OK) return true;
+        if (transaction_.run(insert)) return true;
         SM_TRACE(SM_TRACE_ERROR, "%s: The RECORD(%d,%d) fail to insert to SELECT_DEV database.\n",
                  kFunction, ssd_no, raid_no_);
         return false;
     }
 
+    Session& session_;
     Transaction transaction_;
     ssd_op_db_record& record_;
     int record_no_ = 0;  // 0 until this record has one: what the caller's says may be another's
     int raid_no_ = 0;
 };
 
-}  // namespace
-
-}  // namespace ssd_op::db
-
-int ssd_op_db_insert_simple(sqlite3* db, ssd_op_db_record* record) {
-    using namespace ssd_op;
-    const char* function = __func__;
-    db::Creation creation(db, *record);
-    const bool created = base::guarded(function, false, [&] {
-        db::capture_appliance_identity(function, *record);
+bool insert(Session& session, ssd_op_db_record& record) {
+    Creation creation(session, record);
+    const bool created = base::guarded(kFunction, false, [&] {
+        capture_appliance_identity(kFunction, record);
         return creation.create();
     });
-    SM_TRACE(SM_TRACE_INFO, "%s: %s to insert record.\n", function, created ? "Success" : "Fail");
-    if (created) return 0;
-    return base::guarded(function, -1, [&] {
-        creation.undo();
-        return -1;
+    SM_TRACE(SM_TRACE_INFO, "%s: %s to insert record.\n", kFunction, created ? "Success" : "Fail");
+    return created || base::guarded(kFunction, false, [&] {
+               creation.undo();
+               return false;
+           });
+}
+
+}  // namespace
+
+bool create_record(ssd_op_db_record& record) noexcept {
+    constexpr const char* kExported = "SSD_OP_DB_New_Record";
+    SM_TRACE(SM_TRACE_ENTRY, "%s: Enter.\n", kExported);
+    return with_session(kExported, [&](Session& session) {
+        const bool inserted = insert(session, record);
+        if (!inserted) SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert data.\n", kExported);
+        return inserted;
     });
 }
 
-int SSD_OP_DB_New_Record(ssd_op_db_record* record) {
-    SM_TRACE(SM_TRACE_ENTRY, "%s: Enter.\n", __func__);
-    if (record == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: The input record is NULL.\n", __func__);
-        return -1;
-    }
-    const char* function = __func__;
-    return ssd_op::db::with_session(function, -1, [&](sqlite3* db) {
-        const int result = ssd_op_db_insert_simple(db, record);
-        if (result != 0) SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert data.\n", function);
-        return result;
-    });
-}
+}  // namespace ssd_op::db

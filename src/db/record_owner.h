@@ -4,12 +4,21 @@
 #include <new>
 
 #include "base/owners.h"
+#include "db/queries.h"
 #include "ssd_op.h"
 
 namespace ssd_op::db {
 
+// Release of records and of what hangs on them: what the exported functions of these names do.
+
+void free_temperatures(ssd_op_db_raid_conf& group);
+void free_runtime_report(ssd_op_db_record& record);
+void free_groups(ssd_op_db_record& record);
+/// With all records that follow it.
+void free_record(ssd_op_db_record* record);
+
 struct FreeRecord {
-    void operator()(ssd_op_db_record* record) const { SSD_OP_DB_Free_Record(record); }
+    void operator()(ssd_op_db_record* record) const { free_record(record); }
 };
 using RecordOwner = std::unique_ptr<ssd_op_db_record, FreeRecord>;
 
@@ -23,7 +32,7 @@ inline RecordOwner new_record() {
 /// A record from the database; null when it cannot be read. @throws std::bad_alloc
 inline RecordOwner load_record(int record_no) {
     RecordOwner record = new_record();
-    if (SSD_OP_DB_Query_Record(record_no, record.get()) != 0) record.reset();
+    if (!query_record(record_no, *record)) record.reset();
     return record;
 }
 

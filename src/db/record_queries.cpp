@@ -5,20 +5,14 @@
 #include "base/owners.h"
 #include "db/database.h"
 #include "db/overflow.h"
+#include "db/queries.h"
 #include "db/record_view.h"
 #include "platform/hal.h"
 #include "shared/drive_id.h"
 
-namespace base = ssd_op::base;
-namespace db = ssd_op::db;
+namespace ssd_op::db {
 
 namespace {
-
-int trace_failure(const char* function, sqlite3* connection, int result) {
-    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", function,
-             db::error_text(connection, result));
-    return -1;
-}
 
 /// A page of records in the making: the caller's list, and where each record of it is.
 class Page {
@@ -27,9 +21,9 @@ class Page {
         for (; *tail_ != nullptr; tail_ = &(*tail_)->next) records_[(*tail_)->record_no] = *tail_;
     }
 
-    ssd_op_db_record& record_of(const db::Row& row) {
+    ssd_op_db_record& record_of(const Row& row) {
         constexpr const char* kFunction = "ssd_op_db_record_simple_callback";
-        const int record_no = db::record_no_of(row);
+        const int record_no = record_no_of(row);
         if (const auto found = records_.find(record_no); found != records_.end()) {
             SM_TRACE(SM_TRACE_INFO, "%s: p_arg record_no(%d) is found.\n", kFunction, record_no);
             SM_TRACE(SM_TRACE_INFO, "%s: p_arg record_no(%d) is same.\n", kFunction, record_no);
@@ -37,7 +31,7 @@ class Page {
         }
         base::HeapBlock<ssd_op_db_record> record = base::make_zeroed<ssd_op_db_record>();
         if (!record) throw std::bad_alloc();
-        db::read_record(row, *record);
+        read_record(row, *record);
         records_[record_no] = record.get();
         *tail_ = record.release();
         ssd_op_db_record& added = **tail_;
@@ -55,55 +49,39 @@ void name_slot(ssd_op_db_ssd_dev& drive) {
     PD_Get_Log_Name(enclosure, port, drive.log_name, sizeof drive.log_name);
 }
 
-db::Sql page_selection(int offset, int count, int status) {
+Sql page_selection(int offset, int count, int status) {
     if (status == SSD_OP_ANY_STATUS)
-        return db::sql("SELECT * FROM TEST_RECORD ORDER BY record_no DESC LIMIT %d, %d", offset,
-                       count);
-    return db::sql(
-        "SELECT * FROM TEST_RECORD WHERE status='%d' ORDER BY record_no DESC LIMIT %d, %d", status,
-        offset, count);
+        return sql("SELECT * FROM TEST_RECORD ORDER BY record_no DESC LIMIT %d, %d", offset, count);
+    return sql("SELECT * FROM TEST_RECORD WHERE status='%d' ORDER BY record_no DESC LIMIT %d, %d",
+               status, offset, count);
 }
 
 }  // namespace
 
-int SSD_OP_DB_Query_Record(int record_no, ssd_op_db_record* record) {
-    if (record == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", __func__);
-        return -1;
-    }
-    if (SSD_OP_DB_Record_Is_Exist(record_no) == 0) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: The record(%d) is not exist.\n", __func__, record_no);
-        return -1;
-    }
-    const char* function = __func__;
-    return db::with_session(function, -1, [&](sqlite3* connection) {
-        const db::Sql view =
-            db::record_view(db::sql("SELECT * FROM TEST_RECORD WHERE record_no=%d", record_no));
-        db::Overflow overflow(function);
-        const int result =
-            db::query(connection, view, db::kRecordViewColumns, [&](const db::Row& row) {
-                if (db::record_no_of(row) != record->record_no) db::read_record(row, *record);
-                db::add_drive(row, *record, overflow);
-            });
-        return result == SQLITE_OK ? 0 : trace_failure(function, connection, result);
+bool query_record(int record_no, ssd_op_db_record& record) noexcept {
+    constexpr const char* kFunction = "SSD_OP_DB_Query_Record";
+    if (is_unknown(kFunction, record_no)) return false;
+    return with_session(kFunction, [&](Session& session) {
+        const Sql view =
+            record_view(sql("SELECT * FROM TEST_RECORD WHERE record_no=%d", record_no));
+        Overflow overflow(kFunction);
+        return session.query(view, kRecordViewColumns, [&](const Row& row) {
+            if (record_no_of(row) != record.record_no) read_record(row, record);
+            add_drive(row, record, overflow);
+        }) || session.fail(session.error());
     });
 }
 
-int SSD_OP_DB_Query_Record_Simple(ssd_op_db_record** list, int offset, int count, int status) {
-    if (list == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", __func__);
-        return -1;
-    }
-    const char* function = __func__;
-    return db::with_session(function, -1, [&](sqlite3* connection) {
-        const db::Sql view = db::record_view(page_selection(offset, count, status));
-        Page page(*list);
-        db::Overflow overflow(function);
-        const int result =
-            db::query(connection, view, db::kRecordViewColumns, [&](const db::Row& row) {
-                ssd_op_db_record& record = page.record_of(row);
-                if (auto* drive = db::add_drive(row, record, overflow)) name_slot(*drive);
-            });
-        return result == SQLITE_OK ? 0 : trace_failure(function, connection, result);
+bool query_page(ssd_op_db_record*& list, int offset, int count, int status) noexcept {
+    return with_session("SSD_OP_DB_Query_Record_Simple", [&](Session& session) {
+        const Sql view = record_view(page_selection(offset, count, status));
+        Page page(list);
+        Overflow overflow(session.function());
+        return session.query(view, kRecordViewColumns, [&](const Row& row) {
+            ssd_op_db_record& record = page.record_of(row);
+            if (auto* drive = add_drive(row, record, overflow)) name_slot(*drive);
+        }) || session.fail(session.error());
     });
 }
+
+}  // namespace ssd_op::db

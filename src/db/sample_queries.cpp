@@ -4,9 +4,10 @@
 
 #include "db/database.h"
 #include "db/list.h"
+#include "db/queries.h"
 #include "db/sample_ranges.h"
 
-namespace db = ssd_op::db;
+namespace ssd_op::db {
 
 namespace {
 
@@ -14,14 +15,14 @@ constexpr const char* kQuery = "SSD_OP_DB_Query_Record_Runtime_Report";
 
 /// For a statement that goes through a table once: SQLite keeps pages that nobody will ask for
 /// again.
-void keep_few_pages(sqlite3* connection) { db::execute(connection, "PRAGMA cache_size = -128;"); }
+void keep_few_pages(Session& session) { session.execute("PRAGMA cache_size = -128;"); }
 
 /// Reads the rows that `statement` selects, all of one ratio, into a new list.
-int read_samples(sqlite3* connection, ssd_op_db_record& record, int percentage,
-                 const db::Sql& statement) {
-    keep_few_pages(connection);
-    db::List<ssd_op_db_runtime_report> list(record.runtime_report);
-    const int result = db::query(connection, statement, 4, [&](const db::Row& row) {
+bool read_samples(Session& session, ssd_op_db_record& record, int percentage,
+                  const Sql& statement) {
+    keep_few_pages(session);
+    List<ssd_op_db_runtime_report> list(record.runtime_report);
+    const bool is_read = session.query(statement, 4, [&](const Row& row) {
         auto* node = list.append("ssd_op_db_record_runtime_report_callback");
         if (node == nullptr) return false;
         node->percentage = percentage;  // as the statement asks; a column costs time
@@ -30,42 +31,33 @@ int read_samples(sqlite3* connection, ssd_op_db_record& record, int percentage,
         node->write_amount = row.unsigned_decimal(3);
         return true;
     });
-    if (result == SQLITE_OK) return 0;
-    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(%s).\n", kQuery, statement.get());
-    return -1;
+    return is_read || session.fail(statement);
 }
 
 }  // namespace
 
-int SSD_OP_DB_Query_Record_Runtime_Report(ssd_op_db_record* record, int record_no, int percentage,
-                                          int every) {
-    if (record == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", kQuery);
-        return -1;
-    }
-    return db::with_session(kQuery, -1, [&](sqlite3* connection) {
+bool query_samples(ssd_op_db_record& record, int record_no, int percentage, int every) noexcept {
+    return with_session(kQuery, [&](Session& session) {
         return read_samples(
-            connection, *record, percentage,
-            db::sql("SELECT percentage, time_slap, result, write_amount     FROM RUNTIME_REPORT "
-                    "WHERE f_record_no=%d AND percentage=%d AND rowid%%%d=0;",
-                    record_no, percentage, every));
+            session, record, percentage,
+            sql("SELECT percentage, time_slap, result, write_amount"
+                "     FROM RUNTIME_REPORT WHERE f_record_no=%d AND percentage=%d AND rowid%%%d=0;",
+                record_no, percentage, every));
     });
 }
 
-namespace ssd_op::db {
-
 SampleRanges::SampleRanges(int record_no, std::span<const int> ratios) : record_no_(record_no) {
     for (const int ratio : ratios) ranges_[ratio];
-    found_ = ranges_.empty() || find() == SQLITE_OK;
+    found_ = ranges_.empty() || find();
 }
 
-int SampleRanges::find() {
-    return with_session(kQuery, SQLITE_ERROR, [&](sqlite3* connection) {
+bool SampleRanges::find() {
+    return with_session(kQuery, [&](Session& session) {
         const Sql statement =
             sql("SELECT rowid, percentage FROM RUNTIME_REPORT WHERE f_record_no=%d;", record_no_);
-        keep_few_pages(connection);
+        keep_few_pages(session);
         auto at = ranges_.end();  // rows of a ratio mostly follow each other
-        return query(connection, statement, 2, [&](const Row& row) {
+        return session.query(statement, 2, [&](const Row& row) {
             const int percentage = row.integer(1);
             if (at == ranges_.end() || at->first != percentage) at = ranges_.find(percentage);
             if (at == ranges_.end()) return;
@@ -84,13 +76,13 @@ std::optional<uint64_t> SampleRanges::rows(int percentage) const {
     return at == ranges_.end() ? 0 : at->second.rows;
 }
 
-int SampleRanges::read(ssd_op_db_record& record, int percentage) const {
-    if (!found_) return SSD_OP_DB_Query_Record_Runtime_Report(&record, record_no_, percentage, 1);
+bool SampleRanges::read(ssd_op_db_record& record, int percentage) const {
+    if (!found_) return query_samples(record, record_no_, percentage, 1);
     const auto at = ranges_.find(percentage);
     const Range range = at == ranges_.end() ? Range{} : at->second;
-    return with_session(kQuery, -1, [&](sqlite3* connection) {
+    return with_session(kQuery, [&](Session& session) {
         return read_samples(
-            connection, record, percentage,
+            session, record, percentage,
             sql("SELECT percentage, time_slap, result, write_amount     FROM RUNTIME_REPORT "
                 "WHERE f_record_no=%d AND percentage=%d AND rowid BETWEEN %lld AND %lld;",
                 record_no_, percentage, static_cast<long long>(range.first),

@@ -21,8 +21,8 @@ class SampleRanges {
     /// How many rows a ratio has; nothing when they could not be found.
     std::optional<uint64_t> rows(int percentage) const;
 
-    /// What SSD_OP_DB_Query_Record_Runtime_Report does for every row of a ratio.
-    int read(ssd_op_db_record& record, int percentage) const;
+    /// What query_samples does for every row of a ratio.
+    bool read(ssd_op_db_record& record, int percentage) const;
 
   private:
     struct Range {
@@ -31,7 +31,7 @@ class SampleRanges {
         int64_t last = std::numeric_limits<int64_t>::min();
         uint64_t rows = 0;  // the ratio's alone
     };
-    int find();
+    bool find();
 
     int record_no_;
     std::map<int, Range> ranges_;  // by ratio

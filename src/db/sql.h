@@ -66,34 +66,4 @@ class Row {
     sqlite3_stmt* statement_;
 };
 
-/// Runs a statement whose rows nobody wants. SQLITE_OK, or what failed.
-int execute(sqlite3* db, const Sql& statement);
-int execute(sqlite3* db, const char* statement);
-
-/// What a statement that ended with `code` has to say, until the connection's next use.
-const char* error_text(sqlite3* db, int code);
-
-/// Calls `on_row` for each row; one that returns false aborts the query, as does a result of other
-/// than `columns` columns. SQLITE_OK, or what failed.
-template <typename OnRow>
-int query(sqlite3* db, const Sql& statement, int columns, OnRow&& on_row) {
-    sqlite3_stmt* prepared = nullptr;
-    const int code = sqlite3_prepare_v2(db, statement.get(), -1, &prepared, nullptr);
-    const Statement owner(prepared);
-    if (code != SQLITE_OK) return code;
-    if (sqlite3_column_count(prepared) != columns) return SQLITE_ABORT;
-    const Row row(prepared);
-    for (;;) {
-        const int step = sqlite3_step(prepared);
-        if (step != SQLITE_ROW) return step == SQLITE_DONE ? SQLITE_OK : step;
-        if constexpr (std::is_void_v<std::invoke_result_t<OnRow, const Row&>>)
-            on_row(row);
-        else if (!on_row(row))
-            return SQLITE_ABORT;
-    }
-}
-
-/// Reads one number: the first column of the last row. `value` stays as it is when no row comes.
-int query_number(sqlite3* db, const Sql& statement, int& value);
-
 }  // namespace ssd_op::db

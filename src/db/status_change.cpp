@@ -14,18 +14,17 @@ constexpr int kTries = 5;
 constexpr int kPauseMicroseconds = 250'000;
 
 StatusChange try_to_change(int record_no, int from, int to) noexcept {
-    return with_session(kFunction, StatusChange::kNotWritten, [&](sqlite3* connection) {
-        const Sql update =
-            sql("UPDATE TEST_RECORD SET status='%d' WHERE record_no='%d' AND status='%d';", to,
-                record_no, from);
-        const int result = execute(connection, update);
-        if (result == SQLITE_OK)
-            return sqlite3_changes(connection) > 0 ? StatusChange::kChanged
-                                                   : StatusChange::kWasOther;
+    using Outcome = std::optional<StatusChange>;
+    const Outcome outcome = with_session(kFunction, [&](Session& session) -> Outcome {
+        if (session.execute(
+                sql("UPDATE TEST_RECORD SET status='%d' WHERE record_no='%d' AND status='%d';", to,
+                    record_no, from)))
+            return session.changed_rows() > 0 ? StatusChange::kChanged : StatusChange::kWasOther;
         SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to execute sql(update): %s.\n", kFunction,
-                 record_no, error_text(connection, result));
-        return StatusChange::kNotWritten;
+                 record_no, session.error());
+        return std::nullopt;
     });
+    return outcome.value_or(StatusChange::kNotWritten);
 }
 
 }  // namespace

@@ -22,31 +22,35 @@ bool is_the_statements_own(int code) {
 
 }  // namespace
 
+Transaction::Transaction(Session& session)
+    : session_(session), open_(session.execute("BEGIN TRANSACTION")), failure_(session.code()) {}
+
 Transaction::~Transaction() {
     // What cannot be rolled back here (no memory) is when the connection is closed, or by whoever
     // opens the file next.
-    if (open_ && sqlite3_get_autocommit(db_) == 0) execute(db_, "ROLLBACK TRANSACTION");
+    if (open_ && session_.is_in_transaction()) session_.execute("ROLLBACK TRANSACTION");
 }
 
-int Transaction::run(const char* statement) {
-    return failure_ != SQLITE_OK ? failure_ : note(execute(db_, statement));
+bool Transaction::note(bool went_well) {
+    const int code = session_.code();
+    if (!session_.is_in_transaction() || !is_the_statements_own(code)) end(code);
+    return went_well;
 }
 
-int Transaction::note(int code) {
-    const bool is_over = sqlite3_get_autocommit(db_) != 0;
-    return is_over || !is_the_statements_own(code) ? end_unless_ok(code) : code;
+bool Transaction::end_unless(bool went_well) {
+    if (!went_well) end(session_.code());
+    return went_well;
 }
 
-int Transaction::end_unless_ok(int code) {
+void Transaction::end(int code) {
     if (failure_ == SQLITE_OK) failure_ = code;
-    return code;
 }
 
-int Transaction::commit() {
-    if (failure_ != SQLITE_OK) return failure_;
-    failure_ = execute(db_, "COMMIT TRANSACTION");
-    open_ = failure_ != SQLITE_OK;
-    return failure_;
+bool Transaction::commit() {
+    if (failure_ != SQLITE_OK) return false;
+    open_ = !session_.execute("COMMIT TRANSACTION");
+    failure_ = session_.code();
+    return !open_;
 }
 
 }  // namespace ssd_op::db

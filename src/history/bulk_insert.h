@@ -2,9 +2,8 @@
 
 #include <string_view>
 
-#include <sqlite3.h>
-
 #include "db/transaction.h"
+#include "platform/naslog.h"
 
 namespace ssd_op::history {
 
@@ -14,7 +13,7 @@ namespace ssd_op::history {
 class BulkInsert {
   public:
     /// Begins the transaction and prepares `statement`, whose parameters are ?1, ?2, ...
-    BulkInsert(const char* function, sqlite3* db, std::string_view statement);
+    BulkInsert(db::Session& session, const char* function, const char* statement);
 
     /// Whether rows can be inserted.
     explicit operator bool() const { return insert_ != nullptr; }
@@ -26,7 +25,7 @@ class BulkInsert {
         int index = 0;
         int result = SQLITE_OK;
         ((result |= bind(++index, values)), ...);
-        return result == SQLITE_OK ? step() : bind_failed();
+        return result == SQLITE_OK ? step() : fail("Fail to bind transaction");
     }
 
     bool finish();
@@ -38,7 +37,7 @@ class BulkInsert {
                                  SQLITE_STATIC);
     }
     bool step();
-    bool bind_failed();
+    bool fail(const char* what, int level = SM_TRACE_ERROR) const;
 
     const char* function_;
     db::Transaction transaction_;  // first: the statement goes before it rolls back

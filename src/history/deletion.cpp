@@ -5,30 +5,16 @@
 #include <vector>
 
 #include "db/database.h"
+#include "db/queries.h"
 #include "db/record_owner.h"
 #include "db/transaction.h"
+#include "history/history.h"
 
-namespace base = ssd_op::base;
-namespace db = ssd_op::db;
+namespace ssd_op::history {
 
 namespace {
 
-constexpr int kAllRecords = -1;
-
-/// Deletes in one transaction, then compacts: a record is there with all its parts or not at all.
-/// Of the statements that end nothing only the last counts, which deletes the records themselves.
-/// What SQLite says of it, or of what ended the transaction.
-int delete_rows(const char* function, sqlite3* connection, const std::vector<db::Sql>& statements) {
-    db::Transaction transaction(connection);
-    int result = transaction.failure();
-    for (const db::Sql& statement : statements) result = transaction.run(statement);
-    if (result == SQLITE_OK) result = transaction.commit();
-    if (result == SQLITE_OK)
-        db::execute(connection, "VACUUM;");
-    else
-        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(delete.\n", function);
-    return result;
-}
+constexpr const char* kFunction = "SSD_OP_DB_Delete_Record";
 
 std::vector<db::Sql> deletions_of_all() {
     std::vector<db::Sql> statements;
@@ -53,42 +39,61 @@ std::vector<db::Sql> deletions_of(int record_no) {
     return statements;
 }
 
-int delete_all(const char* function) {
-    std::vector<int> records(static_cast<size_t>(std::max(SSD_OP_DB_Query_Record_Count(), 1)));
-    const int count = SSD_OP_DB_Query_Record_No(records.data(), static_cast<int>(records.size()));
-    for (int i = 0; i < count; ++i)
-        SSD_OP_Test_Remove_Runtime_Info(records[static_cast<size_t>(i)]);
-    return db::with_session(function, -1, [&](sqlite3* connection) {
-        return delete_rows(function, connection, deletions_of_all());
-    });
+/// Deletes in one transaction, then compacts: a record is there with all its parts or not at all.
+/// Of the statements that end nothing only the last counts, which deletes the records themselves.
+/// What SQLite says of it, or of what ended the transaction.
+int delete_rows(db::Session& session, int record_no) {
+    const std::vector<db::Sql> statements =
+        record_no == SSD_OP_ALL_RECORDS ? deletions_of_all() : deletions_of(record_no);
+    db::Transaction transaction(session);
+    bool done = false;
+    for (const db::Sql& statement : statements) done = transaction.run(statement);
+    if (done && transaction.commit()) {
+        session.execute("VACUUM;");
+        return 0;
+    }
+    SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql(delete.\n", kFunction);
+    return transaction ? session.code() : transaction.failure();
 }
 
-int delete_one(const char* function, int record_no, std::string& title) {
+int delete_in_session(int record_no) noexcept {
+    const auto result = db::with_session(kFunction, [&](db::Session& session) {
+        return std::optional(delete_rows(session, record_no));
+    });
+    return result.value_or(-1);
+}
+
+int delete_all() {
+    std::vector<int> records(
+        static_cast<size_t>(std::max(db::query_record_count().value_or(1), 1)));
+    records.resize(static_cast<size_t>(db::query_record_nos(records).value_or(0)));
+    for (const int record_no : records) SSD_OP_Test_Remove_Runtime_Info(record_no);
+    return delete_in_session(SSD_OP_ALL_RECORDS);
+}
+
+int delete_one(int record_no, std::string& title) {
     const db::RecordOwner record = db::load_record(record_no);
     if (!record) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to get record(%d) information.\n", function, record_no);
+        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to get record(%d) information.\n", kFunction, record_no);
         return -1;
     }
     title = record->title;
     SSD_OP_Test_Remove_Runtime_Info(record_no);
-    return db::with_session(function, -1, [&](sqlite3* connection) {
-        return delete_rows(function, connection, deletions_of(record_no));
-    });
+    return delete_in_session(record_no);
 }
 
 }  // namespace
 
-int SSD_OP_DB_Delete_Record(int record_no) {
-    const char* function = __func__;
-    return base::guarded(function, -1, [&] {
-        SM_TRACE(SM_TRACE_ENTRY, "%s: Enter,record(%d).\n", function, record_no);
+int delete_record(int record_no) noexcept {
+    return base::guarded(kFunction, -1, [&] {
+        SM_TRACE(SM_TRACE_ENTRY, "%s: Enter,record(%d).\n", kFunction, record_no);
+        const bool is_all = record_no == SSD_OP_ALL_RECORDS;
         std::string title;
-        const int result = record_no == kAllRecords ? delete_all(function)
-                                                    : delete_one(function, record_no, title);
+        const int result = is_all ? delete_all() : delete_one(record_no, title);
         if (result != 0) {
-            SM_TRACE(SM_TRACE_ERROR, "%s: Fail to delete data from database.\n", function);
+            SM_TRACE(SM_TRACE_ERROR, "%s: Fail to delete data from database.\n", kFunction);
             SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_DELETE_FAILED, nullptr, nullptr);
-        } else if (record_no == kAllRecords) {
+        } else if (is_all) {
             SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_ALL_DELETED, nullptr, nullptr);
         } else {
             SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_RECORD_DELETED, nullptr, title.c_str());
@@ -96,3 +101,5 @@ int SSD_OP_DB_Delete_Record(int record_no) {
         return result;
     });
 }
+
+}  // namespace ssd_op::history

@@ -4,14 +4,21 @@
 /// deletion.
 #pragma once
 
-#include <sqlite3.h>
-
 #include "ssd_op.h"
 
-extern "C" {
+namespace ssd_op::history {
 
-/// Stores the results of a record's ratios on an open database: updates those that it has and
-/// inserts the others, all of it or nothing. More than SSD_OP_MAX_RATIOS are not looked at. 0 or
-/// -1.
-int ssd_op_db_insert_test_data(sqlite3* db, const ssd_op_db_record* record);
-}
+// What the exported functions do, each under the name of its own. False when nothing was imported.
+
+/// SSD_OP_DB_Update_Test_Data.
+bool store_results(const ssd_op_db_record& record) noexcept;
+/// SSD_OP_DB_Update_Runtime_Report.
+bool import_runtime_report(int record_no, int percentage, const char* path,
+                           int reason_code) noexcept;
+/// SSD_OP_DB_Update_SSD_Runtime_Data.
+bool import_temperatures(int record_no, int percentage, const char* path) noexcept;
+
+/// SSD_OP_DB_Delete_Record, with its result.
+int delete_record(int record_no) noexcept;
+
+}  // namespace ssd_op::history

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "db/queries.h"
+#include "db/record_owner.h"
 #include "db/sample_ranges.h"
 #include "ssd_op.h"
 
@@ -42,7 +44,7 @@ std::vector<std::string_view> memory_items(const ssd_op_db_record& record);
 class Results {
   public:
     Results(ssd_op_db_record& record, int record_no)
-        : record_(record), read_(SSD_OP_DB_Query_Record_Test_Data(&record, record_no) == 0) {}
+        : record_(record), read_(db::query_results(record, record_no)) {}
 
     explicit operator bool() const { return read_; }
     std::span<const int> ratios() const {
@@ -58,10 +60,10 @@ class Results {
 class Samples {
   public:
     Samples(ssd_op_db_record& record, const db::SampleRanges& ranges, int percentage)
-        : record_(record), read_(ranges.read(record, percentage) == 0) {}
+        : record_(record), read_(ranges.read(record, percentage)) {}
     Samples(const Samples&) = delete;
     Samples& operator=(const Samples&) = delete;
-    ~Samples() { SSD_OP_DB_Free_Runtime_Report(&record_); }
+    ~Samples() { db::free_runtime_report(record_); }
 
     /// False when the database could not give them.
     explicit operator bool() const { return read_; }
