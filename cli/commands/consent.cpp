@@ -1,4 +1,3 @@
-#include <memory>
 #include <string>
 
 #include <fmt/format.h>
@@ -42,13 +41,12 @@ void run(const Options& options) {
 }  // namespace
 
 void add_consent_command(CLI::App& app) {
-    auto* command = app.add_subcommand("consent", "Tell or change whether summaries are uploaded");
-    auto options = std::make_shared<Options>();
-    command->add_option("ANSWER", options->answer, "yes or no; without it, tell")
+    auto [command, options] =
+        add_command(app, "consent", "Tell or change whether summaries are uploaded", run);
+    command.add_option("ANSWER", options.answer, "yes or no; without it, tell")
         ->check(CLI::IsMember({"yes", "no"}));
-    add_json_flag(*command, options->json);
-    command->footer("Example:\n  ssd-op consent yes");
-    command->callback([options] { run(*options); });
+    add_json_flag(command, options.json);
+    command.footer("Example:\n  ssd-op consent yes");
 }
 
 }  // namespace cli

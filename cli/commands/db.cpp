@@ -1,12 +1,11 @@
-#include <array>
-#include <memory>
+#include <optional>
 #include <string>
 
 #include <fmt/format.h>
 
 #include "commands/commands.h"
 #include "model/choice.h"
-#include "model/database_check.h"
+#include "model/database.h"
 #include "model/record.h"
 #include "output/failure.h"
 #include "output/table.h"
@@ -19,7 +18,6 @@ namespace cli {
 namespace {
 
 constexpr int kOldestKept = 2;  // on the way below it, and up from there, the database is deleted
-constexpr uint64_t kKib = 1024;
 
 struct Options {
     std::string place;
@@ -30,25 +28,6 @@ struct Options {
 
 const char* location_word(int location) {
     return location == SSD_OP_DB_LOCATION_VOLUME ? "data volume" : "system area";
-}
-
-struct Place {
-    int location;
-    std::string path;
-    uint64_t size_kib;
-};
-
-/// The library makes a directory when it is asked for the path of a database that does not exist
-/// yet, so that is asked first.
-Place find_database() {
-    if (!has_database())
-        throw Failure(kNotFound, "There is no database yet.", "ssd-op start makes it.");
-    std::array<char, 256> path{};
-    int location = SSD_OP_DB_LOCATION_NONE;
-    unsigned long long size_kib = 0;
-    SSD_OP_DB_Get_Location(&location, path.data(), static_cast<int>(path.size()));
-    SSD_OP_DB_Get_Size(&size_kib);
-    return {location, path.data(), size_kib};
 }
 
 void where(const Options& options) {
@@ -77,7 +56,6 @@ std::string free_text(int location) {
 
 void size(const Options& options) {
     const Place place = find_database();
-    const auto or_null = [](const auto& value) { return value ? Json(*value) : Json(nullptr); };
     if (options.json) {
         print_json({{"size_kib", place.size_kib},
                     {"location", location_word(place.location)},
@@ -126,7 +104,7 @@ void report_version(int result, const Options& options) {
             kFailed, "The database has not reached that version.",
             "It is whole, at a version between. The appliance's trace log tells why; then "
             "try again.");
-    const int version = database_version(find_database().path);
+    const int version = database_version();
     const size_t count = record_nos().size();
     if (options.json)
         print_json({{"version", version}, {"records", count}});
@@ -135,9 +113,8 @@ void report_version(int result, const Options& options) {
 }
 
 void upgrade(const Options& options) {
-    const Place place = find_database();
     refuse_running(record_nos(), "the database stays as it is meanwhile.");
-    const int version = database_version(place.path);
+    const int version = database_version();
     if (version >= 0 && version < kOldestKept) {
         ask_before_change(options, fmt::format("The database has version {}, which cannot be "
                                                "carried over: ALL RECORDS WILL BE LOST.",
@@ -193,7 +170,7 @@ void print_check(const DatabaseCheck& check) {
 }
 
 void check(const Options& options) {
-    const DatabaseCheck found = check_database(find_database().path);
+    const DatabaseCheck found = check_database();
     if (options.json)
         print_json(check_json(found));
     else
@@ -203,13 +180,12 @@ void check(const Options& options) {
                       "Export what can still be read, and move the file away: a new one is made.");
 }
 
-CLI::App* add(CLI::App& db, const std::shared_ptr<Options>& options, const char* name,
-              const char* description, void (*action)(const Options&), const char* example) {
-    auto* command = db.add_subcommand(name, description);
-    add_json_flag(*command, options->json);
-    command->footer(std::string("Example:\n  ") + example);
-    command->callback([options, action] { action(*options); });
-    return command;
+std::pair<CLI::App&, Options&> add(CLI::App& db, const char* name, const char* description,
+                                   void (*run)(const Options&), const char* example) {
+    auto [command, options] = add_command(db, name, description, run);
+    add_json_flag(command, options.json);
+    command.footer(std::string("Example:\n  ") + example);
+    return {command, options};
 }
 
 }  // namespace
@@ -218,25 +194,24 @@ void add_db_command(CLI::App& app) {
     auto* db = app.add_subcommand("db", "Look after the database of records");
     db->require_subcommand(1);
     db->footer("Example:\n  ssd-op db check");
-    auto options = std::make_shared<Options>();
-    add(*db, options, "where", "Tell where it lies", where, "ssd-op db where");
-    add(*db, options, "size", "Tell its size and the room there is", size, "ssd-op db size");
-    add(*db, options, "move", "Move it", move, "ssd-op db move volume")
-        ->add_option("PLACE", options->place, "volume: the data volume; system: the system area")
+    add(*db, "where", "Tell where it lies", where, "ssd-op db where");
+    add(*db, "size", "Tell its size and the room there is", size, "ssd-op db size");
+    auto [to_move, place] = add(*db, "move", "Move it", move, "ssd-op db move volume");
+    to_move.add_option("PLACE", place.place, "volume: the data volume; system: the system area")
         ->required()
         ->check(CLI::IsMember({"volume", "system"}));
-    add(*db, options, "check",
+    add(*db, "check",
         "Examine file, version and references; reads the file itself, without changing it", check,
         "ssd-op db check");
-    add(*db, options, "upgrade", "Bring an older one to the version of this program", upgrade,
-        "ssd-op db upgrade")
-        ->add_flag("--yes", options->yes, "Do not ask, which it does when records would be lost");
-    auto* down = add(*db, options, "downgrade", "Bring it to the version of an older program",
-                     downgrade, "ssd-op db downgrade 5");
-    down->add_option("N", options->version, "The version")
+    auto [up, up_options] = add(*db, "upgrade", "Bring an older one to the version of this program",
+                                upgrade, "ssd-op db upgrade");
+    up.add_flag("--yes", up_options.yes, "Do not ask, which it does when records would be lost");
+    auto [down, down_options] = add(*db, "downgrade", "Bring it to the version of an older program",
+                                    downgrade, "ssd-op db downgrade 5");
+    down.add_option("N", down_options.version, "The version")
         ->required()
         ->check(CLI::Range(0, kCurrentVersion - 1));
-    down->add_flag("--yes", options->yes, "Do not ask");
+    down.add_flag("--yes", down_options.yes, "Do not ask");
 }
 
 }  // namespace cli

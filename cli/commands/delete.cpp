@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <memory>
 #include <vector>
 
 #include <fmt/format.h>
@@ -30,13 +29,13 @@ std::vector<int> choose(const Options& options) {
     std::vector<int> chosen = options.record_nos;
     std::sort(chosen.begin(), chosen.end());
     chosen.erase(std::unique(chosen.begin(), chosen.end()), chosen.end());
-    for (const int record_no : chosen) require_record(record_no);
+    for (const int record_no : chosen) require_existence(record_no);
     return chosen;
 }
 
 void ask(const std::vector<int>& chosen) {
     for (const int record_no : chosen) {
-        const Record record = load_record(record_no);
+        const Record record = require_record(record_no);
         fmt::print(stderr, "  {}  {}  {}\n", record_no, moment_text(record->start_time),
                    printable(record->title));
     }
@@ -73,21 +72,19 @@ void run(const Options& options) {
 }  // namespace
 
 void add_delete_command(CLI::App& app) {
-    auto* command =
-        app.add_subcommand("delete", "Delete records with all their figures. Asks before.");
-    auto options = std::make_shared<Options>();
-    auto* records = command->add_option("RECORD", options->record_nos, "Their numbers");
-    command->add_flag("--all", options->all, "All records; numbers start at 1 again")
+    auto [command, options] =
+        add_command(app, "delete", "Delete records with all their figures. Asks before.", run);
+    auto* records = command.add_option("RECORD", options.record_nos, "Their numbers");
+    command.add_flag("--all", options.all, "All records; numbers start at 1 again")
         ->excludes(records);
-    command->add_flag("--yes", options->yes, "Do not ask");
-    add_json_flag(*command, options->json);
-    command->footer(
+    command.add_flag("--yes", options.yes, "Do not ask");
+    add_json_flag(command, options.json);
+    command.footer(
         "Records of evaluations that run, still close, or have left storage are refused, and "
         "nothing is deleted then.\n"
         "\n"
         "Example:\n"
         "  ssd-op delete 3 4");
-    command->callback([options] { run(*options); });
 }
 
 }  // namespace cli

@@ -1,5 +1,3 @@
-#include <memory>
-
 #include <fmt/format.h>
 
 #include "commands/commands.h"
@@ -11,6 +9,10 @@
 namespace cli {
 
 namespace {
+
+struct Options {
+    bool json = false;
+};
 
 void print_table(const std::vector<Drive>& drives) {
     Table table({{"Slot"},
@@ -30,7 +32,6 @@ void print_table(const std::vector<Drive>& drives) {
 }
 
 Json to_json(const Drive& drive) {
-    const auto or_null = [](int id) { return id > 0 ? Json(id) : Json(nullptr); };
     return {{"id", drive.id},
             {"slot", drive.slot},
             {"device", drive.device},
@@ -41,16 +42,16 @@ Json to_json(const Drive& drive) {
             {"capacity_bytes", drive.capacity_bytes},
             {"ssd", drive.is_ssd},
             {"free", drive.is_ssd && drive.is_free()},
-            {"raid_id", or_null(drive.raid_id)},
-            {"pool_id", or_null(drive.pool_id)},
-            {"evaluation", or_null(drive.record_no)},
+            {"raid_id", positive_or_null(drive.raid_id)},
+            {"pool_id", positive_or_null(drive.pool_id)},
+            {"evaluation", positive_or_null(drive.record_no)},
             {"broken_off", drive.broken_off},
-            {"left_by", or_null(drive.left_by)}};
+            {"left_by", positive_or_null(drive.left_by)}};
 }
 
-void run(bool json) {
+void run(const Options& options) {
     const std::vector<Drive> drives = load_drives();
-    if (!json) return print_table(drives);
+    if (!options.json) return print_table(drives);
     Json list = Json::array();
     for (const Drive& drive : drives) list.push_back(to_json(drive));
     print_json(list);
@@ -59,11 +60,9 @@ void run(bool json) {
 }  // namespace
 
 void add_drives_command(CLI::App& app) {
-    auto* command = app.add_subcommand("drives", "List the drives and what uses them");
-    auto json = std::make_shared<bool>(false);
-    add_json_flag(*command, *json);
-    command->footer("Example:\n  ssd-op drives --json");
-    command->callback([json] { run(*json); });
+    auto [command, options] = add_command(app, "drives", "List the drives and what uses them", run);
+    add_json_flag(command, options.json);
+    command.footer("Example:\n  ssd-op drives --json");
 }
 
 }  // namespace cli

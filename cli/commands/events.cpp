@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <memory>
 #include <vector>
 
 #include <fmt/format.h>
@@ -65,14 +64,13 @@ void run(const Options& options) {
 }  // namespace
 
 void add_events_command(CLI::App& app) {
-    auto* command = app.add_subcommand("events", "Print the newest events of the system log");
-    auto options = std::make_shared<Options>();
-    command->add_option("--count", options->count, "How many")
+    auto [command, options] =
+        add_command(app, "events", "Print the newest events of the system log", run);
+    command.add_option("--count", options.count, "How many")
         ->check(CLI::Range(1, 10000))
         ->capture_default_str();
-    add_json_flag(*command, options->json);
-    command->footer("Example:\n  ssd-op events --count 5");
-    command->callback([options] { run(*options); });
+    add_json_flag(command, options.json);
+    command.footer("Example:\n  ssd-op events --count 5");
 }
 
 }  // namespace cli

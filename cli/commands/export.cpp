@@ -1,6 +1,5 @@
 #include <csignal>
 #include <filesystem>
-#include <memory>
 
 #include <fmt/format.h>
 
@@ -41,7 +40,7 @@ void check(const Options& options) {
     if (!options.output.empty() && !options.prints() &&
         !std::filesystem::is_directory(options.output, ignored))
         refuse_existing(options.output, options.force);
-    require_record(options.record_no);
+    require_existence(options.record_no);
 }
 
 void tell(const Options& options, const std::string& path) {
@@ -86,28 +85,26 @@ void run(const Options& options) {
 }  // namespace
 
 void add_export_command(CLI::App& app) {
-    auto* command = app.add_subcommand("export", "Write all about a record to a file");
-    auto options = std::make_shared<Options>();
-    command->add_option("RECORD", options->record_no, "Its number, from ssd-op list")->required();
-    auto* format = command->add_option_group("Format")->require_option(1);
-    format->add_flag("--csv", options->csv, "Comma-separated text, with all samples");
-    format->add_flag("--xlsx", options->xlsx, "A workbook with charts");
-    auto* output = command->add_option(
-        "--output", options->output,
-        "File or directory for a copy, - to print a CSV report; without it, the "
-        "report is left in /tmp");
+    auto [command, options] = add_command(app, "export", "Write all about a record to a file", run);
+    command.add_option("RECORD", options.record_no, "Its number, from ssd-op list")->required();
+    auto* format = command.add_option_group("Format")->require_option(1);
+    format->add_flag("--csv", options.csv, "Comma-separated text, with all samples");
+    format->add_flag("--xlsx", options.xlsx, "A workbook with charts");
+    auto* output =
+        command.add_option("--output", options.output,
+                           "File or directory for a copy, - to print a CSV report; without it, the "
+                           "report is left in /tmp");
     output->check([](const std::string& name) {
         return name.empty() ? "a file has no empty name" : std::string();
     });
-    command->add_flag("--force", options->force, "Write over a file")->needs(output);
-    add_json_flag(*command, options->json);
-    command->footer(
+    command.add_flag("--force", options.force, "Write over a file")->needs(output);
+    add_json_flag(command, options.json);
+    command.footer(
         "Exit codes: 0 written, 1 it cannot be written, 3 the file is there already, 4 no such "
         "record\n\n"
         "Examples:\n"
         "  ssd-op export 3 --xlsx --output nightly.xlsx\n"
         "  ssd-op export 3 --csv --output - | less");
-    command->callback([options] { run(*options); });
 }
 
 }  // namespace cli

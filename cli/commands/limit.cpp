@@ -1,4 +1,3 @@
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -52,14 +51,13 @@ void run(const Options& options) {
 }  // namespace
 
 void add_limit_command(CLI::App& app) {
-    auto* command = app.add_subcommand(
-        "limit", "Tell or change how many records are kept; more than that delete the oldest");
-    auto options = std::make_shared<Options>();
-    command->add_option("N", options->limit, "The new limit, 1 or more; without it, tell");
-    command->add_flag("--yes", options->yes, "Do not ask when records would be deleted");
-    add_json_flag(*command, options->json);
-    command->footer("Example:\n  ssd-op limit 50");
-    command->callback([options] { run(*options); });
+    auto [command, options] = add_command(
+        app, "limit", "Tell or change how many records are kept; more than that delete the oldest",
+        run);
+    command.add_option("N", options.limit, "The new limit, 1 or more; without it, tell");
+    command.add_flag("--yes", options.yes, "Do not ask when records would be deleted");
+    add_json_flag(command, options.json);
+    command.footer("Example:\n  ssd-op limit 50");
 }
 
 }  // namespace cli

@@ -1,5 +1,3 @@
-#include <memory>
-
 #include <fmt/format.h>
 
 #include "commands/commands.h"
@@ -14,6 +12,10 @@
 namespace cli {
 
 namespace {
+
+struct Options {
+    bool json = false;
+};
 
 std::string layout_of(const ssd_op_db_record& record) {
     const auto* group = record.raid_conf;
@@ -55,9 +57,9 @@ Json to_json(const ssd_op_db_record& record) {
     return json;
 }
 
-void run(bool json) {
+void run(const Options& options) {
     const std::vector<Record> records = load_records();
-    if (!json) return print_table(records);
+    if (!options.json) return print_table(records);
     Json list = Json::array();
     for (const Record& record : records) list.push_back(to_json(*record));
     print_json(list);
@@ -66,11 +68,9 @@ void run(bool json) {
 }  // namespace
 
 void add_list_command(CLI::App& app) {
-    auto* command = app.add_subcommand("list", "List the records of all evaluations");
-    auto json = std::make_shared<bool>(false);
-    add_json_flag(*command, *json);
-    command->footer("Example:\n  ssd-op list --json");
-    command->callback([json] { run(*json); });
+    auto [command, options] = add_command(app, "list", "List the records of all evaluations", run);
+    add_json_flag(command, options.json);
+    command.footer("Example:\n  ssd-op list --json");
 }
 
 }  // namespace cli

@@ -1,5 +1,3 @@
-#include <memory>
-
 #include <fmt/format.h>
 
 #include "commands/commands.h"
@@ -18,13 +16,11 @@ struct Options {
 };
 
 std::string plots_text(const ssd_op_db_record& record) {
-    const std::string heading = fmt::format("Record {} \"{}\": {}", record.record_no,
-                                            printable(record.title), status_word(record.status));
-    return cut(heading, kPlotWidth) + "\n\n" + record_plots(record, terminal_charset());
+    return cut(record_line(record), kPlotWidth) + "\n\n" + record_plots(record, terminal_charset());
 }
 
 void run(const Options& options) {
-    const Record record = load_record(options.record_no);
+    const Record record = require_record(options.record_no);
     if (options.json)
         print_json(record_json(*record));
     else if (options.plot)
@@ -36,16 +32,14 @@ void run(const Options& options) {
 }  // namespace
 
 void add_show_command(CLI::App& app) {
-    auto* command = app.add_subcommand(
-        "show", "Show a record: figures of each OP ratio, drives, the appliance");
-    auto options = std::make_shared<Options>();
-    command->add_option("RECORD", options->record_no, "Its number, from ssd-op list")->required();
-    add_json_flag(*command, options->json);
+    auto [command, options] = add_command(
+        app, "show", "Show a record: figures of each OP ratio, drives, the appliance", run);
+    command.add_option("RECORD", options.record_no, "Its number, from ssd-op list")->required();
+    add_json_flag(command, options.json);
     command
-        ->add_flag("--plot", options->plot, "Draw the IOPS over OP and over time, 80 columns wide")
+        .add_flag("--plot", options.plot, "Draw the IOPS over OP and over time, 80 columns wide")
         ->excludes("--json");
-    command->footer("Examples:\n  ssd-op show 3\n  ssd-op show 3 --plot");
-    command->callback([options] { run(*options); });
+    command.footer("Examples:\n  ssd-op show 3\n  ssd-op show 3 --plot");
 }
 
 }  // namespace cli

@@ -116,22 +116,20 @@ void add_request_options(CLI::App& command, Request& request) {
 }  // namespace
 
 void add_start_command(CLI::App& app) {
-    auto* command = app.add_subcommand(
-        "start", "Evaluate drives; ALL DATA ON THEM IS LOST. Asks before it begins.");
-    auto options = std::make_shared<Options>();
-    add_request_options(*command, options->request);
-    command->add_flag("--foreground", options->foreground,
-                      "Show the progress and wait for the end; Ctrl-C ends the showing only");
-    command->add_flag("--yes", options->yes, "Do not ask");
-    command->add_flag("--dry-run", options->dry_run,
-                      "Tell what would be done, its cost and time, and do nothing");
-    add_json_flag(*command, options->json);
-    command->footer(
+    auto [command, options] = add_command(
+        app, "start", "Evaluate drives; ALL DATA ON THEM IS LOST. Asks before it begins.", run);
+    add_request_options(command, options.request);
+    command.add_flag("--foreground", options.foreground,
+                     "Show the progress and wait for the end; Ctrl-C ends the showing only");
+    command.add_flag("--yes", options.yes, "Do not ask");
+    command.add_flag("--dry-run", options.dry_run,
+                     "Tell what would be done, its cost and time, and do nothing");
+    add_json_flag(command, options.json);
+    command.footer(
         "Examples:\n"
         "  ssd-op start --raid 5 --drives sda,sdb,sdc,sdd --dry-run\n"
         "  ssd-op start --raid single --drives \"Disk 2\" --min-op 7 --max-op 28 --interval 7 "
         "--title \"Cache drive\" --foreground");
-    command->callback([options] { run(*options); });
 }
 
 }  // namespace cli

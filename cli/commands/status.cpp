@@ -1,4 +1,3 @@
-#include <memory>
 #include <optional>
 
 #include <fmt/format.h>
@@ -27,7 +26,7 @@ void print_snapshot(const Snapshot& snapshot) {
 }
 
 void run_one(int record_no, bool json) {
-    const Record record = load_record(record_no);
+    const Record record = require_record(record_no);
     const Snapshot snapshot = take_snapshot(*record);
     if (json)
         print_json(snapshot_json(snapshot));
@@ -50,20 +49,20 @@ void run_all(bool json) {
     if (json) print_json(list);
 }
 
+void run(const Options& options) {
+    if (options.record_no)
+        run_one(*options.record_no, options.json);
+    else
+        run_all(options.json);
+}
+
 }  // namespace
 
 void add_status_command(CLI::App& app) {
-    auto* command = app.add_subcommand("status", "Tell how far an evaluation is");
-    auto options = std::make_shared<Options>();
-    command->add_option("RECORD", options->record_no, "Its record; without it, all that run");
-    add_json_flag(*command, options->json);
-    command->footer("Example:\n  ssd-op status 3");
-    command->callback([options] {
-        if (options->record_no)
-            run_one(*options->record_no, options->json);
-        else
-            run_all(options->json);
-    });
+    auto [command, options] = add_command(app, "status", "Tell how far an evaluation is", run);
+    command.add_option("RECORD", options.record_no, "Its record; without it, all that run");
+    add_json_flag(command, options.json);
+    command.footer("Example:\n  ssd-op status 3");
 }
 
 }  // namespace cli

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cerrno>
-#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -43,7 +42,7 @@ bool removes_left_storage(const Snapshot& snapshot, const Options& options) {
 }
 
 Snapshot choose_one(int record_no, const Options& options) {
-    Snapshot snapshot = take_snapshot(*load_record(record_no));
+    Snapshot snapshot = take_snapshot(*require_record(record_no));
     if (is_running(snapshot.status) || removes_left_storage(snapshot, options)) return snapshot;
     std::string advice = "ssd-op status tells which are.";
     if (snapshot.is_closing()) advice = closing_text(snapshot);
@@ -130,7 +129,8 @@ int end(const std::vector<Snapshot>& chosen, const Options& options) {
     std::vector<Snapshot> running, ended;
     for (const Snapshot& each : chosen) (is_running(each.status) ? running : ended).push_back(each);
     int result = stop_running(running, options);
-    for (const Snapshot& each : ended) result |= remove_left_storage(*load_record(each.record_no));
+    for (const Snapshot& each : ended)
+        result |= remove_left_storage(*require_record(each.record_no));
     return result;
 }
 
@@ -192,7 +192,7 @@ void run(const Options& options) {
 
     Json list = Json::array();
     for (const Snapshot& before : chosen) {
-        const Snapshot after = take_snapshot(*load_record(before.record_no));
+        const Snapshot after = take_snapshot(*require_record(before.record_no));
         if (options.json)
             list.push_back(to_json(before, after));
         else
@@ -208,19 +208,18 @@ void run(const Options& options) {
 }  // namespace
 
 void add_stop_command(CLI::App& app) {
-    auto* command = app.add_subcommand("stop", "End an evaluation; its results so far are kept");
-    auto options = std::make_shared<Options>();
-    auto* record = command->add_option("RECORD", options->record_no,
-                                       "Its record; without it, the one that runs");
-    command->add_flag("--all", options->all, "All that run, and what ended ones have left")
+    auto [command, options] =
+        add_command(app, "stop", "End an evaluation; its results so far are kept", run);
+    auto* record = command.add_option("RECORD", options.record_no,
+                                      "Its record; without it, the one that runs");
+    command.add_flag("--all", options.all, "All that run, and what ended ones have left")
         ->excludes(record);
-    command->add_flag("--failed", options->failed, "Let it count as failed, not as stopped");
-    command->add_flag(
-        "--keep-storage", options->keep_storage,
-        "Leave volume, pool and groups to the evaluation's own process, which removes "
-        "them as it ends; where that process is gone, they stay until the next stop");
-    add_json_flag(*command, options->json);
-    command->footer(
+    command.add_flag("--failed", options.failed, "Let it count as failed, not as stopped");
+    command.add_flag("--keep-storage", options.keep_storage,
+                     "Leave volume, pool and groups to the evaluation's own process, which removes "
+                     "them as it ends; where that process is gone, they stay until the next stop");
+    add_json_flag(command, options.json);
+    command.footer(
         "Also gives drives and services back that an evaluation holds whose process is gone, "
         "killed\n"
         "or cut off by a power failure, and storage that a stop has left. Returns when all is "
@@ -229,7 +228,6 @@ void add_stop_command(CLI::App& app) {
         "\n"
         "Example:\n"
         "  ssd-op stop 3");
-    command->callback([options] { run(*options); });
 }
 
 }  // namespace cli

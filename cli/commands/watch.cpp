@@ -27,18 +27,17 @@ void run(const Options& options) {
     const int record_no = options.record_no ? *options.record_no : only_running();
     const Watched watched = watch(record_no, *make_view(options.json));
     if (!options.json && !watched.interrupted)
-        fmt::print("\n{}", results_text(*load_record(record_no)));
+        fmt::print("\n{}", results_text(*require_record(record_no)));
     report_end(watched);
 }
 
 }  // namespace
 
 void add_watch_command(CLI::App& app) {
-    auto* command = app.add_subcommand("watch", "Follow an evaluation to its end");
-    auto options = std::make_shared<Options>();
-    command->add_option("RECORD", options->record_no, "Its record; without it, the one that runs");
-    command->add_flag("--json", options->json, "Print a line of JSON a minute");
-    command->footer(
+    auto [command, options] = add_command(app, "watch", "Follow an evaluation to its end", run);
+    command.add_option("RECORD", options.record_no, "Its record; without it, the one that runs");
+    command.add_flag("--json", options.json, "Print a line of JSON a minute");
+    command.footer(
         "On a terminal a view is kept up to date; elsewhere a line is printed every minute. "
         "Ctrl-C\n"
         "ends the watching only. At the end come the figures of each ratio.\n"
@@ -48,7 +47,6 @@ void add_watch_command(CLI::App& app) {
         "\n"
         "Example:\n"
         "  ssd-op watch 3");
-    command->callback([options] { run(*options); });
 }
 
 }  // namespace cli

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "model/database.h"
 #include "model/record.h"
 #include "model/snapshot.h"
 #include "output/failure.h"
@@ -40,7 +41,7 @@ void refuse_running(const std::vector<int>& record_nos, const char* what) {
 void refuse_held(const std::vector<int>& record_nos, const char* what) {
     refuse_running(record_nos, what);
     for (const int record_no : record_nos) {
-        const Snapshot snapshot = take_snapshot(*load_record(record_no));
+        const Snapshot snapshot = take_snapshot(*require_record(record_no));
         if (snapshot.left_storage) {
             throw Failure(kRefused,
                           fmt::format("Evaluation {} has left storage; {}", record_no, what),

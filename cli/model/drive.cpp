@@ -44,12 +44,6 @@ uint64_t data_size(uint32_t id, uint64_t whole) {
     return whole;
 }
 
-template <typename Key>
-int number_or_zero(const std::map<Key, int>& numbers, Key key) {
-    const auto found = numbers.find(key);
-    return found == numbers.end() ? 0 : found->second;
-}
-
 Drive load_drive(uint32_t id) {
     PD_INFO info{};
     PD_Get_Info(enclosure_of(id), port_of(id), &info);
@@ -72,7 +66,7 @@ Drive load_drive(uint32_t id) {
 
 /// Which evaluation has it, or had it. All running ones are looked at, not the newest alone.
 void add_evaluations(std::vector<Drive>& drives) {
-    std::map<uint32_t, int> evaluations;
+    std::map<uint32_t, int> evaluations;  // 0 for what is in none, as in `left`
     std::set<int> broken_off;
     const std::vector<Record> records = load_records();
     for (const Record& record : records) {
@@ -81,11 +75,11 @@ void add_evaluations(std::vector<Drive>& drives) {
         for (const ssd_op_db_ssd_dev* drive : drives_of(*record))
             evaluations[drive->dev_id] = record->record_no;
     }
-    const std::map<int, int> left = left_groups(records);
+    std::map<int, int> left = left_groups(records);
     for (Drive& drive : drives) {
-        drive.record_no = number_or_zero(evaluations, drive.id);
+        drive.record_no = evaluations[drive.id];
         drive.broken_off = broken_off.contains(drive.record_no);
-        if (drive.record_no == 0) drive.left_by = number_or_zero(left, drive.raid_id);
+        if (drive.record_no == 0) drive.left_by = left[drive.raid_id];
     }
 }
 

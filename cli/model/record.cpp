@@ -8,7 +8,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "model/database_check.h"
+#include "model/database.h"
 #include "output/failure.h"
 #include "platform/hal.h"
 
@@ -36,21 +36,12 @@ std::string known_records() {
 }
 
 std::string advice_for_unreadable() {
-    std::array<char, 256> path{};
-    int location = SSD_OP_DB_LOCATION_NONE;
-    SSD_OP_DB_Get_Location(&location, path.data(), static_cast<int>(path.size()));
-    const int version = database_version(path.data());
+    const int version = database_version();
     if (version == kNoVersion || version >= kCurrentVersion) return "ssd-op db check tells more.";
     return fmt::format("The database has version {}; ssd-op db upgrade brings it up.", version);
 }
 
 }  // namespace
-
-bool has_database() {
-    int location = SSD_OP_DB_LOCATION_NONE;
-    return SSD_OP_DB_Get_Location(&location, nullptr, 0) == 0 &&
-           location != SSD_OP_DB_LOCATION_NONE;
-}
 
 std::vector<int> record_nos() {
     if (!has_database()) return {};
@@ -63,7 +54,7 @@ std::vector<int> record_nos() {
     return numbers;
 }
 
-void require_record(int record_no) {
+void require_existence(int record_no) {
     if (has_database() && SSD_OP_DB_Record_Is_Exist(record_no) != 0) return;
     throw Failure(kNotFound, fmt::format("There is no record {}.", record_no), known_records());
 }
@@ -74,8 +65,8 @@ Record empty_record() {
     return record;
 }
 
-Record load_record(int record_no) {
-    require_record(record_no);
+Record require_record(int record_no) {
+    require_existence(record_no);
     Record record = empty_record();
     if (SSD_OP_DB_Query_Record(record_no, record.get()) != 0 ||
         SSD_OP_DB_Query_Record_Test_Data(record.get(), record_no) != 0) {

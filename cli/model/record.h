@@ -1,3 +1,5 @@
+/// Model room: what there is (records, drives, storage that was left, the database) and where an
+/// evaluation is, asked of the library and the platform at this moment.
 #pragma once
 
 #include <memory>
@@ -13,21 +15,18 @@ struct FreeRecord {
 };
 using Record = std::unique_ptr<ssd_op_db_record, FreeRecord>;
 
-/// True when there is a database. Asking for records would create it.
-bool has_database();
-
 /// Numbers of all records, ascending.
 std::vector<int> record_nos();
 
 /// @throws Failure when there is no record of that number, telling which there are
-void require_record(int record_no);
+void require_existence(int record_no);
 
 /// For a query to fill.
 Record empty_record();
 
 /// A record with its groups, drives and results.
 /// @throws Failure when there is none of that number, telling which there are
-Record load_record(int record_no);
+Record require_record(int record_no);
 
 /// All records, oldest first.
 std::vector<Record> load_records();

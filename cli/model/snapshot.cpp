@@ -12,8 +12,7 @@ namespace cli {
 
 namespace {
 
-constexpr int kFillingMark =
-    -1;  // in place of a ratio; other negative ones: there is none any more
+constexpr int kFillingMark = -1;  // in place of a ratio; below: there is none any more
 constexpr double kNotDone = 99.9;
 
 // Figures come as the test script's files have them. Beyond these they are damage, not news.
@@ -139,8 +138,7 @@ std::string progress_line(const Snapshot& snapshot) {
 std::string orphan_text(const Snapshot& snapshot) {
     return fmt::format(
         "It broke off: its process is gone, and nothing brings it to an end. ssd-op stop {} gives "
-        "its "
-        "drives and services back.",
+        "its drives and services back.",
         snapshot.record_no);
 }
 
@@ -150,8 +148,6 @@ std::string left_storage_text(const Snapshot& snapshot) {
 }
 
 Json snapshot_json(const Snapshot& snapshot) {
-    const auto or_null = [](const auto& value) { return value ? Json(*value) : Json(nullptr); };
-    const auto if_positive = [](int value) { return value > 0 ? Json(value) : Json(nullptr); };
     return {{"record", snapshot.record_no},
             {"title", snapshot.title},
             {"status", status_word(snapshot.status)},
@@ -160,11 +156,11 @@ Json snapshot_json(const Snapshot& snapshot) {
             {"left_storage", snapshot.left_storage},
             {"percent", snapshot.has_percent() ? Json(snapshot.percent) : Json(nullptr)},
             {"ratio", or_null(snapshot.ratio)},
-            {"ratio_no", if_positive(snapshot.ratio_no)},
-            {"ratio_count", if_positive(snapshot.ratio_count)},
+            {"ratio_no", positive_or_null(snapshot.ratio_no)},
+            {"ratio_count", positive_or_null(snapshot.ratio_count)},
             {"filling", snapshot.activity == Activity::kFilling},
-            {"step", if_positive(snapshot.step)},
-            {"step_count", if_positive(snapshot.step_count)},
+            {"step", positive_or_null(snapshot.step)},
+            {"step_count", positive_or_null(snapshot.step_count)},
             {"iops", or_null(snapshot.iops)},
             {"remaining_seconds", or_null(snapshot.remaining_seconds)}};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,12 @@ namespace cli {
 
 /// Key order as written: what matters most comes first.
 using Json = nlohmann::ordered_json;
+
+template <typename Value>
+Json or_null(const std::optional<Value>& value) {
+    return value ? Json(*value) : Json(nullptr);
+}
+inline Json positive_or_null(int value) { return value > 0 ? Json(value) : Json(nullptr); }
 
 void print_json(const Json& json);
 void print_json_line(const Json& json);

@@ -1,3 +1,5 @@
+/// Output room: how things look, on a terminal, in a table, in a plot or as JSON, and how a command
+/// fails. It knows nothing of evaluations, and uses neither the library nor the platform.
 #pragma once
 
 #include <cstddef>
@@ -18,6 +20,9 @@ size_t columns(std::string_view text);
 
 /// As much of a text as has room in so many columns.
 std::string cut(std::string_view text, size_t width);
+
+constexpr uint64_t kKib = 1024;
+constexpr uint64_t kMib = 1024 * kKib;
 
 std::string size_text(uint64_t bytes);      // "64.0 GB", in steps of 1000 as on a drive's label
 std::string duration_text(double seconds);  // "1 h 12 min"

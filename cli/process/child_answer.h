@@ -1,4 +1,5 @@
-/// Work that a child process does for this one, and its answer.
+/// Process room: children, signals, and files that several processes write; it uses the output room
+/// to show what it waits for.
 #pragma once
 
 #include <functional>
@@ -13,7 +14,7 @@ namespace cli {
 /// Returns when the child has ended.
 void wait_for_end(pid_t child);
 
-/// The part of ask_child() that does not depend on the answer's type.
+/// The part of ask_child() below that does not depend on the answer's type.
 bool ask_child(void* answer, size_t size, const std::function<void()>& work,
                const std::function<void(pid_t)>& wait);
 
@@ -25,9 +26,8 @@ std::optional<Answer> ask_child(const std::function<Answer()>& work,
                                 const std::function<void(pid_t)>& wait = wait_for_end) {
     static_assert(std::is_trivially_copyable_v<Answer> && sizeof(Answer) <= PIPE_BUF);
     Answer answer{};
-    if (!ask_child(
-            &answer, sizeof answer, [&] { answer = work(); }, wait))
-        return std::nullopt;
+    const auto fill = [&] { answer = work(); };
+    if (!ask_child(&answer, sizeof answer, fill, wait)) return std::nullopt;
     return answer;
 }
 

@@ -13,9 +13,9 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
-#include "output/activity.h"
 #include "output/failure.h"
 #include "output/text.h"
+#include "process/activity.h"
 #include "process/child_answer.h"
 #include "ssd_op.h"
 

@@ -12,7 +12,6 @@ namespace cli {
 namespace {
 
 constexpr double kMb = 1e6;
-constexpr uint64_t kMib = uint64_t{1024} * 1024;
 
 /// Bytes a second that one drive keeps up, from the slowest to the fastest that are sold.
 struct Speed {

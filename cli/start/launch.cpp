@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include "model/record.h"
 #include "output/failure.h"
 #include "platform/storage.h"
 #include "process/child_answer.h"

@@ -15,7 +15,6 @@ namespace cli {
 
 namespace {
 
-constexpr uint64_t kMib = uint64_t{1024} * 1024;
 constexpr int kMostOp = 99;  // a ratio of 100 would leave no volume to measure
 
 Failure refusal(const std::string& what, const std::string& advice) {

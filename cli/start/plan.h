@@ -1,3 +1,4 @@
+/// Start room: from a request to a plan that keeps every rule, what that costs, and its start.
 #pragma once
 
 #include <string>

@@ -11,25 +11,19 @@ namespace cli {
 
 namespace {
 
-const char* type_word(int test_type) {
-    switch (test_type) {
-        case SSD_OP_TEST_TYPE_SEQUENTIAL:
-            return "sequential writes of 1 MiB";
-        case SSD_OP_TEST_TYPE_ALL:
-            return "sequential writes of 1 MiB, then random ones of 4 KiB";
-        default:
-            return "random writes of 4 KiB";
-    }
-}
+struct TestType {
+    const char* name;
+    const char* writes;
+};
 
-const char* type_name(int test_type) {
-    switch (test_type) {
+TestType type_of(const Plan& plan) {
+    switch (plan.param.test_type) {
         case SSD_OP_TEST_TYPE_SEQUENTIAL:
-            return "sequential";
+            return {"sequential", "sequential writes of 1 MiB"};
         case SSD_OP_TEST_TYPE_ALL:
-            return "all";
+            return {"all", "sequential writes of 1 MiB, then random ones of 4 KiB"};
         default:
-            return "random";
+            return {"random", "random writes of 4 KiB"};
     }
 }
 
@@ -64,7 +58,7 @@ std::string services_text(const Plan& plan) {
 
 std::string plan_text(const Plan& plan) {
     std::string text = fmt::format("Evaluation \"{}\": {}, {}\n\n", printable(plan.param.title),
-                                   plan.layout.text(), type_word(plan.param.test_type));
+                                   plan.layout.text(), type_of(plan).writes);
     text += drive_table(plan) + "\n" + ratio_table(plan) + "\n";
     if (plan.param.test_size > 0)
         text += fmt::format("Tested area: {} MiB of the volume.\n", plan.param.test_size);
@@ -101,7 +95,7 @@ Json plan_json(const Plan& plan) {
     for (const int op : plan.ratios)
         json["ratios"].push_back({{"op", op}, {"usable_bytes", usable_bytes(plan, op)}});
     json["interval"] = plan.param.interval;
-    json["test_type"] = type_name(plan.param.test_type);
+    json["test_type"] = type_of(plan).name;
     json["test_size_mib"] = plan.param.test_size;
     json["min_iops"] = plan.param.min_iops;
     json["abort_seconds"] = plan.param.abort_time;

@@ -12,13 +12,9 @@ namespace cli {
 namespace {
 
 constexpr auto kRight = Table::Align::right;
-constexpr uint64_t kKib = 1024;
-constexpr uint64_t kMib = uint64_t{1024} * 1024;
 
 std::string heading(const ssd_op_db_record& record) {
-    std::string text = fmt::format("Record {} \"{}\": {}\n", record.record_no,
-                                   printable(record.title), status_word(record.status));
-    text += "Started   " + moment_text(record.start_time) + "\n";
+    std::string text = record_line(record) + "\nStarted   " + moment_text(record.start_time) + "\n";
     if (record.end_time != 0) {
         text += fmt::format("Ended     {}, after {}\n", moment_text(record.end_time),
                             duration_text(std::difftime(record.end_time, record.start_time)));
@@ -87,7 +83,6 @@ std::string identity_text(const ssd_op_db_record& record) {
 }
 
 Json result_json(const Result& result) {
-    const auto or_null = [](const auto& value) { return value ? Json(*value) : Json(nullptr); };
     return {{"op", result.op},
             {"skipped", result.skipped},
             {"iops", or_null(result.iops)},
@@ -121,6 +116,11 @@ Json group_json(const ssd_op_db_raid_conf& group) {
 }
 
 }  // namespace
+
+std::string record_line(const ssd_op_db_record& record) {
+    return fmt::format("Record {} \"{}\": {}", record.record_no, printable(record.title),
+                       status_word(record.status));
+}
 
 std::string results_text(const ssd_op_db_record& record) {
     return result_table(results_of(record));

@@ -7,6 +7,9 @@
 
 namespace cli {
 
+/// "Record 3 "Cache drive": completed"
+std::string record_line(const ssd_op_db_record& record);
+
 /// The figures of each ratio.
 std::string results_text(const ssd_op_db_record& record);
 

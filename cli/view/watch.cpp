@@ -8,7 +8,6 @@
 
 #include "output/failure.h"
 #include "process/interrupt.h"
-#include "view/progress.h"
 
 namespace cli {
 
@@ -38,21 +37,26 @@ class Watch {
                                           Clock::now() - *closing_since_ > kLongestClosing);
     }
 
+    /// A percentage is computed from several figures that change one after the other, and from one
+    /// ratio to the next, or at the end of the fill, a look can meet some old and some new ones.
+    /// What is shown never falls, and stays where it was when the evaluation is stopped.
+    void keep_from_falling(double& percent) { percent = highest_ = std::max(highest_, percent); }
+
   private:
     std::optional<Clock::time_point> closing_since_;
+    double highest_ = 0;
 };
 
 }  // namespace
 
 Watched watch(int record_no, View& view) {
     const Interrupt interrupt;
-    Progress progress;
     Watch watch;
     for (;;) {
         const auto before = Clock::now();
-        const Record record = load_record(record_no);
+        const Record record = require_record(record_no);
         Snapshot snapshot = take_snapshot(*record);
-        progress.correct(snapshot);
+        watch.keep_from_falling(snapshot.percent);
         view.show(snapshot, *record);
         if (watch.has_ended(snapshot)) return {snapshot};
         if (!interrupt.happened()) rest_after(Clock::now() - before);

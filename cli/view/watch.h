@@ -1,3 +1,4 @@
+/// View room: an evaluation that runs, or its record, for somebody who looks at it.
 #pragma once
 
 #include "model/snapshot.h"

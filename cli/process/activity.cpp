@@ -1,4 +1,4 @@
-#include "output/activity.h"
+#include "process/activity.h"
 
 #include <cerrno>
 #include <chrono>

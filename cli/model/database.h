@@ -6,6 +6,19 @@
 
 namespace cli {
 
+/// Where the database lies.
+struct Place {
+    int location;  // SSD_OP_DB_LOCATION_...
+    std::string path;
+    uint64_t size_kib;
+};
+
+/// True when there is a database. Asking for records would create it.
+bool has_database();
+
+/// @throws Failure when there is none
+Place find_database();
+
 /// Rows of a table that belong to a row that is gone.
 struct Dangling {
     std::string table;
@@ -29,13 +42,13 @@ struct DatabaseCheck {
     bool is_sound() const;
 };
 
-/// The version of the schema alone, or kNoVersion.
-/// @throws Failure when the database cannot be opened
-int database_version(const std::string& path);
+// The one place where ssd-op opens the database itself, for reading only: the library has no call
+// that would tell. Both throw a Failure when there is none, or it cannot be opened.
 
-/// Examines the database while no other process changes it. This is the one place where ssd-op
-/// opens the database itself, for reading only: the library has no call that would tell.
-/// @throws Failure when it cannot be opened
-DatabaseCheck check_database(const std::string& path);
+/// The version of the schema alone, or kNoVersion.
+int database_version();
+
+/// Examines the database while no other process changes it.
+DatabaseCheck check_database();
 
 }  // namespace cli

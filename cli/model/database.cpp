@@ -1,6 +1,7 @@
-#include "model/database_check.h"
+#include "model/database.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -73,6 +74,25 @@ void query_version(sqlite3* connection, std::vector<std::string>& damages, int& 
 
 }  // namespace
 
+bool has_database() {
+    int location = SSD_OP_DB_LOCATION_NONE;
+    return SSD_OP_DB_Get_Location(&location, nullptr, 0) == 0 &&
+           location != SSD_OP_DB_LOCATION_NONE;
+}
+
+/// The library makes a directory when it is asked for the path of a database that does not exist
+/// yet, so that is asked first.
+Place find_database() {
+    if (!has_database())
+        throw Failure(kNotFound, "There is no database yet.", "ssd-op start makes it.");
+    std::array<char, 256> path{};
+    int location = SSD_OP_DB_LOCATION_NONE;
+    unsigned long long size_kib = 0;
+    SSD_OP_DB_Get_Location(&location, path.data(), static_cast<int>(path.size()));
+    SSD_OP_DB_Get_Size(&size_kib);
+    return {location, path.data(), size_kib};
+}
+
 bool Dangling::is_left_by_limit() const {
     return parent == "TEST_RECORD" || (table == "SSD_RUNTIME_DATA" && parent == "SELECT_DEV");
 }
@@ -82,7 +102,8 @@ bool DatabaseCheck::is_sound() const {
                                           [](const auto& rows) { return rows.is_left_by_limit(); });
 }
 
-int database_version(const std::string& path) {
+int database_version() {
+    const std::string path = find_database().path;
     int version = kNoVersion;
     std::vector<std::string> ignored;
     const DatabaseLock lock;
@@ -90,7 +111,8 @@ int database_version(const std::string& path) {
     return version;
 }
 
-DatabaseCheck check_database(const std::string& path) {
+DatabaseCheck check_database() {
+    const std::string path = find_database().path;
     // The library would make a database of it.
     std::error_code ignored;
     if (std::filesystem::file_size(path, ignored) == 0)
