@@ -106,7 +106,7 @@ int PD_Get_Log_Name(int enclosure, int port, char *name, int size); /* name of t
 int PD_Get_WWN(int enclosure, int port, char *buffer, int size);    /* up to 64 characters */
 
 typedef struct PD_SMART_INFO {
-    int temperature; /* degrees Celsius, as the drive's one byte holds it: 0 to 255 */
+    int temperature; /* degrees Celsius */
     int power_on_hours;
     int wear_percent;           /* share of the rated endurance used up */
     uint64_t host_written_kib;  /* written by the host since the drive was made */
@@ -116,6 +116,7 @@ typedef struct PD_SMART_INFO {
 
 /** On success *info is a heap block that the caller frees; on failure it may be one too. */
 int PD_SMART_Read_Info(int enclosure, int port, PD_SMART_INFO **info);
+/** The drive's byte, 0 to 255: a signed one, so that 255 stands for -1 degree Celsius. */
 int PD_SMART_Get_Temperature(const PD_SMART_INFO *info);
 
 /* ---- Partitions; the data partition is number 3 ---- */
