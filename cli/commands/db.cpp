@@ -134,17 +134,18 @@ void downgrade(const Options& options) {
     report_version(SSD_OP_DB_Version_Downgrade(options.version), options);
 }
 
+Json dangling_json(const Dangling& rows) {
+    return {{"table", rows.table},
+            {"missing_in", rows.parent},
+            {"rows", rows.rows},
+            {"left_by_limit", rows.is_left_by_limit()}};
+}
+
 Json check_json(const DatabaseCheck& check) {
-    Json json = {{"sound", check.is_sound()},
-                 {"version", check.version},
-                 {"damages", check.damages},
-                 {"dangling", Json::array()}};
-    for (const Dangling& each : check.dangling)
-        json["dangling"].push_back({{"table", each.table},
-                                    {"missing_in", each.parent},
-                                    {"rows", each.rows},
-                                    {"left_by_limit", each.is_left_by_limit()}});
-    return json;
+    return {{"sound", check.is_sound()},
+            {"version", check.version},
+            {"damages", check.damages},
+            {"dangling", json_list(check.dangling, dangling_json)}};
 }
 
 std::string version_text(int version) {

@@ -46,10 +46,9 @@ void ask(const std::vector<int>& chosen) {
 
 void remove(int record_no) {
     if (SSD_OP_DB_Delete_Record(record_no) == 0) return;
-    throw Failure(kFailed,
-                  record_no == kAllRecords ? "The records cannot be deleted."
-                                           : fmt::format("Record {} cannot be deleted.", record_no),
-                  "The appliance's trace log tells why.");
+    throw reported_in_log(record_no == kAllRecords
+                              ? "The records cannot be deleted."
+                              : fmt::format("Record {} cannot be deleted.", record_no));
 }
 
 void run(const Options& options) {

@@ -51,10 +51,10 @@ Json to_json(const Drive& drive) {
 
 void run(const Options& options) {
     const std::vector<Drive> drives = load_drives();
-    if (!options.json) return print_table(drives);
-    Json list = Json::array();
-    for (const Drive& drive : drives) list.push_back(to_json(drive));
-    print_json(list);
+    if (options.json)
+        print_json(json_list(drives, to_json));
+    else
+        print_table(drives);
 }
 
 }  // namespace

@@ -33,9 +33,7 @@ const char* type_word(int type) {
 std::vector<NASLOG_EVENT> load_events(int count) {
     std::vector<NASLOG_EVENT> events(static_cast<size_t>(count));
     const int found = naslog_event_query(events.data(), count);
-    if (found < 0)
-        throw Failure(kFailed, "The event log cannot be read.",
-                      "The appliance's trace log tells why.");
+    if (found < 0) throw reported_in_log("The event log cannot be read.");
     events.resize(static_cast<size_t>(found));
     std::reverse(events.begin(), events.end());
     return events;
@@ -47,18 +45,13 @@ Json to_json(const NASLOG_EVENT& event) {
 }
 
 void run(const Options& options) {
-    Json list = Json::array();
     const std::vector<NASLOG_EVENT> events = load_events(options.count);
-    if (events.empty() && !options.json) fmt::print("There is no event.\n");
+    if (options.json) return print_json(json_list(events, to_json));
+    if (events.empty()) fmt::print("There is no event.\n");
     for (const NASLOG_EVENT& event : events) {
-        if (options.json) {
-            list.push_back(to_json(event));
-        } else {
-            fmt::print("{} {}  {:11}  {}\n", event.date, event.time, type_word(event.type),
-                       printable(event.description));
-        }
+        fmt::print("{} {}  {:11}  {}\n", event.date, event.time, type_word(event.type),
+                   printable(event.description));
     }
-    if (options.json) print_json(list);
 }
 
 }  // namespace

@@ -32,8 +32,7 @@ void change(int limit, bool yes) {
         throw Failure(kNotConfirmed, "The limit stays as it was.");
     }
     if (SSD_OP_DB_Update_Max_Record_Limit(limit) != 0)
-        throw Failure(kFailed, "The limit cannot be changed.",
-                      "The appliance's trace log tells why.");
+        throw reported_in_log("The limit cannot be changed.");
 }
 
 void run(const Options& options) {

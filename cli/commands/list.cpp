@@ -59,10 +59,10 @@ Json to_json(const ssd_op_db_record& record) {
 
 void run(const Options& options) {
     const std::vector<Record> records = load_records();
-    if (!options.json) return print_table(records);
-    Json list = Json::array();
-    for (const Record& record : records) list.push_back(to_json(*record));
-    print_json(list);
+    if (options.json)
+        print_json(json_list(records, [](const Record& record) { return to_json(*record); }));
+    else
+        print_table(records);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <optional>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -26,34 +27,23 @@ void print_snapshot(const Snapshot& snapshot) {
 }
 
 void run_one(int record_no, bool json) {
-    const Record record = require_record(record_no);
-    const Snapshot snapshot = take_snapshot(*record);
+    const Snapshot snapshot = take_snapshot(*require_record(record_no));
     if (json)
         print_json(snapshot_json(snapshot));
     else
         print_snapshot(snapshot);
 }
 
-void run_all(bool json) {
-    Json list = Json::array();
-    const std::vector<Record> running = load_running_records();
-    if (!json && running.empty())
-        fmt::print("No evaluation is running; ssd-op list has the past.\n");
-    for (const Record& record : running) {
-        const Snapshot snapshot = take_snapshot(*record);
-        if (json)
-            list.push_back(snapshot_json(snapshot));
-        else
-            print_snapshot(snapshot);
-    }
-    if (json) print_json(list);
-}
-
 void run(const Options& options) {
-    if (options.record_no)
-        run_one(*options.record_no, options.json);
-    else
-        run_all(options.json);
+    if (options.record_no) return run_one(*options.record_no, options.json);
+    const std::vector<Record> running = load_running_records();
+    if (options.json) {
+        print_json(json_list(
+            running, [](const Record& record) { return snapshot_json(take_snapshot(*record)); }));
+        return;
+    }
+    if (running.empty()) fmt::print("No evaluation is running; ssd-op list has the past.\n");
+    for (const Record& record : running) print_snapshot(take_snapshot(*record));
 }
 
 }  // namespace

@@ -59,8 +59,7 @@ void refuse_held(const std::vector<int>& record_nos, const char* what) {
 int load_limit() {
     if (!has_database()) return kLimitOfANewDatabase;
     const int limit = SSD_OP_DB_Query_Max_Record_Limit();
-    if (limit < 0)
-        throw Failure(kFailed, "The limit cannot be read.", "The appliance's trace log tells why.");
+    if (limit < 0) throw reported_in_log("The limit cannot be read.");
     return limit;
 }
 

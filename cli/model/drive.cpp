@@ -16,29 +16,25 @@
 #include "output/text.h"
 #include "platform/hal.h"
 #include "platform/storage.h"
+#include "shared/drive_id.h"
 
 namespace cli {
 
 namespace {
 
-constexpr int kDataPartition = 3;
 constexpr int kMostDrives = 3072;
 
-int enclosure_of(uint32_t id) { return static_cast<int>(id >> 16); }
-int port_of(uint32_t id) { return static_cast<int>(id & 0xFFFFU); }
-
-std::string text_of(int (*get)(int, int, char*, int), uint32_t id) {
+std::string text_of(int (*get)(int, int, char*, int), shared::Slot slot) {
     std::array<char, 128> text{};
-    const int result =
-        get(enclosure_of(id), port_of(id), text.data(), static_cast<int>(text.size()));
+    const int result = get(slot.enclosure, slot.port, text.data(), static_cast<int>(text.size()));
     return result == 0 ? text.data() : "";
 }
 
-uint64_t data_size(uint32_t id, uint64_t whole) {
+uint64_t data_size(shared::Slot slot, uint64_t whole) {
     PART_INFO part{};
-    const int enclosure = enclosure_of(id), port = port_of(id);
-    if (Part_Is_Exist_V2(enclosure, port, kDataPartition) != 0 &&
-        Part_Get_Info(enclosure, port, kDataPartition, &part) == 0) {
+    const auto [enclosure, port] = slot;
+    if (Part_Is_Exist_V2(enclosure, port, shared::kDataPartition) != 0 &&
+        Part_Get_Info(enclosure, port, shared::kDataPartition, &part) == 0) {
         return part.size_kib * 1024;
     }
     return whole;
@@ -46,17 +42,18 @@ uint64_t data_size(uint32_t id, uint64_t whole) {
 
 Drive load_drive(uint32_t id) {
     PD_INFO info{};
-    PD_Get_Info(enclosure_of(id), port_of(id), &info);
+    const shared::Slot slot = shared::slot_of(id);
+    PD_Get_Info(slot.enclosure, slot.port, &info);
     Drive drive{};
     drive.id = id;
-    drive.device = text_of(PD_Get_Sys_Name, id);
-    drive.slot = text_of(PD_Get_Log_Name, id);
+    drive.device = text_of(PD_Get_Sys_Name, slot);
+    drive.slot = text_of(PD_Get_Log_Name, slot);
     drive.vendor = info.vendor;
     drive.model = info.model;
     drive.serial_no = info.serial_no;
     drive.firmware = info.revision;
     drive.capacity_bytes = info.block_count * info.block_size;
-    drive.data_bytes = data_size(id, drive.capacity_bytes);
+    drive.data_bytes = data_size(slot, drive.capacity_bytes);
     drive.is_ssd = (info.flags & PD_FLAG_SSD) != 0;
     drive.is_fast = info.interface_type == PD_INTERFACE_NVME;
     drive.raid_id = RAID_Get_Id_By_Drive(id);
@@ -95,10 +92,7 @@ bool is_named(const Drive& drive, const std::string& name) {
 std::vector<Drive> load_drives() {
     std::vector<unsigned> ids(kMostDrives);
     const int count = PD_Enumerate(ids.data(), kMostDrives);
-    if (count < 0) {
-        throw Failure(kFailed, "The platform does not tell which drives there are.",
-                      "The appliance's trace log tells why.");
-    }
+    if (count < 0) throw reported_in_log("The platform does not tell which drives there are.");
     ids.resize(static_cast<size_t>(count));
     std::vector<Drive> drives;
     for (const unsigned id : ids) drives.push_back(load_drive(id));

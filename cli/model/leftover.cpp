@@ -40,10 +40,9 @@ bool services_may_start() {
 }
 
 bool any_group_exists(const ssd_op_db_record& record) {
-    for (const auto* group = record.raid_conf; group != nullptr; group = group->next) {
-        if (RAID_Is_Exist(group->raid_id) != 0) return true;
-    }
-    return false;
+    const auto groups = shared::groups(record);
+    return std::any_of(groups.begin(), groups.end(),
+                       [](const auto& group) { return RAID_Is_Exist(group.raid_id) != 0; });
 }
 
 }  // namespace
@@ -51,10 +50,10 @@ bool any_group_exists(const ssd_op_db_record& record) {
 std::map<int, int> left_groups(const std::vector<Record>& records) {
     std::map<int, int> left;
     for (const Record& record : records) {  // a newer one takes the number from an older
-        for (const auto* group = record->raid_conf; group != nullptr; group = group->next) {
-            left.erase(group->raid_id);
-            if (has_ended(*record) && RAID_Is_Exist(group->raid_id) != 0 && is_of(*group, *record))
-                left[group->raid_id] = record->record_no;
+        for (const ssd_op_db_raid_conf& group : shared::groups(*record)) {
+            left.erase(group.raid_id);
+            if (has_ended(*record) && RAID_Is_Exist(group.raid_id) != 0 && is_of(group, *record))
+                left[group.raid_id] = record->record_no;
         }
     }
     return left;

@@ -11,6 +11,7 @@
 #include "model/database.h"
 #include "output/failure.h"
 #include "platform/hal.h"
+#include "shared/drive_id.h"
 
 namespace cli {
 
@@ -127,15 +128,14 @@ std::string status_word(int status) {
 
 std::vector<const ssd_op_db_ssd_dev*> drives_of(const ssd_op_db_record& record) {
     std::vector<const ssd_op_db_ssd_dev*> drives;
-    for (const auto* group = record.raid_conf; group != nullptr; group = group->next) {
-        for (int i = 0; i < group->ssd_drive_num; ++i) drives.push_back(&group->ssd_drives[i]);
+    for (const ssd_op_db_raid_conf& group : shared::groups(record)) {
+        for (const ssd_op_db_ssd_dev& drive : shared::drives(group)) drives.push_back(&drive);
     }
     return drives;
 }
 
 std::string slot_name(const ssd_op_db_ssd_dev& drive) {
-    const int enclosure = static_cast<int>(drive.dev_id >> 16);
-    const int port = static_cast<int>(drive.dev_id & 0xFFFFU);
+    const auto [enclosure, port] = shared::slot_of(drive.dev_id);
     std::array<char, 32> name{};
     if (PD_Get_Log_Name(enclosure, port, name.data(), static_cast<int>(name.size())) == 0)
         return name.data();

@@ -6,9 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "shared/ranges.h"
 #include "ssd_op.h"
 
 namespace cli {
+
+namespace shared = ssd_op::shared;
 
 struct FreeRecord {
     void operator()(ssd_op_db_record* record) const { SSD_OP_DB_Free_Record(record); }

@@ -9,6 +9,7 @@
 
 #include "output/text.h"
 #include "platform/hal.h"
+#include "shared/drive_id.h"
 
 namespace cli {
 
@@ -24,8 +25,8 @@ std::vector<Temperature> ask_drives(const ssd_op_db_record& record) {
     std::vector<Temperature> temperatures;
     for (const ssd_op_db_ssd_dev* drive : drives_of(record)) {
         PD_SMART_INFO* block = nullptr;
-        const int result = PD_SMART_Read_Info(static_cast<int>(drive->dev_id >> 16),
-                                              static_cast<int>(drive->dev_id & 0xFFFFU), &block);
+        const auto [enclosure, port] = shared::slot_of(drive->dev_id);
+        const int result = PD_SMART_Read_Info(enclosure, port, &block);
         const std::unique_ptr<PD_SMART_INFO, FreeBlock> info(block);
         if (result != 0 || !info) continue;
         const auto celsius = static_cast<int8_t>(PD_SMART_Get_Temperature(info.get()));

@@ -30,4 +30,9 @@ class Failure : public std::runtime_error {
     std::string advice_;
 };
 
+/// What the library or the platform refuses without a word to its caller.
+inline Failure reported_in_log(const std::string& what) {
+    return {kFailed, what, "The appliance's trace log tells why."};
+}
+
 }  // namespace cli

@@ -17,6 +17,13 @@ Json or_null(const std::optional<Value>& value) {
 }
 inline Json positive_or_null(int value) { return value > 0 ? Json(value) : Json(nullptr); }
 
+template <typename Items, typename ToJson>
+Json json_list(const Items& items, ToJson to_json) {
+    Json list = Json::array();
+    for (const auto& item : items) list.push_back(to_json(item));
+    return list;
+}
+
 void print_json(const Json& json);
 void print_json_line(const Json& json);
 

@@ -7,7 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "process/descriptor.h"
+#include "shared/descriptor.h"
 
 namespace cli {
 
@@ -34,8 +34,8 @@ bool ask_child(void* answer, size_t size, const std::function<void()>& work,
     // The answer has room in the pipe, and is there when the child has ended. No look at the pipe
     // may last: a child of the child can hold it open for hours.
     if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return false;
-    const Descriptor hears(ends[0]);
-    const Descriptor tells(ends[1]);
+    const ssd_op::shared::Descriptor hears(ends[0]);
+    const ssd_op::shared::Descriptor tells(ends[1]);
     const pid_t child = ::fork();
     if (child < 0) return false;
     if (child == 0) answer_and_end(work, tells.get(), answer, size);

@@ -13,7 +13,6 @@
 
 #include "output/failure.h"
 #include "output/text.h"
-#include "process/descriptor.h"
 #include "process/interrupt.h"
 
 namespace cli {

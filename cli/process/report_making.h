@@ -2,10 +2,12 @@
 
 #include <string>
 
-#include "process/descriptor.h"
 #include "process/interrupt.h"
+#include "shared/descriptor.h"
 
 namespace cli {
+
+using ssd_op::shared::Descriptor;
 
 /// Keeps others of these commands from exporting: records with one title share a report's name.
 class ExportLock {

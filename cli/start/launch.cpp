@@ -57,10 +57,8 @@ void remember_arguments(int count, char** arguments) {
 
 int launch(const Plan& plan) {
     const int record_no = ask_child<int>([&] { return keep(plan); }).value_or(-1);
-    if (record_no <= 0) {
-        throw Failure(kFailed, fmt::format("The evaluation was not started ({}).", record_no),
-                      "The appliance's trace log tells why.");
-    }
+    if (record_no <= 0)
+        throw reported_in_log(fmt::format("The evaluation was not started ({}).", record_no));
     return record_no;
 }
 

@@ -48,6 +48,15 @@ std::string ratio_table(const Plan& plan) {
     return table.text("  ");
 }
 
+Json drive_json(const Drive& drive) {
+    return {{"id", drive.id},
+            {"slot", drive.slot},
+            {"device", drive.device},
+            {"model", drive.model},
+            {"serial_no", drive.serial_no},
+            {"capacity_bytes", drive.capacity_bytes}};
+}
+
 std::string services_text(const Plan& plan) {
     return plan.param.stop_service != 0
                ? "The file services are stopped while the storage is created, and started again."
@@ -79,32 +88,23 @@ std::string dropped_text(const Plan& plan) {
 }
 
 Json plan_json(const Plan& plan) {
-    Json json;
-    json["title"] = plan.param.title;
-    json["raid_level"] = plan.layout.level;
-    json["drives"] = Json::array();
-    for (const Drive& drive : plan.drives) {
-        json["drives"].push_back({{"id", drive.id},
-                                  {"slot", drive.slot},
-                                  {"device", drive.device},
-                                  {"model", drive.model},
-                                  {"serial_no", drive.serial_no},
-                                  {"capacity_bytes", drive.capacity_bytes}});
-    }
-    json["ratios"] = Json::array();
-    for (const int op : plan.ratios)
-        json["ratios"].push_back({{"op", op}, {"usable_bytes", usable_bytes(plan, op)}});
-    json["interval"] = plan.param.interval;
-    json["test_type"] = type_of(plan).name;
-    json["test_size_mib"] = plan.param.test_size;
-    json["min_iops"] = plan.param.min_iops;
-    json["abort_seconds"] = plan.param.abort_time;
-    json["stop_services"] = plan.param.stop_service != 0;
+    const auto ratio_json = [&](int op) {
+        return Json{{"op", op}, {"usable_bytes", usable_bytes(plan, op)}};
+    };
     const TimeRange time = estimate_time(plan);
-    json["shortest_seconds"] = static_cast<int64_t>(time.shortest);
-    json["longest_seconds"] = static_cast<int64_t>(time.longest);
-    json["dropped_records"] = plan.dropped;
-    return json;
+    return {{"title", plan.param.title},
+            {"raid_level", plan.layout.level},
+            {"drives", json_list(plan.drives, drive_json)},
+            {"ratios", json_list(plan.ratios, ratio_json)},
+            {"interval", plan.param.interval},
+            {"test_type", type_of(plan).name},
+            {"test_size_mib", plan.param.test_size},
+            {"min_iops", plan.param.min_iops},
+            {"abort_seconds", plan.param.abort_time},
+            {"stop_services", plan.param.stop_service != 0},
+            {"shortest_seconds", static_cast<int64_t>(time.shortest)},
+            {"longest_seconds", static_cast<int64_t>(time.longest)},
+            {"dropped_records", plan.dropped}};
 }
 
 }  // namespace cli

@@ -59,8 +59,7 @@ std::string group_text(const ssd_op_db_raid_conf& group) {
                  {"Seq. write", kRight},
                  {"Random read", kRight},
                  {"Random write", kRight}});
-    for (int i = 0; i < group.ssd_drive_num; ++i) {
-        const ssd_op_db_ssd_dev& drive = group.ssd_drives[i];
+    for (const ssd_op_db_ssd_dev& drive : shared::drives(group)) {
         const auto speed = [](uint64_t kib) { return size_text(kib * kKib) + "/s"; };
         table.add({printable(slot_name(drive)), printable(drive.model), printable(drive.serial_no),
                    printable(drive.revision), printable(drive.bus_type), size_text(drive.capacity),
@@ -106,13 +105,10 @@ Json drive_json(const ssd_op_db_ssd_dev& drive) {
 }
 
 Json group_json(const ssd_op_db_raid_conf& group) {
-    Json json = {{"raid_id", group.raid_id},
-                 {"raid_level", group.raid_level},
-                 {"capacity_kib", group.raid_capacity},
-                 {"drives", Json::array()}};
-    for (int i = 0; i < group.ssd_drive_num; ++i)
-        json["drives"].push_back(drive_json(group.ssd_drives[i]));
-    return json;
+    return {{"raid_id", group.raid_id},
+            {"raid_level", group.raid_level},
+            {"capacity_kib", group.raid_capacity},
+            {"drives", json_list(shared::drives(group), drive_json)}};
 }
 
 }  // namespace
@@ -128,8 +124,8 @@ std::string results_text(const ssd_op_db_record& record) {
 
 std::string record_text(const ssd_op_db_record& record) {
     std::string text = heading(record) + "\n" + results_text(record);
-    for (const auto* group = record.raid_conf; group != nullptr; group = group->next)
-        text += "\n" + group_text(*group);
+    for (const ssd_op_db_raid_conf& group : shared::groups(record))
+        text += "\n" + group_text(group);
     return text + "\n" + identity_text(record);
 }
 
@@ -150,17 +146,14 @@ Json record_json(const ssd_op_db_record& record) {
                  {"stop_services", record.stop_service != 0},
                  {"volume_mib", record.lv_size},
                  {"test_size_mib", record.test_size},
-                 {"results", Json::array()},
-                 {"groups", Json::array()},
+                 {"results", json_list(results_of(record), result_json)},
+                 {"groups", json_list(shared::groups(record), group_json)},
                  {"appliance",
                   {{"model", record.nas_model},
                    {"firmware", record.nas_fw_version},
                    {"serial_no", record.nas_serial_no},
                    {"processor", record.nas_cpu_info},
                    {"memory", record.nas_mem_info}}}});
-    for (const Result& result : results_of(record)) json["results"].push_back(result_json(result));
-    for (const auto* group = record.raid_conf; group != nullptr; group = group->next)
-        json["groups"].push_back(group_json(*group));
     return json;
 }
 

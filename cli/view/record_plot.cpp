@@ -40,13 +40,13 @@ Curve samples_of(int record_no, int ratio) {
         throw Failure(kFailed, fmt::format("The samples of record {} cannot be read.", record_no),
                       "ssd-op db check tells more.");
     }
+    const auto samples = shared::nodes(holder->runtime_report);
     int64_t end = 0;
-    for (const auto* row = holder->runtime_report; row != nullptr; row = row->next)
-        end = std::max(end, row->time_slap);
+    for (const auto& sample : samples) end = std::max(end, sample.time_slap);
     CurveThinner thinner(double(end) / 1000);
-    for (const auto* row = holder->runtime_report; row != nullptr; row = row->next)
-        thinner.add({double(std::max<int64_t>(row->time_slap, 0)) / 1000,
-                     double(std::max(row->result, 0))});
+    for (const auto& sample : samples)
+        thinner.add({double(std::max<int64_t>(sample.time_slap, 0)) / 1000,
+                     double(std::max(sample.result, 0))});
     return thinner.curve();
 }
 
