@@ -70,9 +70,7 @@ std::optional<int> query_ratios(int record_no, std::span<int> ratios) noexcept {
 
 std::optional<int> query_record_count() noexcept {
     return with_session("SSD_OP_DB_Query_Record_Count", [](Session& session) {
-        const auto count = session.number(sql("SELECT COUNT() FROM %s;", "TEST_RECORD"));
-        if (!count) session.fail("select");
-        return count;
+        return session.number(sql("SELECT COUNT() FROM %s;", "TEST_RECORD"), "select");
     });
 }
 
@@ -81,8 +79,8 @@ std::optional<int> query_newest_record() noexcept {
         // Counted while this session is held, so that the count is still true afterwards.
         if (query_record_count().value_or(0) < 1) return std::optional(0);
         const auto newest = session.number(
-            sql("SELECT record_no FROM TEST_RECORD ORDER BY record_no DESC LIMIT %d;", 1));
-        if (!newest) session.fail("update");
+            sql("SELECT record_no FROM TEST_RECORD ORDER BY record_no DESC LIMIT %d;", 1),
+            "update");
         return std::optional(newest.value_or(0));
     });
 }
@@ -106,13 +104,12 @@ std::optional<int> query_select_no(int record_no, int raid_id, int dev_id) noexc
     constexpr const char* kFunction = "SSD_OP_DB_Query_SSD_Select_No";
     if (is_unknown(kFunction, record_no)) return std::nullopt;
     return with_session(kFunction, [&](Session& session) {
-        const auto select_no = session.number(
+        return session.number(
             sql("SELECT select_no FROM SELECT_DEV WHERE f_raid_no IN"
                 "     (SELECT raid_no FROM RAID_GROUP WHERE raid_id = %d AND f_record_no = %d)"
                 " AND dev_id = %d;",
-                raid_id, record_no, dev_id));
-        if (!select_no) session.fail(session.error());
-        return select_no;
+                raid_id, record_no, dev_id),
+            nullptr);
     });
 }
 
@@ -126,8 +123,9 @@ bool is_one_in_test(std::span<const int> dev_ids) noexcept {
                                "     (SELECT raid_no FROM RAID_GROUP WHERE f_record_no IN"
                                "     (SELECT record_no FROM 'TEST_RECORD' WHERE status IN (%s)"
                                "     ORDER BY record_no DESC LIMIT 0,1))) WHERE dev_id IN (%s);",
-                               comma_list(running).c_str(), comma_list(dev_ids).c_str()));
-        return count ? *count > 0 : session.fail("select");
+                               comma_list(running).c_str(), comma_list(dev_ids).c_str()),
+                           "select");
+        return count.value_or(0) > 0;
     });
 }
 
@@ -136,9 +134,7 @@ std::optional<int> query_sample_count(int record_no, int percentage) noexcept {
         const Sql statement =
             sql("SELECT COUNT() FROM RUNTIME_REPORT     WHERE f_record_no=%d AND percentage=%d;",
                 record_no, percentage);
-        const auto count = session.number(statement);
-        if (!count) session.fail(statement);
-        return std::optional(count.value_or(0));
+        return std::optional(session.number(statement, statement.get()).value_or(0));
     });
 }
 

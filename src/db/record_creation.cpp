@@ -12,9 +12,11 @@
 #include "db/appliance_identity.h"
 #include "db/database.h"
 #include "db/records.h"
+#include "db/schema.h"
 #include "db/transaction.h"
 #include "platform/hal.h"
 #include "shared/drive_id.h"
+#include "shared/ranges.h"
 
 namespace ssd_op::db {
 
@@ -55,18 +57,6 @@ void copy_identity(const Drive& drive, ssd_op_db_ssd_dev& target) {
     target.capacity = drive.info.block_count;
 }
 
-/// Rows that a dropped record may have left, and what they belong to.
-struct Ownership {
-    const char *table, *owner_column, *owner_table, *owner_key;
-};
-
-constexpr Ownership kOwnerships[] = {
-    {"RUNTIME_REPORT", "f_record_no", "TEST_RECORD", "record_no"},
-    {"TEST_DATA", "f_record_no", "TEST_RECORD", "record_no"},
-    {"RAID_GROUP", "f_record_no", "TEST_RECORD", "record_no"},
-    {"SELECT_DEV", "f_raid_no", "RAID_GROUP", "raid_no"},
-    {"SSD_RUNTIME_DATA", "f_select_no", "SELECT_DEV", "select_no"}};
-
 /// The rows of one record. Gone with it, unless they were kept.
 class Creation {
   public:
@@ -75,23 +65,18 @@ class Creation {
 
     bool create() {
         if (!forget_former_owners() || !insert_record()) return false;
-        for (ssd_op_db_raid_conf* group = record_.raid_conf; group != nullptr;
-             group = group->next) {
-            if (!insert_group(*group)) return false;
-        }
-        return transaction_.commit();
+        const auto groups = shared::groups(record_);
+        return std::all_of(groups.begin(), groups.end(),
+                           [this](ssd_op_db_raid_conf& group) { return insert_group(group); }) &&
+               transaction_.commit();
     }
 
     /// Deletes the rows and keeps what is known of the drives.
     void undo() {
         if (record_no_ <= 0) return;
-        transaction_.require(
-            sql("DELETE FROM SELECT_DEV WHERE f_raid_no IN     (SELECT raid_no FROM RAID_GROUP "
-                "WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD WHERE record_no=%d));",
-                record_no_));
-        if (raid_no_ > 0)
-            transaction_.require(sql("DELETE FROM RAID_GROUP WHERE f_record_no = %d;", record_no_));
-        transaction_.require(sql("DELETE FROM TEST_RECORD WHERE record_no = %d;", record_no_));
+        transaction_.require(deletion(kSelectDev, record_no_));
+        if (raid_no_ > 0) transaction_.require(deletion(kRaidGroup, record_no_));
+        transaction_.require(deletion(kTestRecord, record_no_));
         transaction_.commit();
     }
 
@@ -99,24 +84,25 @@ class Creation {
     /// Numbers are given anew once the rows that had the highest ones are gone. Rows that a dropped
     /// record has left must not come to belong to this one.
     bool forget_former_owners() {
-        return std::all_of(std::begin(kOwnerships), std::end(kOwnerships),
-                           [this](const Ownership& rows) { return delete_leftovers(rows); });
+        return std::all_of(std::rbegin(kRecordTables), std::rend(kRecordTables),
+                           [this](const RecordTable* table) {
+                               return table->owner == nullptr || delete_leftovers(*table);
+                           });
     }
 
-    bool delete_leftovers(const Ownership& rows) {
+    bool delete_leftovers(const RecordTable& table) {
         if (transaction_.run(sql("DELETE FROM %s WHERE %s > (SELECT IFNULL(MAX(%s), 0) FROM %s);",
-                                 rows.table, rows.owner_column, rows.owner_key,
-                                 rows.owner_table))) {
+                                 table.name, table.column, table.key, table.owner))) {
             if (const int deleted = session_.changed_rows(); deleted > 0)
                 SM_TRACE(SM_TRACE_INFO,
                          "%s: %d rows of %s, left by dropped records, are deleted.\n", kFunction,
-                         deleted, rows.table);
+                         deleted, table.name);
             return true;
         }
         const char* error = session_.error();
         if (std::strstr(error, "no such table") != nullptr) return true;  // an older version's
         SM_TRACE(SM_TRACE_ERROR, "%s: Fail to delete rows of %s, left by dropped records (%s).\n",
-                 kFunction, rows.table, error);
+                 kFunction, table.name, error);
         return false;
     }
 
@@ -127,15 +113,17 @@ class Creation {
     }
 
     bool insert_record() {
-        const Sql insert = sql(
-            "INSERT INTO TEST_RECORD (     nas_model, nas_fw_version, start_time, end_time,     "
-            "sequential, status, title, min_op, max_op, interval,     stop_service, lv_size, "
-            "test_size, nas_cpu_info, nas_mem_info, nas_serial_no)     VALUES ('%q', '%q', '%ld', "
-            "'%ld', '%d', '%d', '%q', %d, %d, %d, %d, '%llu', '%llu',    '%q', '%q', '%q');",
-            record_.nas_model, record_.nas_fw_version, record_.start_time, record_.end_time,
-            record_.sequential, record_.status, record_.title, record_.min_op, record_.max_op,
-            record_.interval, record_.stop_service, record_.lv_size, record_.test_size,
-            record_.nas_cpu_info, record_.nas_mem_info, record_.nas_serial_no);
+        const Sql insert =
+            sql("INSERT INTO TEST_RECORD ("
+                "     nas_model, nas_fw_version, start_time, end_time,"
+                "     sequential, status, title, min_op, max_op, interval,"
+                "     stop_service, lv_size, test_size, nas_cpu_info, nas_mem_info, nas_serial_no)"
+                "     VALUES ('%q', '%q', '%ld', '%ld', '%d', '%d', '%q', %d, %d, %d,"
+                " %d, '%llu', '%llu',    '%q', '%q', '%q');",
+                record_.nas_model, record_.nas_fw_version, record_.start_time, record_.end_time,
+                record_.sequential, record_.status, record_.title, record_.min_op, record_.max_op,
+                record_.interval, record_.stop_service, record_.lv_size, record_.test_size,
+                record_.nas_cpu_info, record_.nas_mem_info, record_.nas_serial_no);
         if (!transaction_.run(insert)) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert test_record.\n", kFunction);
             return false;
@@ -151,8 +139,9 @@ class Creation {
 
     bool insert_group(ssd_op_db_raid_conf& group) {
         const Sql insert =
-            sql("INSERT INTO RAID_GROUP (     raid_id, raid_type, raid_capacity, f_record_no)     "
-                "VALUES ('%d', '%d', '%llu', '%d');",
+            sql("INSERT INTO RAID_GROUP ("
+                "     raid_id, raid_type, raid_capacity, f_record_no)"
+                "     VALUES ('%d', '%d', '%llu', '%d');",
                 group.raid_id, group.raid_level, group.raid_capacity, record_no_);
         if (!transaction_.run(insert)) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to insert raid conf.\n", kFunction);
@@ -163,11 +152,12 @@ class Creation {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to select raid no.\n", kFunction);
             return false;
         }
-        const int drives = std::min(group.ssd_drive_num, SSD_OP_MAX_DRIVES);
-        if (drives < group.ssd_drive_num)
+        const auto drives = shared::drives(group);
+        const int kept = static_cast<int>(drives.size());
+        if (kept < group.ssd_drive_num)
             SM_TRACE(SM_TRACE_ERROR, "%s: RAID(%d) has %d drives, the first %d are kept.\n",
-                     kFunction, group.raid_id, group.ssd_drive_num, drives);
-        return std::all_of(group.ssd_drives, group.ssd_drives + std::max(drives, 0),
+                     kFunction, group.raid_id, group.ssd_drive_num, kept);
+        return std::all_of(drives.begin(), drives.end(),
                            [this](ssd_op_db_ssd_dev& drive) { return insert_drive(drive); });
     }
 
@@ -183,11 +173,12 @@ class Creation {
     /// A drive has one row for ever; a firmware update since its last test changes that row.
     bool remember_drive(const Drive& drive) {
         const uint64_t capacity = uint64_t{drive.info.block_size} * drive.info.block_count;
-        const Sql insert = sql(
-            "INSERT INTO SSD_DEV (     vendor, model, serial_no, capacity, revision)     VALUES "
-            "('%q', '%q', '%q', '%llu', '%q');",
-            drive.vendor.c_str(), drive.model.c_str(), drive.serial_no.c_str(), capacity,
-            drive.revision.c_str());
+        const Sql insert =
+            sql("INSERT INTO SSD_DEV ("
+                "     vendor, model, serial_no, capacity, revision)"
+                "     VALUES ('%q', '%q', '%q', '%llu', '%q');",
+                drive.vendor.c_str(), drive.model.c_str(), drive.serial_no.c_str(), capacity,
+                drive.revision.c_str());
         if (transaction_.run(insert)) return true;
         const char* error = session_.error();
         if (std::strstr(error, "are not unique") == nullptr &&
@@ -197,8 +188,8 @@ class Creation {
             return false;
         }
         transaction_.run(
-            sql("UPDATE SSD_DEV SET revision = '%q' WHERE vendor = '%q'     AND model = "
-                "'%q' AND serial_no = '%q';",
+            sql("UPDATE SSD_DEV SET revision = '%q' WHERE vendor = '%q'"
+                "     AND model = '%q' AND serial_no = '%q';",
                 drive.revision.c_str(), drive.vendor.c_str(), drive.model.c_str(),
                 drive.serial_no.c_str()));
         return true;
@@ -206,8 +197,8 @@ class Creation {
 
     bool find_drive(const Drive& drive, int& ssd_no) {
         const Sql find =
-            sql("SELECT ssd_no FROM SSD_DEV WHERE vendor = '%q' AND model = '%q' AND serial_no = "
-                "'%q';",
+            sql("SELECT ssd_no FROM SSD_DEV"
+                " WHERE vendor = '%q' AND model = '%q' AND serial_no = '%q';",
                 drive.vendor.c_str(), drive.model.c_str(), drive.serial_no.c_str());
         if (transaction_.query(find, 1, [&](const Row& row) { ssd_no = row.integer(0); }) &&
             ssd_no > 0)
@@ -219,12 +210,13 @@ class Creation {
 
     /// The four figures are 0 until the drive is measured.
     bool link_drive(uint32_t dev_id, const Drive& drive, int ssd_no) {
-        const Sql insert =
-            sql("INSERT INTO SELECT_DEV (     f_ssd_no, f_raid_no, dev_id, bus_type, "
-                "performance_write_r, performance_write_s,     performance_read_r, "
-                "performance_read_s) VALUES ('%d', '%d', '%d', '%q', '%d', '%d', '%d', '%d');",
-                ssd_no, raid_no_, static_cast<int>(dev_id), base::interface_name(drive.info), 0, 0,
-                0, 0);
+        const Sql insert = sql(
+            "INSERT INTO SELECT_DEV ("
+            "     f_ssd_no, f_raid_no, dev_id, bus_type, performance_write_r, performance_write_s,"
+            "     performance_read_r, performance_read_s)"
+            " VALUES ('%d', '%d', '%d', '%q', '%d', '%d', '%d', '%d');",
+            ssd_no, raid_no_, static_cast<int>(dev_id), base::interface_name(drive.info), 0, 0, 0,
+            0);
         if (transaction_.run(insert)) return true;
         SM_TRACE(SM_TRACE_ERROR, "%s: The RECORD(%d,%d) fail to insert to SELECT_DEV database.\n",
                  kFunction, ssd_no, raid_no_);

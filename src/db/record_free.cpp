@@ -1,8 +1,8 @@
-#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
 #include "db/record_owner.h"
+#include "shared/ranges.h"
 
 namespace ssd_op::db {
 
@@ -16,22 +16,20 @@ void free_list(Node*& head) {
 }  // namespace
 
 void free_temperatures(ssd_op_db_raid_conf& group) {
-    const int drives = std::clamp(group.ssd_drive_num, 0, SSD_OP_MAX_DRIVES);
-    for (int i = 0; i < drives; ++i) free_list(group.ssd_drives[i].runtime_data);
+    for (ssd_op_db_ssd_dev& drive : shared::drives(group)) free_list(drive.runtime_data);
 }
 
 void free_runtime_report(ssd_op_db_record& record) { free_list(record.runtime_report); }
 
 void free_groups(ssd_op_db_record& record) {
-    for (ssd_op_db_raid_conf* group = record.raid_conf; group != nullptr; group = group->next)
-        free_temperatures(*group);
+    for (ssd_op_db_raid_conf& group : shared::groups(record)) free_temperatures(group);
     free_list(record.raid_conf);
 }
 
 void free_record(ssd_op_db_record* record) {
-    for (ssd_op_db_record* each = record; each != nullptr; each = each->next) {
-        free_runtime_report(*each);
-        free_groups(*each);
+    for (ssd_op_db_record& each : shared::nodes(record)) {
+        free_runtime_report(each);
+        free_groups(each);
     }
     free_list(record);
 }

@@ -13,19 +13,14 @@ namespace {
 
 /// Deletes what belongs to the oldest records beyond the limit, the records themselves last.
 void delete_beyond(Transaction& transaction, int limit) {
-    for (const char* format :
-         {"DELETE FROM RUNTIME_REPORT WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD "
-          "ORDER BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);",
-          "DELETE FROM TEST_DATA WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD ORDER "
-          "BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);",
-          "DELETE FROM SELECT_DEV WHERE f_raid_no IN     (SELECT raid_no FROM RAID_GROUP WHERE "
-          "f_record_no IN     (SELECT record_no FROM TEST_RECORD ORDER BY record_no ASC      "
-          "LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d));",
-          "DELETE FROM RAID_GROUP WHERE f_record_no IN     (SELECT record_no FROM TEST_RECORD "
-          "ORDER BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);",
-          "DELETE FROM TEST_RECORD WHERE record_no IN     (SELECT record_no FROM TEST_RECORD ORDER "
-          "BY record_no ASC      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d);"})
-        transaction.run(sql(format, limit));
+    const Sql oldest =
+        sql("SELECT record_no FROM TEST_RECORD ORDER BY record_no ASC"
+            "      LIMIT(SELECT COUNT() FROM TEST_RECORD)-%d",
+            limit);
+    for (const RecordTable* table :
+         {&kRuntimeReport, &kTestData, &kSelectDev, &kRaidGroup, &kTestRecord})
+        transaction.run(sql("DELETE FROM %s WHERE %s;", table->name,
+                            sql(table->of_records, oldest.get()).get()));
 }
 
 bool change_limit(Session& session, int limit) {
@@ -45,8 +40,8 @@ bool change_limit(Session& session, int limit) {
 std::optional<int> read_record_limit(Session& session) {
     int limit = kDefaultRecordLimit;
     const Sql statement =
-        sql("SELECT sql FROM sqlite_master     WHERE type='trigger' AND tbl_name='TEST_RECORD' AND "
-            "name='test_record_trigger';");
+        sql("SELECT sql FROM sqlite_master"
+            "     WHERE type='trigger' AND tbl_name='TEST_RECORD' AND name='test_record_trigger';");
     const bool is_read = session.query(statement, 1, [&](const Row& row) {
         constexpr const char* kBefore = "ON TEST_RECORD WHEN";
         const char* text = row.text(0);

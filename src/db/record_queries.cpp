@@ -65,10 +65,11 @@ bool query_record(int record_no, ssd_op_db_record& record) noexcept {
         const Sql view =
             record_view(sql("SELECT * FROM TEST_RECORD WHERE record_no=%d", record_no));
         Overflow overflow(kFunction);
-        return session.query(view, kRecordViewColumns, [&](const Row& row) {
+        const bool is_read = session.query(view, kRecordViewColumns, [&](const Row& row) {
             if (record_no_of(row) != record.record_no) read_record(row, record);
             add_drive(row, record, overflow);
-        }) || session.fail(session.error());
+        });
+        return is_read || session.fail(session.error());
     });
 }
 
@@ -77,10 +78,11 @@ bool query_page(ssd_op_db_record*& list, int offset, int count, int status) noex
         const Sql view = record_view(page_selection(offset, count, status));
         Page page(list);
         Overflow overflow(session.function());
-        return session.query(view, kRecordViewColumns, [&](const Row& row) {
+        const bool is_read = session.query(view, kRecordViewColumns, [&](const Row& row) {
             ssd_op_db_record& record = page.record_of(row);
             if (auto* drive = add_drive(row, record, overflow)) name_slot(*drive);
-        }) || session.fail(session.error());
+        });
+        return is_read || session.fail(session.error());
     });
 }
 

@@ -8,56 +8,37 @@ namespace ssd_op::db {
 namespace {
 
 constexpr const char* kSelectList =
-    "C.record_no,C.nas_model,C.nas_fw_version,C.title,C.status,     "
-    "C.start_time,C.end_time,C.sequential,C.min_op,C.max_op,C.interval,C.stop_service,C.lv_size,C."
-    "test_size,     C.nas_cpu_info, C.nas_mem_info, C.nas_serial_no,    "
-    "C.raid_id,C.raid_type,C.raid_capacity,dev_id,bus_type,    "
-    "performance_write_r,performance_write_s,performance_read_r,performance_read_s,    "
-    "vendor,model,serial_no,capacity,revision";
+    "C.record_no,C.nas_model,C.nas_fw_version,C.title,C.status,"
+    "     C.start_time,C.end_time,C.sequential,C.min_op,C.max_op,C.interval,"
+    "C.stop_service,C.lv_size,C.test_size,"
+    "     C.nas_cpu_info, C.nas_mem_info, C.nas_serial_no,"
+    "    C.raid_id,C.raid_type,C.raid_capacity,dev_id,bus_type,"
+    "    performance_write_r,performance_write_s,performance_read_r,performance_read_s,"
+    "    vendor,model,serial_no,capacity,revision";
 
 constexpr const char* kInnerSelectList =
-    "f_raid_no,f_ssd_no,dev_id,bus_type,    "
-    "performance_write_r,performance_write_s,performance_read_r,performance_read_s";
+    "f_raid_no,f_ssd_no,dev_id,bus_type,"
+    "    performance_write_r,performance_write_s,performance_read_r,performance_read_s";
 
 constexpr const char* kView =
-    "SELECT %s FROM SSD_DEV     INNER JOIN(SELECT B.*,%s FROM SELECT_DEV         INNER JOIN(SELECT "
-    "A.*,raid_no,raid_type,raid_capacity,raid_id FROM RAID_GROUP             INNER JOIN (%s)       "
-    "      AS A ON record_no = f_record_no)         AS B ON f_raid_no = raid_no)     AS C ON "
-    "f_ssd_no = ssd_no;";
+    "SELECT %s FROM SSD_DEV"
+    "     INNER JOIN(SELECT B.*,%s FROM SELECT_DEV"
+    "         INNER JOIN(SELECT A.*,raid_no,raid_type,raid_capacity,raid_id FROM RAID_GROUP"
+    "             INNER JOIN (%s)"
+    "             AS A ON record_no = f_record_no)"
+    "         AS B ON f_raid_no = raid_no)"
+    "     AS C ON f_ssd_no = ssd_no;";
 
-// clang-format off: rows as in kSelectList
+// Rows as in kSelectList.
+// clang-format off
 enum Column {
-    kRecordNo,
-    kNasModel,
-    kNasFwVersion,
-    kTitle,
-    kStatus,
-    kStartTime,
-    kEndTime,
-    kSequential,
-    kMinOp,
-    kMaxOp,
-    kInterval,
-    kStopService,
-    kLvSize,
-    kTestSize,
-    kNasCpuInfo,
-    kNasMemInfo,
-    kNasSerialNo,
-    kRaidId,
-    kRaidLevel,
-    kRaidCapacity,
-    kDevId,
-    kBusType,
-    kWriteRandom,
-    kWriteSequential,
-    kReadRandom,
-    kReadSequential,
-    kVendor,
-    kModel,
-    kSerialNo,
-    kCapacity,
-    kRevision,
+    kRecordNo, kNasModel, kNasFwVersion, kTitle, kStatus,
+    kStartTime, kEndTime, kSequential, kMinOp, kMaxOp, kInterval,
+    kStopService, kLvSize, kTestSize,
+    kNasCpuInfo, kNasMemInfo, kNasSerialNo,
+    kRaidId, kRaidLevel, kRaidCapacity, kDevId, kBusType,
+    kWriteRandom, kWriteSequential, kReadRandom, kReadSequential,
+    kVendor, kModel, kSerialNo, kCapacity, kRevision,
     kColumns
 };
 // clang-format on

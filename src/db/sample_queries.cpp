@@ -81,12 +81,12 @@ bool SampleRanges::read(ssd_op_db_record& record, int percentage) const {
     const auto at = ranges_.find(percentage);
     const Range range = at == ranges_.end() ? Range{} : at->second;
     return with_session(kQuery, [&](Session& session) {
-        return read_samples(
-            session, record, percentage,
-            sql("SELECT percentage, time_slap, result, write_amount     FROM RUNTIME_REPORT "
-                "WHERE f_record_no=%d AND percentage=%d AND rowid BETWEEN %lld AND %lld;",
-                record_no_, percentage, static_cast<long long>(range.first),
-                static_cast<long long>(range.last)));
+        return read_samples(session, record, percentage,
+                            sql("SELECT percentage, time_slap, result, write_amount"
+                                "     FROM RUNTIME_REPORT WHERE f_record_no=%d AND percentage=%d"
+                                " AND rowid BETWEEN %lld AND %lld;",
+                                record_no_, percentage, static_cast<long long>(range.first),
+                                static_cast<long long>(range.last)));
     });
 }
 

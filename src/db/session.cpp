@@ -31,6 +31,12 @@ std::optional<int> Session::number(const Sql& statement) {
     return value;
 }
 
+std::optional<int> Session::number(const Sql& statement, const char* what) {
+    const std::optional<int> value = number(statement);
+    if (!value) fail(what != nullptr ? what : error());
+    return value;
+}
+
 Statement Session::prepare(const char* statement, int size) {
     sqlite3_stmt* prepared = nullptr;
     note(sqlite3_prepare_v2(connection_.get(), statement, size, &prepared, nullptr));

@@ -32,6 +32,8 @@ class Session {
 
     /// Reads one number: the first column of the last row, 0 when there is none.
     std::optional<int> number(const Sql& statement);
+    /// The same, with the message that it has failed; no `what`: the error.
+    std::optional<int> number(const Sql& statement, const char* what);
 
     /// Prepares a statement, of which `size` is the length; null when it went wrong.
     Statement prepare(const char* statement, int size = -1);

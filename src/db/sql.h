@@ -10,10 +10,17 @@
 
 namespace ssd_op::db {
 
-struct FreeSql {
-    void operator()(char* text) const { sqlite3_free(text); }
+/// Owner of something that SQLite gives and takes back with `Release`.
+template <auto Release>
+struct ReleaseWith {
+    template <typename T>
+    void operator()(T* owned) const {
+        Release(owned);
+    }
 };
-using Sql = std::unique_ptr<char, FreeSql>;
+using Sql = std::unique_ptr<char, ReleaseWith<sqlite3_free>>;
+using Connection = std::unique_ptr<sqlite3, ReleaseWith<sqlite3_close>>;
+using Statement = std::unique_ptr<sqlite3_stmt, ReleaseWith<sqlite3_finalize>>;
 
 /// The text of a statement, as sqlite3_mprintf makes it. A text value that stands between single
 /// quotes has the placeholder %q, so that it reaches the database byte for byte.
@@ -25,16 +32,6 @@ Sql sql(const char* format, Values... values) {
     if (!text) throw std::bad_alloc();
     return text;
 }
-
-struct CloseConnection {
-    void operator()(sqlite3* db) const { sqlite3_close(db); }
-};
-using Connection = std::unique_ptr<sqlite3, CloseConnection>;
-
-struct FinalizeStatement {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
 
 /// As strtoull reads it; faster where there are millions of them.
 inline uint64_t unsigned_decimal(const char* text) {

@@ -2,7 +2,7 @@
 
 #include "db/version.h"
 
-#include <array>
+#include <iterator>
 
 #include "db/database.h"
 #include "db/schema.h"
@@ -15,13 +15,13 @@ namespace {
 using Step = bool (*)(bool upgrade);
 
 /// Indexed by the version that a step starts from.
-constexpr std::array<Step, 7> kSteps = {sql_db_ver_callback_0,
-                                        sql_db_ver_callback_1,
-                                        sql_db_ver_callback_2,
-                                        sql_db_ver_callback_3,
-                                        sql_db_ver_callback_4,
-                                        sql_db_ver_callback_5,
-                                        nullptr};
+constexpr Step kSteps[] = {sql_db_ver_callback_0,
+                           sql_db_ver_callback_1,
+                           sql_db_ver_callback_2,
+                           sql_db_ver_callback_3,
+                           sql_db_ver_callback_4,
+                           sql_db_ver_callback_5,
+                           nullptr};
 
 bool fail(const Session& session) {
     SM_TRACE(SM_TRACE_ERROR, "%s: Fail to execute sql.\n", session.function());
@@ -46,7 +46,7 @@ bool store_version(int version) {
 
 /// Runs a step and, when it was carried out, stores the version that it leads to.
 bool go(int from, bool upgrade) {
-    const Step step = kSteps.at(static_cast<size_t>(from));
+    const Step step = kSteps[from];
     return (step == nullptr || step(upgrade)) && store_version(upgrade ? from + 1 : from);
 }
 
@@ -74,7 +74,7 @@ bool downgrade(int version) {
     const int stored = stored_version();
     SM_TRACE(SM_TRACE_ENTRY, "%s: database verison(%d), brix_version(%d).\n", kFunction, stored,
              version);
-    constexpr int kLastStep = static_cast<int>(kSteps.size()) - 1;
+    constexpr int kLastStep = static_cast<int>(std::size(kSteps)) - 1;
     if (stored < 0 || version >= stored || stored - 1 > kLastStep) return true;
     bool reached = version >= 0;
     for (int to = stored - 1; reached && to >= version; --to) reached = go(to, false);

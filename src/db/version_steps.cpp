@@ -15,17 +15,19 @@ namespace ssd_op::db {
 namespace {
 
 constexpr const char* kCreateTestRecordOfVersion2 =
-    "CREATE TABLE TEST_RECORD (     record_no INTEGER,     nas_model TEXT,     nas_fw_version "
-    "TEXT,     name TEXT,     start_time INTEGER,     end_time INTEGER,     status INTEGER,     "
-    "sequential INTEGER,     min_op INTEGER,     max_op INTEGER,     interval INTEGER,     PRIMARY "
-    "KEY(record_no) );";
+    "CREATE TABLE TEST_RECORD ("
+    "     record_no INTEGER,     nas_model TEXT,     nas_fw_version TEXT,     name TEXT,"
+    "     start_time INTEGER,     end_time INTEGER,     status INTEGER,     sequential INTEGER,"
+    "     min_op INTEGER,     max_op INTEGER,     interval INTEGER,"
+    "     PRIMARY KEY(record_no) );";
 
 constexpr const char* kCreateSelectDevOfVersion5 =
-    "CREATE TABLE SELECT_DEV (     f_ssd_no INTEGER,     f_raid_no INTEGER,     dev_id INTEGER,   "
-    "  bus_type TEXT,     performance_write_r TEXT,     performance_write_s TEXT,     "
-    "performance_read_r TEXT,     performance_read_s TEXT,     CONSTRAINT ssd_constraint FOREIGN "
-    "KEY(f_ssd_no) REFERENCES SSD_DEV(ssd_no),     CONSTRAINT raid_constraint FOREIGN "
-    "KEY(f_raid_no) REFERENCES RAID_GROUP(raid_no) );";
+    "CREATE TABLE SELECT_DEV ("
+    "     f_ssd_no INTEGER,     f_raid_no INTEGER,     dev_id INTEGER,     bus_type TEXT,"
+    "     performance_write_r TEXT,     performance_write_s TEXT,"
+    "     performance_read_r TEXT,     performance_read_s TEXT,"
+    "     CONSTRAINT ssd_constraint FOREIGN KEY(f_ssd_no) REFERENCES SSD_DEV(ssd_no),"
+    "     CONSTRAINT raid_constraint FOREIGN KEY(f_raid_no) REFERENCES RAID_GROUP(raid_no) );";
 
 constexpr AddedColumn kRevision = {"SSD_DEV", "revision", "TEXT", "--"};
 

@@ -7,6 +7,7 @@
 #include "db/database.h"
 #include "db/queries.h"
 #include "db/record_owner.h"
+#include "db/schema.h"
 #include "db/transaction.h"
 #include "history/history.h"
 
@@ -16,38 +17,16 @@ namespace {
 
 constexpr const char* kFunction = "SSD_OP_DB_Delete_Record";
 
-std::vector<db::Sql> deletions_of_all() {
-    std::vector<db::Sql> statements;
-    for (const char* table : {"SSD_RUNTIME_DATA", "SELECT_DEV", "RAID_GROUP", "TEST_DATA",
-                              "RUNTIME_REPORT", "TEST_RECORD"})
-        statements.push_back(db::sql("DELETE FROM %s", table));
-    return statements;
-}
-
-std::vector<db::Sql> deletions_of(int record_no) {
-    std::vector<db::Sql> statements;
-    for (const char* format :
-         {"DELETE FROM SSD_RUNTIME_DATA WHERE f_select_no IN     (SELECT select_no FROM SELECT_DEV "
-          "WHERE f_raid_no IN     (SELECT raid_no FROM RAID_GROUP WHERE f_record_no=%d));",
-          "DELETE FROM SELECT_DEV WHERE f_raid_no IN     (SELECT raid_no FROM RAID_GROUP WHERE "
-          "f_record_no IN     (SELECT record_no FROM TEST_RECORD WHERE record_no=%d));",
-          "DELETE FROM RAID_GROUP WHERE f_record_no = %d;",
-          "DELETE FROM TEST_DATA WHERE f_record_no = %d;",
-          "DELETE FROM RUNTIME_REPORT WHERE f_record_no = %d;",
-          "DELETE FROM TEST_RECORD WHERE record_no = %d;"})
-        statements.push_back(db::sql(format, record_no));
-    return statements;
-}
-
 /// Deletes in one transaction, then compacts: a record is there with all its parts or not at all.
 /// Of the statements that end nothing only the last counts, which deletes the records themselves.
 /// What SQLite says of it, or of what ended the transaction.
 int delete_rows(db::Session& session, int record_no) {
-    const std::vector<db::Sql> statements =
-        record_no == SSD_OP_ALL_RECORDS ? deletions_of_all() : deletions_of(record_no);
     db::Transaction transaction(session);
     bool done = false;
-    for (const db::Sql& statement : statements) done = transaction.run(statement);
+    for (const db::RecordTable* table : db::kRecordTables)
+        done =
+            transaction.run(record_no == SSD_OP_ALL_RECORDS ? db::sql("DELETE FROM %s", table->name)
+                                                            : db::deletion(*table, record_no));
     if (done && transaction.commit()) {
         session.execute("VACUUM;");
         return 0;

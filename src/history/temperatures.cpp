@@ -4,6 +4,7 @@
 
 #include "db/database.h"
 #include "db/queries.h"
+#include "db/schema.h"
 #include "history/history.h"
 #include "history/import.h"
 
@@ -14,11 +15,9 @@ namespace {
 /// Whether the ratio's earlier samples, which the file replaces, are gone. If they are not, the
 /// file's must not come beside them.
 bool delete_samples(db::Session& session, int record_no, int percentage) {
-    const db::Sql statement = db::sql(
-        "DELETE FROM SSD_RUNTIME_DATA WHERE percentage=%d AND f_select_no IN"
-        "     (SELECT select_no FROM SELECT_DEV WHERE f_raid_no IN"
-        "     (SELECT raid_no FROM RAID_GROUP WHERE f_record_no=%d));",
-        percentage, record_no);
+    const db::Sql statement =
+        db::sql("DELETE FROM %s WHERE percentage=%d AND %s;", db::kSsdRuntimeData.name, percentage,
+                db::sql(db::kSsdRuntimeData.of_record, record_no).get());
     return session.execute(statement) || session.fail(statement);
 }
 
