@@ -8,7 +8,6 @@
 #include "model/database.h"
 #include "model/record.h"
 #include "output/failure.h"
-#include "output/table.h"
 #include "output/terminal.h"
 #include "output/text.h"
 #include "ssd_op.h"

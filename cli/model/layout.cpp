@@ -5,7 +5,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include "output/failure.h"
 #include "output/text.h"

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
-#include <optional>
 
 #include <fcntl.h>
 #include <fmt/format.h>

@@ -1,6 +1,5 @@
 #include "start/plan.h"
 
-#include <algorithm>
 #include <cstring>
 #include <set>
 
