@@ -1,5 +1,6 @@
 /// Base room: what every other room needs and nothing about evaluations. It turns platform calls
-/// into C++ (traces, commands, children, owners of resources) and may use the platform only.
+/// into C++ (traces, commands, children, owners of resources) and may use the platform and the
+/// shared room only.
 #pragma once
 
 #include "platform/naslog.h"

@@ -1,8 +1,8 @@
 /// Database room: the one SQLite file that holds all evaluations. It decides where the file lies,
 /// creates it, moves it between schema versions, and creates, changes and reads records. It may use
 /// the base room and the platform. Every use of the file happens under the lock `kDatabaseLock` and
-/// on a connection of its own, and no process that dies, at whatever point, leaves a file that does
-/// not open.
+/// on a connection of its own, and what a process leaves that dies, at whatever point, the next use
+/// settles: it finds a database that opens, or none.
 ///
 /// A function that stands for an exported one is one access to the file. It carries that one's name
 /// in its messages, whoever calls, and does not throw: an access for which memory is short has
