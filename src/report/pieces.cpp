@@ -6,6 +6,7 @@
 #include "platform/hal.h"
 #include "report/report.h"
 #include "shared/drive_id.h"
+#include "shared/ranges.h"
 
 namespace ssd_op::report {
 
@@ -48,9 +49,8 @@ std::vector<std::string_view> memory_items(const ssd_op_db_record& record) {
 }
 
 unsigned Samples::count() const {
-    unsigned count = 0;
-    for (const auto* sample = first(); sample != nullptr; sample = sample->next) ++count;
-    return count;
+    const auto samples = shared::nodes(first());
+    return static_cast<unsigned>(std::distance(samples.begin(), samples.end()));
 }
 
 }  // namespace ssd_op::report
