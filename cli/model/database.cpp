@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <functional>
-#include <memory>
 
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <fmt/format.h>
-#include <sqlite3.h>
 
 #include "output/failure.h"
 #include "platform/ini.h"
@@ -33,43 +31,30 @@ class DatabaseLock {
     int handle_;
 };
 
-struct Close {
-    void operator()(sqlite3* connection) const { sqlite3_close(connection); }
-};
-struct Finalize {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Connection = std::unique_ptr<sqlite3, Close>;
-
-Connection open_for_reading(const std::string& path) {
-    sqlite3* opened = nullptr;
-    const int result = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
-    Connection connection(opened);
-    if (result != SQLITE_OK)
-        throw Failure(kFailed, fmt::format("{} cannot be opened.", path), sqlite3_errstr(result));
-    return connection;
+SQLite::Database open_for_reading(const std::string& path) {
+    try {
+        return SQLite::Database(path, SQLite::OPEN_READONLY);
+    } catch (const SQLite::Exception& error) {
+        throw Failure(kFailed, fmt::format("{} cannot be opened.", path), error.getErrorStr());
+    }
 }
 
 /// Calls `take` with each row. What goes wrong is a damage.
-void query(sqlite3* connection, const char* sql, std::vector<std::string>& damages,
-           const std::function<void(sqlite3_stmt*)>& take) {
-    sqlite3_stmt* prepared = nullptr;
-    int result = sqlite3_prepare_v2(connection, sql, -1, &prepared, nullptr);
-    const std::unique_ptr<sqlite3_stmt, Finalize> statement(prepared);
-    if (result == SQLITE_OK) {
-        while ((result = sqlite3_step(prepared)) == SQLITE_ROW) take(prepared);
+template <typename Take>
+void query(const SQLite::Database& database, const char* sql, std::vector<std::string>& damages,
+           Take take) {
+    try {
+        SQLite::Statement row(database, sql);
+        while (row.executeStep()) take(row);
+    } catch (const SQLite::Exception& error) {
+        damages.emplace_back(error.what());
     }
-    if (result != SQLITE_DONE) damages.emplace_back(sqlite3_errmsg(connection));
 }
 
-std::string text(sqlite3_stmt* row, int column) {
-    const unsigned char* value = sqlite3_column_text(row, column);
-    return value == nullptr ? "" : reinterpret_cast<const char*>(value);
-}
-
-void query_version(sqlite3* connection, std::vector<std::string>& damages, int& version) {
-    query(connection, "SELECT version FROM DB_VERSION", damages,
-          [&](sqlite3_stmt* row) { version = sqlite3_column_int(row, 0); });
+void query_version(const SQLite::Database& database, std::vector<std::string>& damages,
+                   int& version) {
+    query(database, "SELECT version FROM DB_VERSION", damages,
+          [&](auto& row) { version = row.getColumn(0); });
 }
 
 }  // namespace
@@ -107,7 +92,7 @@ int database_version() {
     int version = kNoVersion;
     std::vector<std::string> ignored;
     const DatabaseLock lock;
-    query_version(open_for_reading(path).get(), ignored, version);
+    query_version(open_for_reading(path), ignored, version);
     return version;
 }
 
@@ -120,17 +105,19 @@ DatabaseCheck check_database() {
     // Undoes what a killed process left half done, which a reader alone cannot.
     SSD_OP_DB_Query_Record_Count();
     const DatabaseLock lock;
-    const Connection connection = open_for_reading(path);
+    const SQLite::Database database = open_for_reading(path);
     DatabaseCheck check{};
     check.version = kNoVersion;
-    query(connection.get(), "PRAGMA integrity_check", check.damages, [&](sqlite3_stmt* row) {
-        if (text(row, 0) != "ok") check.damages.push_back(text(row, 0));
+    query(database, "PRAGMA integrity_check", check.damages, [&](auto& row) {
+        const std::string found = row.getColumn(0).getText();
+        if (found != "ok") check.damages.push_back(found);
     });
-    query_version(connection.get(), check.damages, check.version);
-    query(connection.get(),
+    query_version(database, check.damages, check.version);
+    query(database,
           "SELECT \"table\", parent, count(*) FROM pragma_foreign_key_check GROUP BY 1, 2",
-          check.damages, [&](sqlite3_stmt* row) {
-              check.dangling.push_back({text(row, 0), text(row, 1), sqlite3_column_int64(row, 2)});
+          check.damages, [&](auto& row) {
+              check.dangling.push_back({row.getColumn(0).getText(), row.getColumn(1).getText(),
+                                        row.getColumn(2).getInt64()});
           });
     return check;
 }
