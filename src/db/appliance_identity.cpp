@@ -81,25 +81,21 @@ void read_memory(ssd_op_db_record& record) {
 }  // namespace
 
 void capture_appliance_identity(const char* function, ssd_op_db_record& record) {
-    if (!read_text(record.nas_model, Get_Display_Model_Name)) {
-        SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS model name.\n", function);
-        base::copy_text(record.nas_model, kUnknown);
-    }
-    if (!read_firmware_version(record)) {
-        SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS FW version.\n", function);
-        base::copy_text(record.nas_fw_version, kUnknown);
-    }
-    if (!read_text(record.nas_cpu_info, HAL_MB_Get_CPU_Info)) {
-        SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS CPU Info.\n", function);
-        base::copy_text(record.nas_cpu_info, kUnknown);
-    }
+    const auto leave_unknown = [&](auto& field, const char* message) {
+        SM_TRACE(SM_TRACE_INFO, "%s: %s.\n", function, message);
+        base::copy_text(field, kUnknown);
+    };
     const auto get_serial_no = [](char* buffer, int size) {
         return SE_Get_Serial_No(0, buffer, size);
     };
-    if (!read_text(record.nas_serial_no, get_serial_no)) {
-        SM_TRACE(SM_TRACE_INFO, "%s: Fail to get NAS Serial Number.\n", function);
-        base::copy_text(record.nas_serial_no, kUnknown);
-    }
+    if (!read_text(record.nas_model, Get_Display_Model_Name))
+        leave_unknown(record.nas_model, "Fail to get NAS model name");
+    if (!read_firmware_version(record))
+        leave_unknown(record.nas_fw_version, "Fail to get NAS FW version");
+    if (!read_text(record.nas_cpu_info, HAL_MB_Get_CPU_Info))
+        leave_unknown(record.nas_cpu_info, "Fail to get NAS CPU Info");
+    if (!read_text(record.nas_serial_no, get_serial_no))
+        leave_unknown(record.nas_serial_no, "Fail to get NAS Serial Number");
     read_memory(record);
 }
 

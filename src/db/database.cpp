@@ -44,15 +44,10 @@ bool create_tables(Session& session) {
 /// Makes a complete database in `scratch`; messages name the path that it is for.
 bool create_in(const std::string& scratch, const std::string& path) {
     Session session(kCreate, scratch);
-    if (!session) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to open db(%s)\n", kCreate, path.c_str());
-        return false;
-    }
-    if (!set_up(session)) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Fail to setup db(%s)\n", kCreate, path.c_str());
-        return false;
-    }
-    return create_tables(session);
+    if (session && set_up(session)) return create_tables(session);
+    SM_TRACE(SM_TRACE_ERROR, session ? "%s: Fail to setup db(%s)\n" : "%s: Fail to open db(%s)\n",
+             kCreate, path.c_str());
+    return false;
 }
 
 /// Gives a finished file its name, for good: also after a loss of power.

@@ -92,7 +92,7 @@ std::optional<int> query_status(int record_no) noexcept {
         std::optional<int> status;
         if (!session.query(sql("SELECT status FROM TEST_RECORD WHERE record_no='%d';", record_no),
                            1, [&](const Row& row) { status = row.integer(0); }))
-            session.fail(session.error());
+            session.fail();
         else if (!status)
             SM_TRACE(SM_TRACE_ERROR, "%s: The record(%d) is not exist.\n", session.function(),
                      record_no);
@@ -104,12 +104,13 @@ std::optional<int> query_select_no(int record_no, int raid_id, int dev_id) noexc
     constexpr const char* kFunction = "SSD_OP_DB_Query_SSD_Select_No";
     if (is_unknown(kFunction, record_no)) return std::nullopt;
     return with_session(kFunction, [&](Session& session) {
-        return session.number(
+        const auto select_no = session.number(
             sql("SELECT select_no FROM SELECT_DEV WHERE f_raid_no IN"
                 "     (SELECT raid_no FROM RAID_GROUP WHERE raid_id = %d AND f_record_no = %d)"
                 " AND dev_id = %d;",
-                raid_id, record_no, dev_id),
-            nullptr);
+                raid_id, record_no, dev_id));
+        if (!select_no) session.fail();
+        return select_no;
     });
 }
 

@@ -69,7 +69,7 @@ bool query_record(int record_no, ssd_op_db_record& record) noexcept {
             if (record_no_of(row) != record.record_no) read_record(row, record);
             add_drive(row, record, overflow);
         });
-        return is_read || session.fail(session.error());
+        return is_read || session.fail();
     });
 }
 
@@ -82,7 +82,7 @@ bool query_page(ssd_op_db_record*& list, int offset, int count, int status) noex
             ssd_op_db_record& record = page.record_of(row);
             if (auto* drive = add_drive(row, record, overflow)) name_slot(*drive);
         });
-        return is_read || session.fail(session.error());
+        return is_read || session.fail();
     });
 }
 

@@ -23,7 +23,7 @@ bool query_results(ssd_op_db_record& record, int record_no) noexcept {
             record.result_1[i] = base::decimal_value(row.text(1));
             record.result_2[i] = base::decimal_value(row.text(2));
         });
-        return is_read || session.fail(session.error());
+        return is_read || session.fail();
     });
 }
 

@@ -33,7 +33,7 @@ std::optional<int> Session::number(const Sql& statement) {
 
 std::optional<int> Session::number(const Sql& statement, const char* what) {
     const std::optional<int> value = number(statement);
-    if (!value) fail(what != nullptr ? what : error());
+    if (!value) fail(what);
     return value;
 }
 

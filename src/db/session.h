@@ -32,7 +32,7 @@ class Session {
 
     /// Reads one number: the first column of the last row, 0 when there is none.
     std::optional<int> number(const Sql& statement);
-    /// The same, with the message that it has failed; no `what`: the error.
+    /// The same; when it fails, with the message of `fail(what)`.
     std::optional<int> number(const Sql& statement, const char* what);
 
     /// Prepares a statement, of which `size` is the length; null when it went wrong.
@@ -47,7 +47,8 @@ class Session {
     int64_t inserted_row() const { return sqlite3_last_insert_rowid(connection_.get()); }
     bool is_in_transaction() const { return sqlite3_get_autocommit(connection_.get()) == 0; }
 
-    /// The message that a statement has failed; `what` is its kind, its text or the error. False.
+    /// The message that a statement has failed: how, or its kind, or its text. False.
+    bool fail() const { return fail(error()); }
     bool fail(const char* what) const;
     bool fail(const Sql& statement) const { return fail(statement.get()); }
 

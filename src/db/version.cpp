@@ -59,13 +59,12 @@ bool upgrade() {
     SM_TRACE(SM_TRACE_ENTRY, "%s: database verison(%d), current_version(%d).\n", kFunction, version,
              kCurrentVersion);
     if (version < 0) return true;
-    for (int from = version; from < kCurrentVersion; ++from) {
-        if (go(from, true)) continue;
+    bool reached = true;
+    for (int from = version; reached && from < kCurrentVersion; ++from) reached = go(from, true);
+    if (!reached)
         SM_TRACE(SM_TRACE_ERROR, "%s: Fail to upgrade the databse .Curr(%d), Database(%d).\n",
                  kFunction, kCurrentVersion, version);
-        return false;
-    }
-    return true;
+    return reached;
 }
 
 bool downgrade(int version) {
