@@ -714,9 +714,14 @@ enum { /* type for SSD_OP_Write_System_Log: does it want a record_no, what does 
        SSD_OP_EVENT_STORAGE_REMOVED = 10 /* int: a RAID id */
 };
 
-/** Detail of SSD_OP_EVENT_STEP_FAILED. Any other code reports nothing. */
+enum {                            /* what became of a step of a test */
+       SSD_OP_STEP_SKIPPED = 254, /* a ratio is skipped */
+       SSD_OP_STEP_FAILED = 255   /* drives take no discards, or the script failed */
+};
+
+/** Detail of SSD_OP_EVENT_STEP_FAILED. */
 typedef struct ssd_op_event_step {
-    int code; /* 255: drives take no discards, or the script failed; 254: a ratio is skipped */
+    int code;       /* SSD_OP_STEP_...; any other reports nothing */
     int percentage; /* the skipped ratio */
 } ssd_op_event_step;
 

@@ -37,8 +37,6 @@ static_assert(std::size(kKinds) == SSD_OP_EVENT_STORAGE_REMOVED + 1);
 
 constexpr int kFailedWithoutGroup = 12;
 constexpr int kRatioSkipped = 18;
-constexpr int kCodeFailed = 255;
-constexpr int kCodeSkipped = 254;
 constexpr int kNoGroup = -1;
 
 bool is_missing(const Kind& kind, const ssd_op_db_record* record, const void* detail) {
@@ -50,12 +48,12 @@ void set_entry(Event& event, int number) { event.text = table_entry(number); }
 
 /// A step that failed, or a ratio that is skipped. False for any other code: nothing to report.
 bool add_step(Event& event, const ssd_op_event_step& step) {
-    if (step.code == kCodeSkipped) {
+    if (step.code == SSD_OP_STEP_SKIPPED) {
         set_entry(event, kRatioSkipped);
         event.level = event.text->level;
         event.arguments.push_back(std::to_string(step.percentage) + "%");
     }
-    return step.code == kCodeSkipped || step.code == kCodeFailed;
+    return step.code == SSD_OP_STEP_SKIPPED || step.code == SSD_OP_STEP_FAILED;
 }
 
 /// A failed test, told with its RAID group when there is one. The level stays that of the text with
@@ -96,9 +94,9 @@ bool add_detail(Event& event, Detail kind, const void* detail) {
 }  // namespace
 
 Decision decide(int type, const ssd_op_db_record* record, const void* detail) {
-    if (type < 0 || type >= static_cast<int>(std::size(kKinds))) return {0, std::nullopt};
+    if (type < 0 || type >= static_cast<int>(std::size(kKinds))) return {true, std::nullopt};
     const Kind& kind = kKinds[type];
-    if (is_missing(kind, record, detail)) return {-1, std::nullopt};
+    if (is_missing(kind, record, detail)) return {false, std::nullopt};
 
     Event event{};
     set_entry(event, kind.entry);
@@ -107,8 +105,8 @@ Decision decide(int type, const ssd_op_db_record* record, const void* detail) {
     event.arguments.emplace_back("%V001%");
     if (kind.tells_feature) event.arguments.emplace_back("%V002%");
     if (kind.wants_record) event.arguments.emplace_back(base::field_text(record->title));
-    if (!add_detail(event, kind.detail, detail)) return {0, std::nullopt};
-    return {0, std::move(event)};
+    if (!add_detail(event, kind.detail, detail)) return {true, std::nullopt};
+    return {true, std::move(event)};
 }
 
 }  // namespace ssd_op::event

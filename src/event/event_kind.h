@@ -23,7 +23,7 @@ struct Event {
 };
 
 struct Decision {
-    int result;                  // 0, or -1 when the type wants a record or detail that is missing
+    bool is_complete;            // nothing is missing that the type wants of record and detail
     std::optional<Event> event;  // nothing when there is nothing to report
 };
 

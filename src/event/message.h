@@ -1,6 +1,3 @@
-/// Event room: what a user gets to read. It fills messages of the platform's table, hands them to
-/// the event log or to the notification service, and uploads the summary of a record. It uses `db`
-/// to look records up and keeps no state.
 #pragma once
 
 #include <string>

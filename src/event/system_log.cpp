@@ -1,24 +1,27 @@
 #include "base/boundary.h"
 #include "db/record_owner.h"
 #include "event/delivery.h"
+#include "event/event.h"
 
-using namespace ssd_op;
+namespace ssd_op::event {
 
-int SSD_OP_Write_System_Log(const void* requester, int type, const int* record_no,
-                            const void* detail) {
-    return base::guarded(__func__, -1, [&] {
-        const auto entry = event::new_entry();
+bool write(const ssd_op_requester* requester, int type, const int* record_no,
+           const void* detail) noexcept {
+    return base::guarded("SSD_OP_Write_System_Log", false, [&] {
+        const auto entry = new_entry();
         db::RecordOwner record;
         if (record_no != nullptr) {
             record = db::load_record(*record_no);
-            if (!record) return -1;
+            if (!record) return false;
         }
-        const bool as_notification = event::notifications_are_on();
-        const event::Decision decision = event::decide(type, record.get(), detail);
+        const bool as_notification = notifications_are_on();
+        const Decision decision = decide(type, record.get(), detail);
         if (decision.event) {
-            event::deliver(*decision.event, type, static_cast<const ssd_op_requester*>(requester),
-                           record ? record->title : "", as_notification, *entry);
+            deliver(*decision.event, type, requester, record ? record->title : "", as_notification,
+                    *entry);
         }
-        return decision.result;
+        return decision.is_complete;
     });
 }
+
+}  // namespace ssd_op::event

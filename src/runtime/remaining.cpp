@@ -1,9 +1,10 @@
 /// How long a running test will still take, and its steps in all and behind it.
 #include <ctime>
 
-#include "base/boundary.h"
-#include "db/record_owner.h"
 #include "runtime/number.h"
+#include "runtime/progress.h"
+#include "runtime/script_status.h"
+#include "runtime/state_section.h"
 
 namespace ssd_op::runtime {
 
@@ -19,96 +20,54 @@ int64_t ratios_above(int current, const ssd_op_db_record& record) {
 }
 
 /// The ratio being measured, when it can be read and is one of the record's.
-bool read_current(int record_no, const ssd_op_db_record& record, int& current) {
-    return SSD_OP_Test_Get_Current_OP_Percentage(record_no, &current) == 0 &&
-           current >= record.min_op;
+std::optional<int> read_current(int record_no, const ssd_op_db_record& record) {
+    const auto current = runtime_info(record_no).read(kCurrentRatio);
+    return current && *current >= record.min_op ? current : std::nullopt;
 }
 
 unsigned long long time_left_of_current(int record_no) {
-    int detail = 0;
-    unsigned long long eta = 0;
-    if (SSD_OP_Test_Get_Current_OP_Detail(record_no, &detail) == 0 && detail != 0)
-        SSD_OP_Test_Get_Current_OP_ETA(record_no, &eta);
-    return eta;
+    unsigned long long seconds = 0;
+    if (runtime_info(record_no).read(kCurrentDetail).value_or(0) != 0)
+        read_time_left(record_no, seconds);
+    return seconds;
 }
 
-unsigned long long remaining_seconds(int record_no, const ssd_op_db_record& record) {
-    int current = 0;
-    if (record.status != SSD_OP_TEST_STATUS_TESTING || !read_current(record_no, record, current))
-        return 0;
-    const auto now = static_cast<unsigned long long>(std::time(nullptr));
-    unsigned long long start = 0;
-    if (SSD_OP_Test_Get_Current_OP_Start_Time(record_no, &start) != 0 || start > now) return 0;
-
-    // A later ratio is taken to need 80 percent of the current one's whole time.
-    const auto eta = static_cast<double>(time_left_of_current(record_no));
-    const auto spent = static_cast<double>(now - start);
-    const auto to_come = static_cast<double>(ratios_above(current, record));
-    return truncate<unsigned long long>(eta + to_come * 0.8 * (eta + spent));
-}
-
-bool read_positive(int (*get)(int, int*), int record_no, int& value) {
-    return get(record_no, &value) == 0 && value > 0;
-}
-
-void store_complete_count(int record_no, const ssd_op_db_record& record, int& complete) {
-    int current = 0, steps = 0, step = 0;
-    if (!read_current(record_no, record, current) ||
-        !read_positive(SSD_OP_Test_Get_Current_OP_Total_Step, record_no, steps) ||
-        !read_positive(SSD_OP_Test_Get_Current_OP_Running_Step, record_no, step)) {
-        return;
-    }
-    complete = to_int(ratios_above(current, record) * steps + step - 1);
-}
-
-/// Runs `use` on the caller's record, or on the one in the database. 0; -1 when that is missing.
-template <typename Use>
-int with_record(int record_no, const ssd_op_db_record* record, Use use) {
-    if (record != nullptr) {
-        use(*record);
-        return 0;
-    }
-    const db::RecordOwner loaded = db::load_record(record_no);
-    if (!loaded) return -1;
-    use(*loaded);
-    return 0;
+std::optional<int> read_positive(int record_no, const char* key) {
+    const auto value = runtime_info(record_no).read(key);
+    return value && *value > 0 ? value : std::nullopt;
 }
 
 }  // namespace
 
+unsigned long long remaining_seconds(int record_no, const ssd_op_db_record& record) {
+    if (record.status != SSD_OP_TEST_STATUS_TESTING) return 0;
+    const auto current = read_current(record_no, record);
+    if (!current) return 0;
+    const auto now = static_cast<unsigned long long>(std::time(nullptr));
+    const auto start = read_start_time(record_no);
+    if (!start || *start > now) return 0;
+
+    // A later ratio is taken to need 80 percent of the current one's whole time.
+    const auto eta = static_cast<double>(time_left_of_current(record_no));
+    const auto spent = static_cast<double>(now - *start);
+    const auto to_come = static_cast<double>(ratios_above(*current, record));
+    return truncate<unsigned long long>(eta + to_come * 0.8 * (eta + spent));
+}
+
+std::optional<int> total_steps(int record_no, const ssd_op_db_record& record) {
+    const int ratios = op_count(record);
+    if (ratios < 1) return std::nullopt;
+    const auto steps = read_positive(record_no, kTotalSteps);
+    if (!steps) return std::nullopt;
+    return to_int(int64_t{ratios} * *steps);
+}
+
+std::optional<int> complete_steps(int record_no, const ssd_op_db_record& record) {
+    const auto current = read_current(record_no, record);
+    const auto steps = current ? read_positive(record_no, kTotalSteps) : std::nullopt;
+    const auto step = steps ? read_positive(record_no, kRunningStep) : std::nullopt;
+    if (!step) return std::nullopt;
+    return to_int(ratios_above(*current, record) * *steps + *step - 1);
+}
+
 }  // namespace ssd_op::runtime
-
-using namespace ssd_op;
-
-int SSD_OP_Test_Get_Remain_Time(int record_no, ssd_op_db_record* record,
-                                unsigned long long* seconds) {
-    return base::guarded(__func__, -1, [&] {
-        if (seconds == nullptr) return -1;
-        *seconds = 0;
-        return runtime::with_record(record_no, record, [&](const ssd_op_db_record& known) {
-            *seconds = runtime::remaining_seconds(record_no, known);
-        });
-    });
-}
-
-int SSD_OP_Test_Get_Total_Test_Count(int record_no, ssd_op_db_record* record, int* total) {
-    return base::guarded(__func__, -1, [&] {
-        int ratios = 0, steps = 0;
-        if (total == nullptr || SSD_OP_Test_Get_OP_Count(record_no, record, &ratios) != 0 ||
-            ratios < 1 ||
-            !runtime::read_positive(SSD_OP_Test_Get_Current_OP_Total_Step, record_no, steps)) {
-            return -1;
-        }
-        *total = runtime::to_int(int64_t{ratios} * steps);
-        return 0;
-    });
-}
-
-int SSD_OP_Test_Get_Complete_Test_Count(int record_no, ssd_op_db_record* record, int* complete) {
-    return base::guarded(__func__, -1, [&] {
-        if (complete == nullptr) return -1;
-        return runtime::with_record(record_no, record, [&](const ssd_op_db_record& known) {
-            runtime::store_complete_count(record_no, known, *complete);
-        });
-    });
-}

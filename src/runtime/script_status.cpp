@@ -1,16 +1,14 @@
-/// What the test script says about the OP ratio that it measures now: fields of its status file and
-/// the start time in the runtime-info file.
+#include "runtime/script_status.h"
+
 #include <cstdlib>
 #include <string>
 
-#include "base/boundary.h"
 #include "base/command.h"
 #include "base/number.h"
 #include "base/plain_file.h"
 #include "platform/naslog.h"
 #include "runtime/state_section.h"
 #include "runtime/time_left.h"
-#include "ssd_op.h"
 
 namespace ssd_op::runtime {
 
@@ -36,54 +34,39 @@ base::Printed read_field(const char* function, int record_no, Field field) {
 
 /// Hands the field's text to `parse` when it could be read. The command's result.
 template <typename Parse>
-int with_field(const char* function, int record_no, Field field, const void* target, Parse parse) {
-    return base::guarded(function, -1, [&] {
-        if (target == nullptr) return -1;
-        const base::Printed printed = read_field(function, record_no, field);
-        if (printed.result == 0) parse(printed.text.c_str());
-        return printed.result;
-    });
+int with_field(const char* function, int record_no, Field field, Parse parse) {
+    const base::Printed printed = read_field(function, record_no, field);
+    if (printed.result == 0) parse(printed.text.c_str());
+    return printed.result;
 }
 
 }  // namespace
 
+int read_ratio_progress(int record_no, float& progress) {
+    return with_field(
+        "SSD_OP_Test_Get_Current_OP_Progress", record_no, Field::progress,
+        [&](const char* text) { progress = static_cast<float>(base::double_value(text)); });
+}
+
+int read_time_left(int record_no, unsigned long long& seconds) {
+    return with_field("SSD_OP_Test_Get_Current_OP_ETA", record_no, Field::time_left,
+                      [&](const char* text) { seconds = parse_time_left(text).value_or(seconds); });
+}
+
+int read_test_amount(int record_no, unsigned long long& amount) {
+    return with_field("SSD_OP_Test_Get_Current_OP_Test_Amount", record_no, Field::test_amount,
+                      [&](const char* text) { amount = std::strtoull(text, nullptr, 0); });
+}
+
+int read_test_value(int record_no, long double& value) {
+    return with_field("SSD_OP_Test_Get_Current_OP_Test_Value", record_no, Field::test_value,
+                      [&](const char* text) { value = base::decimal_value(text); });
+}
+
+std::optional<unsigned long long> read_start_time(int record_no) {
+    const auto text = runtime_info(record_no).read_text(kCurrentStart);
+    if (!text) return std::nullopt;
+    return std::strtoull(text->c_str(), nullptr, 0);
+}
+
 }  // namespace ssd_op::runtime
-
-using namespace ssd_op;
-using runtime::Field;
-
-int SSD_OP_Test_Get_Current_OP_Progress(int record_no, float* progress) {
-    return runtime::with_field(
-        __func__, record_no, Field::progress, progress,
-        [&](const char* text) { *progress = static_cast<float>(base::double_value(text)); });
-}
-
-int SSD_OP_Test_Get_Current_OP_ETA(int record_no, unsigned long long* eta_seconds) {
-    return runtime::with_field(__func__, record_no, Field::time_left, eta_seconds,
-                               [&](const char* text) {
-                                   if (const auto seconds = runtime::parse_time_left(text))
-                                       *eta_seconds = *seconds;
-                               });
-}
-
-int SSD_OP_Test_Get_Current_OP_Test_Amount(int record_no, unsigned long long* amount) {
-    return runtime::with_field(
-        __func__, record_no, Field::test_amount, amount,
-        [&](const char* text) { *amount = std::strtoull(text, nullptr, 0); });
-}
-
-int SSD_OP_Test_Get_Current_OP_Test_Value(int record_no, long double* value) {
-    return runtime::with_field(__func__, record_no, Field::test_value, value,
-                               [&](const char* text) { *value = base::decimal_value(text); });
-}
-
-int SSD_OP_Test_Get_Current_OP_Start_Time(int record_no, unsigned long long* start) {
-    return base::guarded(__func__, -1, [&] {
-        char text[64] = {};
-        const auto section = runtime::runtime_info(record_no);
-        if (start == nullptr || section.read_text("current_op_start_time", text, sizeof text) != 0)
-            return -1;
-        *start = std::strtoull(text, nullptr, 0);
-        return 0;
-    });
-}

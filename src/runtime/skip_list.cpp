@@ -7,8 +7,8 @@
 #include <limits>
 #include <string_view>
 
-#include "base/boundary.h"
 #include "base/file_lock.h"
+#include "platform/naslog.h"
 #include "runtime/state_section.h"
 
 namespace ssd_op::runtime {
@@ -33,9 +33,7 @@ bool parse_number(const char* text, int& value) {
 /// An absent list is an empty one; a field without a number is no ratio, 0 least of all.
 int read_list(const StateSection& section, SkipTable& table) {
     char text[kTextSize] = {};
-    const int result =
-        Ini_Conf_Get_Field(section.file.c_str(), section.name.c_str(), kKey, text, kTextSize);
-    if (result < 0) return 0;
+    if (Ini_Conf_Get_Field(section.file, section.name, kKey, text, kTextSize) < 0) return 0;
     table.fill(kNothing);
     const auto end = table.begin() + ssd_op_test_parse_int_list(text, table);
     return static_cast<int>(std::remove(table.begin(), end, kNothing) - table.begin());
@@ -46,24 +44,22 @@ bool holds(const SkipTable& table, int count, int op) {
     return std::find(table.begin(), end, op) != end;
 }
 
-int add(const StateSection& section, int record_no, int op) {
-    const auto lock = base::FileLock::for_writing(section.file.c_str());
+bool add(const StateSection& section, int record_no, int op) {
+    const auto lock = base::FileLock::for_writing(section.file);
     SkipTable table{};
     int count = read_list(section, table);
-    if (holds(table, count, op)) return 0;
+    if (holds(table, count, op)) return true;
     if (count == SSD_OP_MAX_SKIPPED) {
         SM_TRACE(SM_TRACE_ERROR,
                  "%s: [Record(%d)] %d ratios are skipped already, %d is left out.\n",
                  "SSD_OP_Test_Add_Skip_OP", record_no, count, op);
-        return -1;
+        return false;
     }
     table[static_cast<size_t>(count++)] = op;
     const std::string text = list_text(table, count);
     SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] value: %s.\n", "SSD_OP_Test_Add_Skip_OP", record_no,
              text.c_str());
-    const int result =
-        Ini_Conf_Set_Field(section.file.c_str(), section.name.c_str(), kKey, text.c_str());
-    return result < 0 ? -1 : 0;
+    return Ini_Conf_Set_Field(section.file, section.name, kKey, text.c_str()) >= 0;
 }
 
 }  // namespace
@@ -87,24 +83,18 @@ std::string list_text(const SkipTable& table, int count) {
     return text;
 }
 
+bool add_skipped(int record_no, int ratio) {
+    const auto section = addon_section(record_no);
+    return section && add(*section, record_no, ratio);
+}
+
+std::optional<bool> is_skipped(int record_no, int ratio) {
+    const auto section = addon_section(record_no);
+    if (!section) return std::nullopt;
+    const auto lock = base::FileLock::for_reading(section->file);
+    SkipTable table{};
+    const int count = read_list(*section, table);
+    return holds(table, count, ratio);
+}
+
 }  // namespace ssd_op::runtime
-
-using namespace ssd_op;
-
-int SSD_OP_Test_Add_Skip_OP(int record_no, int op) {
-    return base::guarded(__func__, -1, [&] {
-        const auto section = runtime::addon_section(record_no);
-        return section ? runtime::add(*section, record_no, op) : -1;
-    });
-}
-
-int SSD_OP_Test_Is_Skip_OP(int record_no, int op) {
-    return base::guarded(__func__, -1, [&] {
-        const auto section = runtime::addon_section(record_no);
-        if (!section) return -1;
-        const auto lock = base::FileLock::for_reading(section->file.c_str());
-        runtime::SkipTable table{};
-        const int count = runtime::read_list(*section, table);
-        return runtime::holds(table, count, op) ? 1 : 0;
-    });
-}

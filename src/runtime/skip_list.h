@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string>
 
 #include "ssd_op.h"
@@ -16,5 +17,10 @@ int ssd_op_test_parse_int_list(const char* text, SkipTable& table);
 
 /// The first `count` entries, separated by commas.
 std::string list_text(const SkipTable& table, int count);
+
+/// SSD_OP_Test_Add_Skip_OP.
+bool add_skipped(int record_no, int ratio);
+/// SSD_OP_Test_Is_Skip_OP; nothing when the add-on is not installed.
+std::optional<bool> is_skipped(int record_no, int ratio);
 
 }  // namespace ssd_op::runtime

@@ -6,37 +6,47 @@
 
 #include "base/boundary.h"
 #include "evaluation/drives/discard.h"
+#include "evaluation/script/script.h"
 #include "evaluation/state/driver_presence.h"
 #include "evaluation/state/raid_ids.h"
-#include "evaluation/state/ratios.h"
 #include "evaluation/state/status.h"
 #include "evaluation/state/status_change.h"
+#include "evaluation/stop/stop.h"
 #include "evaluation/storage/services.h"
+#include "evaluation/storage/storage.h"
+#include "event/event.h"
 #include "event/upload.h"
 #include "platform/naslog.h"
+#include "runtime/state_section.h"
+#include "shared/ratios.h"
 
 namespace ssd_op::evaluation {
 
 namespace {
 
 constexpr const char* kFunction = "NAS_SSD_OP_Test_Start";
-constexpr int kNoDiscard = 255;
+
+/// Whether a step succeeded. Memory that runs short in it is a failure of this step and no other.
+template <typename Step>
+bool succeeds(const Step& step) noexcept {
+    return base::guarded(kFunction, false, step);
+}
 
 }  // namespace
 
 bool Run::begin() {
     const int record_no = record_.record_no;
-    SSD_OP_Test_Remove_Runtime_Info(record_no);
-    const int64_t count = ratio_count(record_.min_op, record_.max_op, record_.interval);
-    SSD_OP_Test_Set_OP_Count(record_no, static_cast<int>(count));
+    runtime::remove_state(record_no);
+    const int64_t count = shared::ratio_count(record_.min_op, record_.max_op, record_.interval);
+    runtime::runtime_info(record_no).write(runtime::kOpCount, static_cast<int>(count));
     report(SSD_OP_EVENT_STARTED);
     // Whoever sees the record running can see who runs it.
     return announce_driver(record_no, ::getpid()) &&
            move(SSD_OP_TEST_STATUS_NEW, SSD_OP_TEST_STATUS_INITIATING);
 }
 
-bool Run::finish() noexcept {
-    if (!attempt(&Run::measure)) succeeded_ = false;
+bool Run::carry_out() noexcept {
+    if (!attempt(&Run::make_and_test)) succeeded_ = false;
     if (!attempt(&Run::capture_results)) succeeded_ = false;
     attempt(&Run::remove_storage);
     progress_while_finishing(80);
@@ -61,13 +71,13 @@ void Run::give_up() noexcept {
 
 /// False when memory ran short in it.
 bool Run::attempt(void (Run::*step)()) noexcept {
-    return base::guarded(kFunction, false, [&] {
+    return succeeds([&] {
         (this->*step)();
         return true;
     });
 }
 
-void Run::measure() {
+void Run::make_and_test() {
     if (!probe_drives()) return;
     create_storage();
     test();
@@ -80,7 +90,7 @@ bool Run::probe_drives() {
     succeeded_ = false;
     // A stop kills the probe, too: that says nothing of the drive.
     if (move(SSD_OP_TEST_STATUS_INITIATING, SSD_OP_TEST_STATUS_FAILED)) {
-        const ssd_op_event_step detail{kNoDiscard, 0};
+        const ssd_op_event_step detail{SSD_OP_STEP_FAILED, 0};
         report(SSD_OP_EVENT_STEP_FAILED, &detail);
     }
     remove_raid_configurations(groups_);
@@ -88,14 +98,9 @@ bool Run::probe_drives() {
 }
 
 void Run::create_storage() {
-    request_.lv_id = SSD_OP_Test_Create_Storage(raid_list_, 0, &request_, &record_);
-    if (request_.lv_id >= 0) {
-        for (const RAID_CONF* group : groups_) {
-            SSD_OP_Write_System_Log(requester_, SSD_OP_EVENT_STORAGE_CREATED, nullptr,
-                                    &group->raid_id);
-        }
-        return;
-    }
+    trace_creation(0);
+    request_.lv_id = evaluation::create_storage(raid_list_, request_, record_);
+    if (request_.lv_id >= 0) return report_for_each_group(SSD_OP_EVENT_STORAGE_CREATED);
     SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Fail to create test storage!\n", kFunction,
              record_.record_no);
     remove_raid_configurations(groups_);
@@ -115,7 +120,7 @@ void Run::test() {
         succeeded_ = false;
         return;
     }
-    if (SSD_OP_Test_Start(&request_, &record_) < 0) fail_test();
+    if (!succeeds([&] { return run_script(request_, record_); })) fail_test();
 
     if (!move(SSD_OP_TEST_STATUS_TESTING, SSD_OP_TEST_STATUS_FINISHING)) {
         SM_TRACE(SM_TRACE_INFO, "%s: [LV(%d), Record(%d)] status[2]: %d\n", kFunction,
@@ -143,7 +148,7 @@ void Run::fail_test() {
 
 void Run::capture_results() {
     progress_while_finishing(30);
-    if (SSD_OP_Test_Save_Result(&request_, &record_) < 0) {
+    if (!succeeds([&] { return save_results(request_, record_) >= 0; })) {
         SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to save test result!\n", kFunction,
                  request_.lv_id, record_.record_no);
         succeeded_ = false;
@@ -152,19 +157,18 @@ void Run::capture_results() {
 }
 
 void Run::remove_storage() {
-    if (request_.lv_id <= 0 || !removed_at_once_or_later()) return;
-    for (const RAID_CONF* group : groups_) {
-        SSD_OP_Write_System_Log(requester_, SSD_OP_EVENT_STORAGE_REMOVED, nullptr, &group->raid_id);
-    }
+    if (request_.lv_id > 0 && removed_at_once_or_later())
+        report_for_each_group(SSD_OP_EVENT_STORAGE_REMOVED);
 }
 
 bool Run::removed_at_once_or_later() {
-    if (SSD_OP_Test_Remove_Storage(request_.lv_id, 0) >= 0) return true;
+    if (evaluation::remove_storage(request_.lv_id) >= 0) return true;
     SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to remove test storage 1st time!\n",
              kFunction, request_.lv_id, record_.record_no);
     // Whatever still works on the drives keeps the volume busy.
-    SSD_OP_Test_Stop(record_.record_no, 0, 0, SSD_OP_TEST_STATUS_INITIATING, 0);
-    if (SSD_OP_Test_Remove_Storage(request_.lv_id, 0) >= 0) return true;
+    succeeds(
+        [&] { return stop_work(record_.record_no, false, SSD_OP_TEST_STATUS_INITIATING, 0) == 0; });
+    if (evaluation::remove_storage(request_.lv_id) >= 0) return true;
     SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to remove test storage 2nd time!\n",
              kFunction, request_.lv_id, record_.record_no);
     return false;
@@ -176,8 +180,8 @@ void Run::store_end_time() {
 }
 
 void Run::upload() {
-    int agreement = 0;
-    if (SSD_OP_Test_Get_User_Agreement(&agreement) != 0 || agreement != 1) return;
+    const auto section = runtime::addon_global_section();
+    if (!section || section->read(runtime::kUserAgreement) != 1) return;
     report(SSD_OP_EVENT_UPLOADING);
     event::ssd_op_analytics_upload(&record_);
 }
@@ -224,15 +228,17 @@ bool Run::move(int from, int to) const {
     return move_status(record_.record_no, from, to) == StatusChange::kChanged;
 }
 
-bool Run::status_is(int status) const { return status_of(record_.record_no) == status; }
-
 void Run::progress_while_finishing(int percent) const {
-    if (status_is(SSD_OP_TEST_STATUS_FINISHING))
-        SSD_OP_Test_Set_Step_Progress(record_.record_no, percent);
+    if (status_of(record_.record_no) == SSD_OP_TEST_STATUS_FINISHING)
+        runtime::runtime_info(record_.record_no).write(runtime::kStepProgress, percent);
 }
 
 void Run::report(int type, const void* detail) const {
-    SSD_OP_Write_System_Log(requester_, type, &record_.record_no, detail);
+    event::write(requester_, type, &record_.record_no, detail);
+}
+
+void Run::report_for_each_group(int type) const {
+    for (const RAID_CONF* group : groups_) event::write(requester_, type, nullptr, &group->raid_id);
 }
 
 }  // namespace ssd_op::evaluation

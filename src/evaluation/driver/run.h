@@ -14,8 +14,8 @@ namespace ssd_op::evaluation {
 class Run {
   public:
     /// All but the record's memory belongs to the caller.
-    Run(const void* requester, RAID_CONF* raid_list, const std::vector<RAID_CONF*>& groups,
-        ssd_op_test_param& request, ssd_op_db_record& record)
+    Run(const ssd_op_requester* requester, RAID_CONF* raid_list,
+        const std::vector<RAID_CONF*>& groups, ssd_op_test_param& request, ssd_op_db_record& record)
         : requester_(requester),
           raid_list_(raid_list),
           groups_(groups),
@@ -26,15 +26,15 @@ class Run {
     /// stored.
     bool begin();
 
-    /// Runs it. True when no phase failed and no stop came between.
-    bool finish() noexcept;
+    /// Takes every phase. True when none failed and no stop came between.
+    bool carry_out() noexcept;
 
     /// Ends a run that cannot begin.
     void give_up() noexcept;
 
   private:
     bool attempt(void (Run::*step)()) noexcept;
-    void measure();
+    void make_and_test();
     bool probe_drives();
     void create_storage();
     void test();
@@ -49,11 +49,11 @@ class Run {
     bool store_final_status() noexcept;
 
     bool move(int from, int to) const;
-    bool status_is(int status) const;
     void progress_while_finishing(int percent) const;
     void report(int type, const void* detail = nullptr) const;
+    void report_for_each_group(int type) const;
 
-    const void* requester_;
+    const ssd_op_requester* requester_;
     RAID_CONF* raid_list_;
     const std::vector<RAID_CONF*>& groups_;
     ssd_op_test_param& request_;

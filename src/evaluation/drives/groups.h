@@ -1,3 +1,5 @@
+/// Drives room: the drives of a request, by group, and what is done to them before a test and
+/// between its ratios: discards and measurements.
 #pragma once
 
 #include <cstdint>

@@ -70,7 +70,7 @@ unsigned long long Measurement::sequential_write() {
     SM_TRACE(SM_TRACE_INFO, "%s: Disk(0x%x, 0x%x), throughput with buffer io(%llu KB/s).\n",
              kFunction, enclosure, port, buffered);
 
-    result |= ssd_op_test_disk_write_performance_test(&drive.dev_id, 1, &partition, 1, 0);
+    result |= measure_writes(&drive.dev_id, 1, &partition, true, false);
     const unsigned long long direct = write_speed_kib();
     SM_TRACE(SM_TRACE_INFO, "%s: Disk(0x%x, 0x%x), throughput with direct io(%llu KB/s).\n",
              kFunction, enclosure, port, direct);

@@ -16,4 +16,8 @@ namespace ssd_op::evaluation {
 int ssd_op_test_performance_test(const int* record_no, ssd_op_db_raid_conf** raid_confs,
                                  RAID_CONF* raid_list, int sequential, int read);
 
+/// ssd_op_test_disk_write_performance_test, for at least one drive.
+int measure_writes(const unsigned* dev_ids, int count, const int* part_nos, bool sequential,
+                   bool background);
+
 }  // namespace ssd_op::evaluation

@@ -3,13 +3,13 @@
 
 #include <unistd.h>
 
-#include "base/boundary.h"
 #include "base/child.h"
 #include "base/command.h"
 #include "base/owners.h"
 #include "evaluation/drives/drive_figures.h"
 #include "evaluation/drives/drive_name.h"
 #include "evaluation/drives/fio_summary.h"
+#include "evaluation/drives/performance.h"
 #include "ssd_op.h"
 
 namespace ssd_op::evaluation {
@@ -95,6 +95,8 @@ void wait_for_detached(const unsigned* dev_ids, int count, bool sequential) {
     for (int waits = 0; waits < kMaxWaits && any_is_measured(); ++waits) ::sleep(1);
 }
 
+}  // namespace
+
 int measure_writes(const unsigned* dev_ids, int count, const int* part_nos, bool sequential,
                    bool background) {
     int result = 0;
@@ -108,18 +110,4 @@ int measure_writes(const unsigned* dev_ids, int count, const int* part_nos, bool
     return result;
 }
 
-}  // namespace
-
 }  // namespace ssd_op::evaluation
-
-extern "C" int ssd_op_test_disk_write_performance_test(const unsigned* dev_ids, int count,
-                                                       const int* part_nos, int sequential,
-                                                       int background) {
-    using namespace ssd_op;
-    if (count < 1) return 0;
-    if (dev_ids == nullptr || part_nos == nullptr) return -1;
-    return base::guarded(evaluation::kFunction, -1, [&] {
-        return evaluation::measure_writes(dev_ids, count, part_nos, sequential != 0,
-                                          background != 0);
-    });
-}

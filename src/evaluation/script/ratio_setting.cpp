@@ -2,10 +2,10 @@
 #include <memory>
 #include <vector>
 
-#include "base/boundary.h"
 #include "base/command.h"
 #include "db/record_owner.h"
 #include "evaluation/drives/discard.h"
+#include "evaluation/script/script.h"
 #include "evaluation/state/status.h"
 #include "platform/naslog.h"
 #include "platform/storage.h"
@@ -112,16 +112,8 @@ void RatioStep::discard_through_volume() {
 
 }  // namespace
 
-}  // namespace ssd_op::evaluation
-
-extern "C" int SSD_OP_Test_Block_Discard_Device(int record_no, const char* lv_name,
-                                                int over_provisioning) {
-    using namespace ssd_op;
-    if (lv_name == nullptr || over_provisioning < 0 || over_provisioning > 100) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", evaluation::kFunction);
-        return -1;
-    }
-    return base::guarded(evaluation::kFunction, -1, [&] {
-        return evaluation::RatioStep(record_no, lv_name, over_provisioning).take();
-    });
+int set_ratio(int record_no, const char* lv_name, int ratio) {
+    return RatioStep(record_no, lv_name, ratio).take();
 }
+
+}  // namespace ssd_op::evaluation

@@ -3,15 +3,14 @@
 #include <optional>
 #include <string>
 
-#include "base/boundary.h"
 #include "base/command.h"
 #include "base/number.h"
 #include "base/plain_file.h"
 #include "base/text.h"
+#include "evaluation/script/script.h"
 #include "evaluation/script/script_files.h"
-#include "evaluation/state/ratios.h"
-#include "evaluation/state/status.h"
 #include "platform/naslog.h"
+#include "shared/ratios.h"
 
 namespace ssd_op::evaluation {
 
@@ -21,7 +20,7 @@ constexpr const char* kFunction = "SSD_OP_Test_Save_Result";
 constexpr int64_t kLargestReport = int64_t{64} << 20;
 
 void fill_ratios(const ssd_op_test_param& request, ssd_op_db_record& record) {
-    const int64_t count = ratio_count(request.min_op, request.max_op, request.interval);
+    const int64_t count = shared::ratio_count(request.min_op, request.max_op, request.interval);
     if (count > SSD_OP_MAX_RATIOS) {
         SM_TRACE(SM_TRACE_ERROR, "%s: More than %d OP ratios, the rest is ignored.\n", kFunction,
                  SSD_OP_MAX_RATIOS);
@@ -74,7 +73,9 @@ void fill_results(const std::optional<std::string>& report, ssd_op_db_record& re
     }
 }
 
-int save_result(const ssd_op_test_param& request, ssd_op_db_record& record) {
+}  // namespace
+
+int save_results(const ssd_op_test_param& request, ssd_op_db_record& record) {
     fill_ratios(request, record);
     SM_TRACE(SM_TRACE_INFO, "%s: ssd_op_db_recordP->count: %d.\n", kFunction, record.count);
     const std::string prefix(base::field_text(request.log_prefix));
@@ -84,16 +85,4 @@ int save_result(const ssd_op_test_param& request, ssd_op_db_record& record) {
     return result;
 }
 
-}  // namespace
-
 }  // namespace ssd_op::evaluation
-
-extern "C" int SSD_OP_Test_Save_Result(ssd_op_test_param* param, ssd_op_db_record* record) {
-    using namespace ssd_op;
-    if (param == nullptr || record == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", evaluation::kFunction);
-        return -1;
-    }
-    return base::guarded(evaluation::kFunction, -1,
-                         [&] { return evaluation::save_result(*param, *record); });
-}

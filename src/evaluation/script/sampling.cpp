@@ -6,11 +6,11 @@
 #include <time.h>
 #include <unistd.h>
 
-#include "base/boundary.h"
 #include "base/owners.h"
 #include "base/plain_file.h"
 #include "db/record_owner.h"
 #include "evaluation/drives/groups.h"
+#include "evaluation/script/script.h"
 #include "evaluation/state/status.h"
 #include "platform/hal.h"
 #include "platform/naslog.h"
@@ -91,7 +91,7 @@ timespec monotonic_now() {
 }
 
 unsigned long long milliseconds_since(timespec start) {
-    const timespec elapsed = time_diff(start, monotonic_now());
+    const timespec elapsed = time_between(start, monotonic_now());
     return static_cast<unsigned long long>(static_cast<double>(elapsed.tv_sec) * 1000 +
                                            static_cast<double>(elapsed.tv_nsec) / 1000000.0);
 }
@@ -110,8 +110,10 @@ DriveTable drives_under_volume(int lv_id, int record_no) {
     return table;
 }
 
-void collect(int record_no, const char* device_name, int over_provisioning, int interval,
-             const char* path) {
+}  // namespace
+
+void collect_temperatures(int record_no, const char* device_name, int over_provisioning,
+                          int interval, const char* path) {
     SM_TRACE(SM_TRACE_INFO,
              "%s got called. record_no(%d), device_name(%s), over_provisioning(%d), interval(%d), "
              "path(%s).\n",
@@ -134,7 +136,7 @@ void collect(int record_no, const char* device_name, int over_provisioning, int 
     SM_TRACE(SM_TRACE_ERROR, "%s: [Device(%s)] Testing is stopped.\n", kCollect, device_name);
 }
 
-void record_sample(int record_no, unsigned long long time_slap, const char* path) {
+void record_temperatures(int record_no, unsigned long long time_slap, const char* path) {
     SM_TRACE(SM_TRACE_INFO, "%s got called. record_no(%d), time_slap(%llu), path(%s).\n", kRecord,
              record_no, time_slap, path);
     const db::RecordOwner record = db::load_record(record_no);
@@ -148,39 +150,8 @@ void record_sample(int record_no, unsigned long long time_slap, const char* path
     append_sample(path, table.drives(), temperatures_of(table.drives()), time_slap);
 }
 
-}  // namespace
-
-}  // namespace ssd_op::evaluation
-
-extern "C" {
-
-int SSD_OP_Test_Collect_SSD_Info(int record_no, const char* device_name, int over_provisioning,
-                                 int interval, const char* path) {
-    using namespace ssd_op;
-    if (device_name == nullptr || path == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", evaluation::kCollect);
-        return -1;
-    }
-    return base::guarded(evaluation::kCollect, -1, [&] {
-        evaluation::collect(record_no, device_name, over_provisioning, interval, path);
-        return -1;
-    });
-}
-
-int SSD_OP_Test_Record_SSD_Info(int record_no, unsigned long long time_slap, const char* path) {
-    using namespace ssd_op;
-    if (path == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", evaluation::kRecord);
-        return 0;
-    }
-    return base::guarded(evaluation::kRecord, 0, [&] {
-        evaluation::record_sample(record_no, time_slap, path);
-        return 0;
-    });
-}
-
-struct timespec time_diff(struct timespec start, struct timespec end) {
-    struct timespec difference {};
+timespec time_between(timespec start, timespec end) {
+    timespec difference{};
     difference.tv_sec = end.tv_sec - start.tv_sec;
     difference.tv_nsec = end.tv_nsec - start.tv_nsec;
     if (difference.tv_nsec < 0) {
@@ -190,4 +161,4 @@ struct timespec time_diff(struct timespec start, struct timespec end) {
     return difference;
 }
 
-}  // extern "C"
+}  // namespace ssd_op::evaluation

@@ -5,15 +5,15 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
-#include "base/boundary.h"
 #include "base/command.h"
 #include "base/text.h"
-#include "evaluation/script/addon.h"
+#include "evaluation/script/script.h"
 #include "evaluation/script/script_files.h"
-#include "evaluation/state/status.h"
 #include "evaluation/storage/marks.h"
+#include "event/event.h"
 #include "platform/ini.h"
 #include "platform/naslog.h"
+#include "runtime/state_section.h"
 
 namespace ssd_op::evaluation {
 
@@ -21,7 +21,6 @@ namespace {
 
 constexpr const char* kFunction = "SSD_OP_Test_Start";
 constexpr const char* kOverrides = "/root/KOVA_Number1";
-constexpr int kSkippedRatio = 254;
 
 const char* type_word(int test_type) {
     switch (test_type) {
@@ -87,7 +86,7 @@ int run_line(const std::string& line) {
 /// How a script's run ended, from the wait status that system() returned.
 struct Outcome {
     explicit Outcome(int status)
-        : reason(status == -1 ? 255 : (status >> 8) & 0xFF),
+        : reason(status == -1 ? SSD_OP_STEP_FAILED : (status >> 8) & 0xFF),
           ok(status != -1 && !WIFSIGNALED(status) && reason == 0),
           // A script that a stop killed has already been reported.
           reported(reason != 0),
@@ -101,37 +100,39 @@ struct Outcome {
 
 /// The ratio that the script was at; its last one when it did not say.
 int ratio_given_up(const ssd_op_test_param& request, int record_no) {
-    int ratio = -1;
-    const int result = SSD_OP_Test_Get_Current_OP_Percentage(record_no, &ratio);
-    return result == 0 && ratio >= 0 ? ratio : request.max_op;
+    const int ratio = runtime::runtime_info(record_no).read(runtime::kCurrentRatio).value_or(-1);
+    return ratio >= 0 ? ratio : request.max_op;
 }
 
 void report_failure(const ssd_op_test_param& request, const ssd_op_db_record& record, int reason) {
     ssd_op_event_step detail{reason, 0};
-    if (reason == kSkippedRatio) detail.percentage = ratio_given_up(request, record.record_no);
-    SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_STEP_FAILED, &record.record_no, &detail);
+    if (reason == SSD_OP_STEP_SKIPPED)
+        detail.percentage = ratio_given_up(request, record.record_no);
+    event::write(nullptr, SSD_OP_EVENT_STEP_FAILED, &record.record_no, &detail);
 }
 
-int run_script(ssd_op_test_param& request, const ssd_op_db_record& record) {
+}  // namespace
+
+bool run_script(ssd_op_test_param& request, const ssd_op_db_record& record) {
     Limits limits{request.min_iops, request.abort_time};
     if (LV_Is_Exist(request.lv_id) == 0) {
         SM_TRACE(SM_TRACE_ERROR, "%s: [Device(%d)] Device doesn't exist.\n", kFunction,
                  request.lv_id);
-        return -1;
+        return false;
     }
     if (Is_BRIX_Installed("Oprella") == 0) {
         SM_TRACE(SM_TRACE_ERROR, "%s: [Device(%d)] SSD OP Test BRIX is not installed.\n", kFunction,
                  request.lv_id);
-        return -1;
+        return false;
     }
-    const std::string directory = addon_directory();
+    const std::string directory(runtime::addon_directory().data());
     const std::string volume = volume_name(request.lv_id);
     const std::string prefix = log_prefix(directory, volume, type_word(request.test_type));
     if (prefix.size() >= sizeof request.log_prefix) {
         // Cut short it would name, and delete, files of others.
         SM_TRACE(SM_TRACE_ERROR, "%s: [Device(%d)] The log prefix is too long: %s\n", kFunction,
                  request.lv_id, prefix.c_str());
-        return -1;
+        return false;
     }
     base::copy_text(request.log_prefix, prefix);
     delete_script_files(prefix);
@@ -144,21 +145,9 @@ int run_script(ssd_op_test_param& request, const ssd_op_db_record& record) {
     const Outcome outcome(status);
     SM_TRACE(SM_TRACE_INFO, "Perform cmd \"%s\" %s, cmd_rsp=%d, reason code:%d.\n", line.c_str(),
              outcome.word, status, outcome.reason);
-    if (outcome.ok) return 0;
+    if (outcome.ok) return true;
     if (outcome.reported) report_failure(request, record, outcome.reason);
-    return -1;
+    return false;
 }
-
-}  // namespace
 
 }  // namespace ssd_op::evaluation
-
-extern "C" int SSD_OP_Test_Start(ssd_op_test_param* param, ssd_op_db_record* record) {
-    using namespace ssd_op;
-    if (param == nullptr || record == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", evaluation::kFunction);
-        return -1;
-    }
-    return base::guarded(evaluation::kFunction, -1,
-                         [&] { return evaluation::run_script(*param, *record); });
-}

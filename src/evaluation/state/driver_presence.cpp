@@ -52,17 +52,16 @@ std::optional<std::string> mark_of(pid_t pid) {
 }
 
 Driver whose_mark(int record_no) {
-    char announced[64] = "";
-    if (runtime::runtime_info(record_no).read_text(kKey, announced, sizeof announced) != 0)
-        return Driver::kUnknown;
+    const auto announced = runtime::runtime_info(record_no).read_text(kKey);
+    if (!announced) return Driver::kUnknown;
     int pid = 0;
     unsigned long long start = 0;
-    if (std::sscanf(announced, "%d %llu", &pid, &start) != 2 || pid < 1 ||
-        announced != std::to_string(pid) + ' ' + std::to_string(start))
+    if (std::sscanf(announced->c_str(), "%d %llu", &pid, &start) != 2 || pid < 1 ||
+        *announced != std::to_string(pid) + ' ' + std::to_string(start))
         return Driver::kUnknown;
     const std::optional<std::string> now = mark_of(pid);
     if (!now) return Driver::kUnknown;
-    return *now == announced ? Driver::kLives : Driver::kGone;
+    return *now == *announced ? Driver::kLives : Driver::kGone;
 }
 
 }  // namespace
@@ -72,7 +71,7 @@ bool announce_driver(int record_no, pid_t pid) noexcept {
         const std::optional<std::string> mark = mark_of(pid);
         if (!mark || mark->empty()) return false;
         const runtime::StateSection info = runtime::runtime_info(record_no);
-        for (int tries = 1; info.write_text(kKey, mark->c_str()) != 0; ++tries) {
+        for (int tries = 1; !info.write(kKey, mark->c_str()); ++tries) {
             if (tries == kTries) return false;
             ::usleep(kPauseMicroseconds);
         }

@@ -1,10 +1,6 @@
-/// Evaluation room: one over-provisioning evaluation from the request to the completed record, and
-/// the steps that its test script calls from outside. It may use every other room but the reports.
-/// It promises that a record which it began ends as completed, failed or stopped as long as its
-/// process lives and the database can be written within a minute of its end, that no event tells of
-/// a status which the record does not have, and that what it registered with the platform is
-/// withdrawn again. A record whose results could not be stored ends as completed, with a result of
-/// -1.
+/// State room: what the other rooms of the evaluation ask and change of a record in common: its
+/// status, its driver, its ratios, its groups' numbers and whose they are. See driver/start.h for
+/// the evaluation as a whole.
 #pragma once
 
 #include "ssd_op.h"
@@ -12,11 +8,7 @@
 namespace ssd_op::evaluation {
 
 /// The record's status as the database has it now: how a stop by another process is noticed.
-inline int status_of(int record_no) {
-    int status = SSD_OP_TEST_STATUS_FAILED;
-    SSD_OP_Test_Get_Status(record_no, &status);
-    return status;
-}
+inline int status_of(int record_no) { return SSD_OP_DB_Query_Record_Status(record_no); }
 
 /// Whether an evaluation with this status is under way.
 constexpr bool is_running(int status) {

@@ -4,7 +4,6 @@
 
 #include <unistd.h>
 
-#include "base/boundary.h"
 #include "base/text.h"
 #include "db/record_owner.h"
 #include "db/running_records.h"
@@ -12,10 +11,14 @@
 #include "evaluation/state/driver_presence.h"
 #include "evaluation/state/ownership.h"
 #include "evaluation/state/status.h"
+#include "evaluation/stop/stop.h"
 #include "evaluation/stop/stop_programs.h"
 #include "evaluation/storage/marks.h"
+#include "evaluation/storage/storage.h"
+#include "event/event.h"
 #include "platform/naslog.h"
 #include "platform/storage.h"
+#include "runtime/state_section.h"
 #include "shared/ranges.h"
 
 namespace ssd_op::evaluation {
@@ -48,13 +51,14 @@ class RecordStop {
     Group look_at(const ssd_op_db_raid_conf& group) const;
     bool is_whole(const ssd_op_db_raid_conf& group) const;
     bool all_are_whole() const;
+    void kill(const char* const programs[], const std::string& term);
     void kill_service_stopper();
     void kill_drive_users();
     bool kill_partition_users(const ssd_op_db_raid_conf& group);
     void kill_early_partition_users();
     bool may_remove_remains() const;
     void stop_volumes(bool remove_rest);
-    void kill_test_programs(const char* volume);
+    void kill_test_programs(const std::string& volume);
     void remove_volume(int lv_id);
     void remove_pool(int pool_id);
     int remove_configurations() const;
@@ -132,18 +136,21 @@ bool RecordStop::may_remove_remains() const {
     return driver == Driver::kGone;
 }
 
+void RecordStop::kill(const char* const programs[], const std::string& term) {
+    result_ |= ssd_op_test_stop_progs(programs, term.c_str());
+}
+
 void RecordStop::kill_service_stopper() {
-    int pid = 0;
     if (record_.stop_service == 0) return;
-    if (SSD_OP_Test_Get_Stop_Service_PID(record_.record_no, &pid) != 0 || pid <= 0) return;
-    result_ |= kill_programs(kServiceStoppers, std::to_string(pid)).result;
+    const int pid =
+        runtime::runtime_info(record_.record_no).read(runtime::kStopServicePid).value_or(0);
+    if (pid > 0) kill(kServiceStoppers, std::to_string(pid));
 }
 
 void RecordStop::kill_drive_users() {
     for (const auto& group : shared::groups(record_)) {
         for (const auto& drive : shared::drives(group)) {
-            if (const DriveName device = device_name(drive.dev_id))
-                result_ |= kill_programs(kDriveUsers, device.text).result;
+            if (const DriveName device = device_name(drive.dev_id)) kill(kDriveUsers, device.text);
         }
     }
 }
@@ -180,7 +187,7 @@ void RecordStop::stop_volumes(bool remove_rest) {
         char name[64] = "";
         if (lv_id < kFirstTestVolume || lv_id > kLastTestVolume) continue;
         if (LV_Get_Name(lv_id, name, sizeof name) != 0) continue;
-        kill_test_programs(std::string(base::field_text(name)).c_str());
+        kill_test_programs(std::string(base::field_text(name)));
         if (remove_storage_) remove_volume(lv_id);
     }
     if (!remove_rest) return;
@@ -192,16 +199,16 @@ void RecordStop::stop_volumes(bool remove_rest) {
     if (count == 0 && all_are_whole()) remove_pool(pool_id);
 }
 
-void RecordStop::kill_test_programs(const char* volume) {
-    if (kill_programs(kTestPrograms, volume).result == 0) return;
+void RecordStop::kill_test_programs(const std::string& volume) {
+    if (ssd_op_test_stop_progs(kTestPrograms, volume.c_str()) == 0) return;
     ::sleep(1);
     SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] Try to kill again for testing process.\n", kFunction,
              record_.record_no);
-    result_ |= kill_programs(kTestPrograms, volume).result;
+    kill(kTestPrograms, volume);
 }
 
 void RecordStop::remove_volume(int lv_id) {
-    const int removed = SSD_OP_Test_Remove_Storage(lv_id, 0);
+    const int removed = evaluation::remove_storage(lv_id);
     result_ |= removed;
     if (removed == 0) report_removal();
 }
@@ -230,25 +237,17 @@ void RecordStop::report_removal() {
     if (removal_reported_) return;
     removal_reported_ = true;
     for (const auto& group : shared::groups(record_)) {
-        SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_STORAGE_REMOVED, &record_.record_no,
-                                &group.raid_id);
+        event::write(nullptr, SSD_OP_EVENT_STORAGE_REMOVED, &record_.record_no, &group.raid_id);
     }
 }
 
 }  // namespace
 
-}  // namespace ssd_op::evaluation
-
-extern "C" int SSD_OP_Test_Stop(int record_no, int, int remove_storage, int old_status,
-                                int old_step_progress) {
-    using namespace ssd_op;
-    return base::guarded(evaluation::kFunction, -1, [&] {
-        if (record_no < 1) return 0;
-        const std::optional<bool> exists = db::record_exists(record_no);
-        if (exists && !*exists) return 0;
-        const auto record = db::load_record(record_no);
-        if (!record) return -1;
-        return evaluation::RecordStop(*record, remove_storage != 0)
-            .stop(old_status, old_step_progress);
-    });
+int stop_work(int record_no, bool remove_storage, int old_status, int old_step_progress) {
+    if (record_no < 1) return 0;
+    if (db::record_exists(record_no) == false) return 0;
+    const auto record = db::load_record(record_no);
+    return record ? RecordStop(*record, remove_storage).stop(old_status, old_step_progress) : -1;
 }
+
+}  // namespace ssd_op::evaluation

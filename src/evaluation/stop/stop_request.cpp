@@ -11,9 +11,12 @@
 #include "evaluation/state/raid_ids.h"
 #include "evaluation/state/status.h"
 #include "evaluation/state/status_change.h"
+#include "evaluation/stop/stop.h"
 #include "evaluation/storage/services.h"
+#include "event/event.h"
 #include "platform/naslog.h"
 #include "platform/storage.h"
+#include "runtime/state_section.h"
 #include "shared/ranges.h"
 
 namespace ssd_op::evaluation {
@@ -23,15 +26,6 @@ namespace {
 constexpr const char* kFunction = "NAS_SSD_OP_Test_Stop";
 constexpr int kMaxRaidWaits = 60;  // seconds, for all records together
 constexpr int kSettleSeconds = 5;
-
-/// What the caller of a stop asks for.
-struct StopRequest {
-    const void* requester;
-    int record_no;  ///< SSD_OP_ALL_RECORDS: every running one
-    int raid_id;    ///< from kFirstRaidId on: only records with this group
-    int remove_storage;
-    int type;
-};
 
 bool has_group(const ssd_op_db_record& record, int raid_id) {
     return std::ranges::any_of(shared::groups(record),
@@ -85,8 +79,8 @@ struct Marked {
 
 void report_mark(const StopRequest& request, int record_no) {
     const bool failed = request.type == SSD_OP_STOP_FAILED;
-    SSD_OP_Write_System_Log(request.requester, failed ? SSD_OP_EVENT_FAILED : SSD_OP_EVENT_STOPPED,
-                            &record_no, failed ? &request.raid_id : nullptr);
+    event::write(request.requester, failed ? SSD_OP_EVENT_FAILED : SSD_OP_EVENT_STOPPED, &record_no,
+                 failed ? &request.raid_id : nullptr);
 }
 
 /// Marks the record and tells the user, before anything of it is killed: its driver sees why. A
@@ -101,7 +95,9 @@ Marked mark(const StopRequest& request, int record_no) {
         const auto status = db::stored_status(record_no);
         if (!status) break;
         marked.old_status = *status;
-        SSD_OP_Test_Get_Step_Progress(record_no, &marked.old_step_progress);
+        marked.old_step_progress = runtime::runtime_info(record_no)
+                                       .read(runtime::kStepProgress)
+                                       .value_or(marked.old_step_progress);
         if (!changes || !is_running(*status)) {
             marked.result = 0;
             break;
@@ -119,30 +115,31 @@ Marked mark(const StopRequest& request, int record_no) {
 int stop_record(const StopRequest& request, int record_no) {
     const Marked marked = mark(request, record_no);
     if (!is_running(marked.old_status)) return marked.result;  // it ended by itself since
-    const int result = SSD_OP_Test_Stop(record_no, request.type, request.remove_storage,
-                                        marked.old_status, marked.old_step_progress);
+    // Whatever becomes of this record, the others are stopped as well.
+    const int result = base::guarded(kFunction, -1, [&] {
+        return stop_work(record_no, request.remove_storage != 0, marked.old_status,
+                         marked.old_step_progress);
+    });
     ::sleep(1);
     return marked.result | result;
 }
 
-/// Waits until the groups of the stopped records are gone.
+/// Waits until the groups of the stopped records are gone, a minute for all of them.
 class RaidWait {
   public:
     explicit RaidWait(int asked_record_no) : asked_record_no_(asked_record_no) {}
 
-    /// Whether one of the records had stopped the services. A record whose turn does not come
-    /// within the minute does not count.
-    bool wait_for(const std::vector<int>& record_nos) {
-        bool services_were_stopped = false;
-        for (const int record_no : record_nos) {
-            if (waited_ >= kMaxRaidWaits) break;
-            const db::RecordOwner record = db::load_record(record_no);
-            if (!record) continue;
-            for (const auto& group : shared::groups(*record)) wait_for_group(group.raid_id);
-            services_were_stopped |= record->stop_service != 0;
-        }
-        return services_were_stopped;
+    void wait_for(int record_no) {
+        if (waited_ >= kMaxRaidWaits) return;
+        const db::RecordOwner record = db::load_record(record_no);
+        if (!record) return;
+        for (const auto& group : shared::groups(*record)) wait_for_group(group.raid_id);
+        services_were_stopped_ |= record->stop_service != 0;
     }
+
+    /// Whether one of the records had stopped the services. A record whose turn did not come within
+    /// the minute does not count.
+    bool services_were_stopped() const { return services_were_stopped_; }
 
   private:
     void wait_for_group(int raid_id) {
@@ -157,19 +154,12 @@ class RaidWait {
 
     int asked_record_no_;
     int waited_ = 0;
+    bool services_were_stopped_ = false;
 };
 
-/// Kills, removes and waits. The result so far; whether services are to be started is left behind.
-int stop_records(const StopRequest& request, const std::vector<int>& record_nos,
-                 bool& services_were_stopped) {
-    int result = 0;
-    for (const int record_no : record_nos) result |= stop_record(request, record_no);
-    services_were_stopped = RaidWait(request.record_no).wait_for(record_nos);
-    ::sleep(kSettleSeconds);
-    return result;
-}
+}  // namespace
 
-int stop(const StopRequest& request, int need_fork) {
+int stop_records(const StopRequest& request, int need_fork) {
     SM_TRACE(SM_TRACE_INFO,
              "%s got called. need_fork: %d, record_no: %d, raid_id:%d, remove_storage: %d, type: "
              "%d.\n",
@@ -193,25 +183,17 @@ int stop(const StopRequest& request, int need_fork) {
                  request.record_no);
         return result;
     }
-    bool services_were_stopped = false;
-    result |= stop_records(request, chosen->numbers, services_were_stopped);
+    for (const int record_no : chosen->numbers) result |= stop_record(request, record_no);
+    RaidWait wait(request.record_no);
+    for (const int record_no : chosen->numbers) wait.wait_for(record_no);
+    ::sleep(kSettleSeconds);
     // Starting the services takes a while that the caller need not wait. Without a process for it
     // they stay as they are.
     if (need_fork != 0 && !base::fork_process().in_child()) return result;
-    if (services_were_stopped && services_may_start()) restart_services(kNoRecord);
+    if (wait.services_were_stopped() && services_may_start()) restart_services(kNoRecord);
     SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] %s to stop SSD OP testing.\n", kFunction,
              request.record_no, result < 0 ? "Fail" : "Succeed");
     return result;
 }
 
-}  // namespace
-
 }  // namespace ssd_op::evaluation
-
-extern "C" int NAS_SSD_OP_Test_Stop(const void* requester, int need_fork, int record_no,
-                                    int raid_id, int remove_storage, int type) {
-    using namespace ssd_op;
-    return base::guarded(evaluation::kFunction, -1, [&] {
-        return evaluation::stop({requester, record_no, raid_id, remove_storage, type}, need_fork);
-    });
-}

@@ -1,14 +1,15 @@
 #include <unistd.h>
 
 #include "base/boundary.h"
-#include "base/child.h"
 #include "evaluation/drives/discard.h"
 #include "evaluation/drives/groups.h"
 #include "evaluation/drives/performance.h"
 #include "evaluation/state/status.h"
 #include "evaluation/storage/marks.h"
 #include "evaluation/storage/services.h"
+#include "evaluation/storage/storage.h"
 #include "platform/naslog.h"
+#include "runtime/state_section.h"
 #include "shared/ranges.h"
 
 namespace ssd_op::evaluation {
@@ -17,7 +18,7 @@ namespace {
 
 constexpr const char* kFunction = "SSD_OP_Test_Create_Storage";
 
-enum Failure { kStopped = -1, kOutOfMemory = -10, kNoPool = -15, kNoVolume = -24 };
+enum Failure { kStopped = -1, kNoPool = -15, kNoVolume = -24 };
 
 /// What is checked before a measurement and after its failure, the progress behind it, its kind.
 struct MeasurementStep {
@@ -39,7 +40,7 @@ class StorageCreation {
     StorageCreation(RAID_CONF* raid_list, const ssd_op_test_param& request,
                     ssd_op_db_record& record)
         : raid_list_(raid_list), request_(request), record_(record) {}
-    /// The volume's id, or a Failure.
+    /// The volume's id, a Failure or kCreationOutOfMemory.
     int create();
 
   private:
@@ -55,7 +56,9 @@ class StorageCreation {
 
     bool passes_checkpoint(const char* checkpoint) const;
     bool pauses_after_failure(const char* checkpoint) const;
-    void progress(int percent) const { SSD_OP_Test_Set_Step_Progress(record_.record_no, percent); }
+    void progress(int percent) const {
+        runtime::runtime_info(record_.record_no).write(runtime::kStepProgress, percent);
+    }
 
     RAID_CONF* raid_list_;
     const ssd_op_test_param& request_;
@@ -65,7 +68,7 @@ class StorageCreation {
 int StorageCreation::create() {
     const int result = [&] {
         const SpeedDown registration;
-        const int outcome = base::guarded(kFunction, +kOutOfMemory, [&] { return build(); });
+        const int outcome = base::guarded(kFunction, kCreationOutOfMemory, [&] { return build(); });
         progress(100);
         return outcome;
     }();
@@ -199,32 +202,15 @@ bool StorageCreation::pauses_after_failure(const char* checkpoint) const {
     return true;
 }
 
-int create_storage(RAID_CONF* raid_list, int need_fork, const ssd_op_test_param* request,
-                   ssd_op_db_record* record) {
-    SM_TRACE(SM_TRACE_INFO, "%s got called! need_fork = %d.\n", kFunction, need_fork);
-    if (const int layout = SSD_OP_Test_Check_RAID(raid_list); layout != 0) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: RIAD configuration is wrong!\n", kFunction);
-        return layout;
-    }
-    if (request == nullptr || record == nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameter error.\n", kFunction);
-        return -1;
-    }
-    if (need_fork != 0 && !base::fork_process().in_child()) {
-        ::sleep(1);
-        return -1;
-    }
-    return StorageCreation(raid_list, *request, *record).create();
-}
-
 }  // namespace
 
-}  // namespace ssd_op::evaluation
-
-extern "C" int SSD_OP_Test_Create_Storage(RAID_CONF* raid_list, int need_fork,
-                                          ssd_op_test_param* param, ssd_op_db_record* record) {
-    using namespace ssd_op;
-    return base::guarded(evaluation::kFunction, +evaluation::kOutOfMemory, [&] {
-        return evaluation::create_storage(raid_list, need_fork, param, record);
-    });
+void trace_creation(int need_fork) {
+    SM_TRACE(SM_TRACE_INFO, "%s got called! need_fork = %d.\n", kFunction, need_fork);
 }
+
+int create_storage(RAID_CONF* raid_list, const ssd_op_test_param& request,
+                   ssd_op_db_record& record) {
+    return StorageCreation(raid_list, request, record).create();
+}
+
+}  // namespace ssd_op::evaluation

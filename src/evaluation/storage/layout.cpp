@@ -1,12 +1,12 @@
-#include "base/boundary.h"
 #include "evaluation/drives/groups.h"
-#include "evaluation/state/status.h"
+#include "evaluation/storage/storage.h"
 #include "platform/naslog.h"
+
+namespace ssd_op::evaluation {
 
 namespace {
 
-constexpr const char* kCheckRaid = "SSD_OP_Test_Check_RAID";
-constexpr int kBadLayout = -13;
+constexpr const char* kFunction = "SSD_OP_Test_Check_RAID";
 
 /// The number of the rule that a group's level breaks for its member count; 0: none.
 int broken_rule(const RAID_CONF& group) {
@@ -28,23 +28,21 @@ int broken_rule(const RAID_CONF& group) {
     return fits || (possible && level == 10) ? 0 : 5;
 }
 
-int check_raid(RAID_CONF* raid_list) {
-    const auto groups = ssd_op::evaluation::groups_of(raid_list);
+}  // namespace
+
+bool is_valid_layout(RAID_CONF* raid_list) {
+    const auto groups = groups_of(raid_list);
     if (groups.empty() || groups.back()->next != nullptr) {
-        SM_TRACE(SM_TRACE_ERROR, "%s: Parameters may be invalid\n", kCheckRaid);
-        return kBadLayout;
+        SM_TRACE(SM_TRACE_ERROR, "%s: Parameters may be invalid\n", kFunction);
+        return false;
     }
     for (const RAID_CONF* group : groups) {
         if (const int rule = broken_rule(*group); rule != 0) {
-            SM_TRACE(SM_TRACE_ERROR, "%s: Parameters may be invalid %d.\n", kCheckRaid, rule);
-            return kBadLayout;
+            SM_TRACE(SM_TRACE_ERROR, "%s: Parameters may be invalid %d.\n", kFunction, rule);
+            return false;
         }
     }
-    return 0;
+    return true;
 }
 
-}  // namespace
-
-extern "C" int SSD_OP_Test_Check_RAID(RAID_CONF* raid_list) {
-    return ssd_op::base::guarded(kCheckRaid, kBadLayout, [&] { return check_raid(raid_list); });
-}
+}  // namespace ssd_op::evaluation

@@ -1,7 +1,6 @@
-#include "base/boundary.h"
 #include "base/child.h"
-#include "evaluation/state/status.h"
 #include "evaluation/storage/marks.h"
+#include "evaluation/storage/storage.h"
 #include "platform/naslog.h"
 
 namespace ssd_op::evaluation {
@@ -24,6 +23,8 @@ int remove_volume_and_pool(int lv_id, int pool_id) {
     return NAS_Pool_Remove(pool_id, 0, 0);
 }
 
+}  // namespace
+
 int remove_storage(int lv_id, int need_fork) {
     SM_TRACE(SM_TRACE_INFO, "%s got called! lv_id = %d, need_fork = %d.\n", kFunction, lv_id,
              need_fork);
@@ -45,12 +46,4 @@ int remove_storage(int lv_id, int need_fork) {
     return result;
 }
 
-}  // namespace
-
 }  // namespace ssd_op::evaluation
-
-extern "C" int SSD_OP_Test_Remove_Storage(int lv_id, int need_fork) {
-    using namespace ssd_op;
-    return base::guarded(evaluation::kFunction, -1,
-                         [&] { return evaluation::remove_storage(lv_id, need_fork); });
-}

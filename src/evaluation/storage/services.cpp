@@ -12,6 +12,7 @@
 #include "evaluation/state/status.h"
 #include "platform/naslog.h"
 #include "platform/storage.h"
+#include "runtime/state_section.h"
 
 namespace ssd_op::evaluation {
 
@@ -28,7 +29,7 @@ void stop_service(const char* script, int record_no) {
     }
     base::Child child(side.child());
     ::usleep(100000);
-    SSD_OP_Test_Set_Stop_Service_PID(record_no, child.pid());
+    runtime::runtime_info(record_no).write(runtime::kStopServicePid, child.pid());
     SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] child_pid: %d.\n", "SSD_OP_Test_Create_Storage",
              record_no, child.pid());
 }

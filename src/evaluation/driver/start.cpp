@@ -1,3 +1,5 @@
+#include "evaluation/driver/start.h"
+
 #include <unistd.h>
 
 #include "base/boundary.h"
@@ -10,6 +12,7 @@
 #include "evaluation/drives/groups.h"
 #include "evaluation/state/driver_presence.h"
 #include "evaluation/state/raid_ids.h"
+#include "evaluation/storage/storage.h"
 #include "platform/naslog.h"
 
 namespace ssd_op::evaluation {
@@ -55,16 +58,19 @@ int run_in_child(Run& run, int record_no) {
     // process, and a driver that could not be known as one does not begin.
     const bool announced = announce_driver(record_no, side.in_child() ? ::getpid() : side.child());
     if (!side.in_child()) return record_no;
-    if (announced) return run.finish() ? record_no : -1;
+    if (announced) return run.carry_out() ? record_no : -1;
     run.give_up();
     return -1;
 }
 
-int start(const void* requester, int need_fork, RAID_CONF* raid_list, ssd_op_test_param* request) {
+}  // namespace
+
+int start_evaluation(const ssd_op_requester* requester, int need_fork, RAID_CONF* raid_list,
+                     ssd_op_test_param* request) {
     SM_TRACE(SM_TRACE_INFO, "%s got called. need_fork: %d.\n", kFunction, need_fork);
-    if (const int layout = SSD_OP_Test_Check_RAID(raid_list); layout != 0) {
+    if (!is_valid_layout(raid_list)) {
         SM_TRACE(SM_TRACE_ERROR, "%s: RIAD configuration is wrong!\n", kFunction);
-        return layout;
+        return kBadLayout;
     }
     const auto groups = groups_of(raid_list);
     const char* refusal = request == nullptr ? "there is none" : refusal_of(*request, groups);
@@ -85,17 +91,7 @@ int start(const void* requester, int need_fork, RAID_CONF* raid_list, ssd_op_tes
         return -1;
     }
     if (need_fork != 0) return run_in_child(run, record->record_no);
-    return run.finish() ? record->record_no : -1;
+    return run.carry_out() ? record->record_no : -1;
 }
-
-}  // namespace
 
 }  // namespace ssd_op::evaluation
-
-extern "C" int NAS_SSD_OP_Test_Start(const void* requester, int need_fork,
-                                     RAID_CONF* local_raid_conf, ssd_op_test_param* param) {
-    using namespace ssd_op;
-    return base::guarded(evaluation::kFunction, -1, [&] {
-        return evaluation::start(requester, need_fork, local_raid_conf, param);
-    });
-}
