@@ -58,7 +58,8 @@ int SSD_OP_Test_Start(ssd_op_test_param* param, ssd_op_db_record* record) {
 
 int SSD_OP_Test_Save_Result(ssd_op_test_param* param, ssd_op_db_record* record) {
     if (param == nullptr || record == nullptr) return parameter_error(__func__);
-    return base::guarded(__func__, -1, [&] { return evaluation::save_results(*param, *record); });
+    return base::guarded(__func__, -1,
+                         [&] { return answer(evaluation::save_results(*param, *record)); });
 }
 
 int NAS_SSD_OP_Test_Stop(const void* requester, int need_fork, int record_no, int raid_id,

@@ -1,6 +1,8 @@
 // Runtime state: what a running test shows to other processes.
 
 #include "base/boundary.h"
+#include "db/queries.h"
+#include "db/records.h"
 #include "exports/answer.h"
 #include "runtime/skip_list.h"
 #include "runtime/state_section.h"
@@ -142,13 +144,13 @@ int SSD_OP_Test_Is_Skip_OP(int record_no, int op) {
 
 int SSD_OP_Test_Get_Status(int record_no, int* status) {
     if (status == nullptr) return -1;
-    *status = SSD_OP_DB_Query_Record_Status(record_no);
+    *status = answer(db::query_status(record_no));
     return 0;
 }
 
 int SSD_OP_Test_Set_Status(int record_no, int status) {
     const runtime::StateSection info = runtime::runtime_info(record_no);
-    const bool stored = SSD_OP_DB_Update_Record_Status(status, record_no) == 0;
+    const bool stored = db::update_status(record_no, status);
     const bool restarted = info.write(runtime::kStepProgress, 0);
     // The copy for readers without the database; the database has the last word, so a copy that
     // cannot be written is no failure.

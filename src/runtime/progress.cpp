@@ -62,7 +62,7 @@ int op_count(const ssd_op_db_record& record) {
 }
 
 std::optional<float> overall_progress(int record_no, const ssd_op_db_record* record) {
-    switch (SSD_OP_DB_Query_Record_Status(record_no)) {
+    switch (db::query_status(record_no).value_or(SSD_OP_TEST_STATUS_STOPPED)) {
         case SSD_OP_TEST_STATUS_NEW:
             return 0.0F;
         case SSD_OP_TEST_STATUS_INITIATING:

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "base/boundary.h"
+#include "db/records.h"
 #include "evaluation/drives/discard.h"
 #include "evaluation/script/script.h"
 #include "evaluation/state/driver_presence.h"
@@ -148,7 +149,7 @@ void Run::fail_test() {
 
 void Run::capture_results() {
     progress_while_finishing(30);
-    if (!succeeds([&] { return save_results(request_, record_) >= 0; })) {
+    if (!succeeds([&] { return save_results(request_, record_); })) {
         SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%d), Record(%d)] Fail to save test result!\n", kFunction,
                  request_.lv_id, record_.record_no);
         succeeded_ = false;
@@ -176,7 +177,7 @@ bool Run::removed_at_once_or_later() {
 
 void Run::store_end_time() {
     record_.end_time = std::time(nullptr);
-    SSD_OP_DB_Update_Record_End_Time(static_cast<int>(record_.end_time), record_.record_no);
+    db::update_end_time(record_.record_no, static_cast<int>(record_.end_time));
 }
 
 void Run::upload() {

@@ -6,6 +6,8 @@
 #include "base/child.h"
 #include "base/file_lock.h"
 #include "db/database.h"
+#include "db/location.h"
+#include "db/records.h"
 #include "evaluation/driver/record_building.h"
 #include "evaluation/driver/request.h"
 #include "evaluation/driver/run.h"
@@ -13,6 +15,7 @@
 #include "evaluation/state/driver_presence.h"
 #include "evaluation/state/raid_ids.h"
 #include "evaluation/storage/storage.h"
+#include "history/history.h"
 #include "platform/naslog.h"
 
 namespace ssd_op::evaluation {
@@ -25,23 +28,23 @@ constexpr const char* kFunction = "NAS_SSD_OP_Test_Start";
 /// between, and the lock is held no longer than that takes.
 db::RecordOwner create_record(const ssd_op_test_param& request,
                               const std::vector<RAID_CONF*>& groups) {
-    SSD_OP_DB_Set_Location(SSD_OP_DB_LOCATION_VOLUME);
+    db::set_location(SSD_OP_DB_LOCATION_VOLUME);
     if (!reserve_raid_ids(groups)) return nullptr;
     db::RecordOwner record = build_record(request, groups);
     int record_no = 0;
     bool created = false;
     {
         const auto lock = base::FileLock::for_writing(db::kDatabaseLock);
-        record_no = SSD_OP_DB_Get_Newest_Record() + 1;
+        record_no = db::query_newest_record().value_or(-1) + 1;
         SM_TRACE(SM_TRACE_INFO, "%s: record_no: %d\n", kFunction, record_no);
-        created = SSD_OP_DB_New_Record(record.get()) == 0;
+        created = db::create_record(*record);
     }
     if (created && record->record_no == record_no) return record;
     SM_TRACE(SM_TRACE_ERROR,
              "%s: [Record(%d)] Failed to new record or record number is different with "
              "datbase(%d)!\n",
              kFunction, record_no, record->record_no);
-    if (created) SSD_OP_DB_Delete_Record(record->record_no);
+    if (created) history::delete_record(record->record_no);
     remove_raid_configurations(groups);
     return nullptr;
 }

@@ -1,6 +1,7 @@
 #include "evaluation/drives/performance.h"
 
 #include "base/boundary.h"
+#include "db/records.h"
 #include "evaluation/drives/drive_figures.h"
 #include "evaluation/drives/groups.h"
 #include "evaluation/state/status.h"
@@ -110,8 +111,8 @@ int measure_all(int record_no, ssd_op_db_raid_conf* groups, RAID_CONF* raid_list
         if (auto* entry = entry_of(groups, drive.dev_id))
             field_of(*entry, sequential, read) = figure;
         const int raid_id = ssd_op_test_get_raid_id(raid_list, drive.dev_id);
-        SSD_OP_DB_Update_Disk_Performance(record_no, raid_id, static_cast<int>(drive.dev_id),
-                                          read ? 0 : 1, sequential ? 1 : 0, figure);
+        db::update_performance(record_no, raid_id, static_cast<int>(drive.dev_id),
+                               {!read, sequential}, figure);
         const auto [enclosure, port] = measurement.slot();
         SM_TRACE(SM_TRACE_ERROR, "%s: (%d, %d, %d, %s, %s) performance_value: %llu %s.\n",
                  kFunction, enclosure, port, raid_id, sequential ? "sequential" : "random",

@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "evaluation/script/script.h"
 #include "evaluation/script/script_files.h"
+#include "history/history.h"
 #include "platform/naslog.h"
 #include "shared/ratios.h"
 
@@ -75,14 +76,14 @@ void fill_results(const std::optional<std::string>& report, ssd_op_db_record& re
 
 }  // namespace
 
-int save_results(const ssd_op_test_param& request, ssd_op_db_record& record) {
+bool save_results(const ssd_op_test_param& request, ssd_op_db_record& record) {
     fill_ratios(request, record);
     SM_TRACE(SM_TRACE_INFO, "%s: ssd_op_db_recordP->count: %d.\n", kFunction, record.count);
     const std::string prefix(base::field_text(request.log_prefix));
     fill_results(report_of(prefix), record);
-    const int result = SSD_OP_DB_Update_Test_Data(&record);
+    const bool stored = history::store_results(record);
     if (!prefix.empty()) delete_script_files(prefix);
-    return result;
+    return stored;
 }
 
 }  // namespace ssd_op::evaluation

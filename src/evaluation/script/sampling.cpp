@@ -46,7 +46,7 @@ class DriveTable {
             return;
         }
         const int id = static_cast<int>(dev_id);
-        drives_.push_back({dev_id, SSD_OP_DB_Query_SSD_Select_No(record_no, raid_id, id)});
+        drives_.push_back({dev_id, db::query_select_no(record_no, raid_id, id).value_or(-1)});
     }
     const std::vector<SampledDrive>& drives() const { return drives_; }
 

@@ -12,8 +12,8 @@ namespace ssd_op::evaluation {
 bool run_script(ssd_op_test_param& request, const ssd_op_db_record& record);
 
 /// Reads the results from the script's report and stores them with the record
-/// (SSD_OP_Test_Save_Result). What storing them returned.
-int save_results(const ssd_op_test_param& request, ssd_op_db_record& record);
+/// (SSD_OP_Test_Save_Result). Whether they were stored.
+bool save_results(const ssd_op_test_param& request, ssd_op_db_record& record);
 
 /// Sets the volume of a running test to a ratio from 0 to 100 (SSD_OP_Test_Block_Discard_Device).
 int set_ratio(int record_no, const char* lv_name, int ratio);

@@ -3,12 +3,16 @@
 /// the evaluation as a whole.
 #pragma once
 
+#include "db/queries.h"
 #include "ssd_op.h"
 
 namespace ssd_op::evaluation {
 
-/// The record's status as the database has it now: how a stop by another process is noticed.
-inline int status_of(int record_no) { return SSD_OP_DB_Query_Record_Status(record_no); }
+/// The record's status as the database has it now: how a stop by another process is noticed. A
+/// record whose status cannot be read counts as stopped.
+inline int status_of(int record_no) {
+    return db::query_status(record_no).value_or(SSD_OP_TEST_STATUS_STOPPED);
+}
 
 /// Whether an evaluation with this status is under way.
 constexpr bool is_running(int status) {

@@ -169,11 +169,11 @@ int stop_records(const StopRequest& request, int need_fork) {
         SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] Type is none!\n", kFunction, request.record_no);
         return -1;
     }
-    const int count = SSD_OP_DB_Query_Record_Count();
-    if (count < 1) {
+    const auto count = db::query_record_count();
+    if (count.value_or(0) < 1) {
         SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] No record in database!\n", kFunction,
                  request.record_no);
-        return std::min(count, 0);
+        return count ? 0 : -1;
     }
     const auto chosen = records_to_stop(request);
     if (!chosen) return -1;

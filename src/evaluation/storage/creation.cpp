@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include "base/boundary.h"
+#include "db/records.h"
 #include "evaluation/drives/discard.h"
 #include "evaluation/drives/groups.h"
 #include "evaluation/drives/performance.h"
@@ -159,7 +160,7 @@ void StorageCreation::store_raid_capacities() {
     for (const RAID_CONF* group : groups_of(raid_list_)) {
         RAID_INFO info{};
         RAID_Get_Info(group->raid_id, 0, &info);
-        SSD_OP_DB_Update_Record_RAID_Capacity(info.capacity_kib, record_.record_no, group->raid_id);
+        db::update_raid_capacity(record_.record_no, group->raid_id, info.capacity_kib);
         for (auto& stored : shared::groups(record_)) {
             if (stored.raid_id == group->raid_id) stored.raid_capacity = info.capacity_kib;
         }
@@ -184,10 +185,10 @@ void StorageCreation::store_sizes(int lv_id) {
     uint64_t sectors = 0;
     LV_Get_Size(lv_id, &sectors);
     const uint64_t size_mib = sectors >> 11;
-    SSD_OP_DB_Update_Record_LV_Size(size_mib, record_.record_no);
+    db::update_lv_size(record_.record_no, size_mib);
     if (request_.test_size != 0) return;
     record_.test_size = size_mib;
-    SSD_OP_DB_Update_Record_Test_Size(size_mib, record_.record_no);
+    db::update_test_size(record_.record_no, size_mib);
 }
 
 bool StorageCreation::passes_checkpoint(const char* checkpoint) const {
