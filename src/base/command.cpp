@@ -1,6 +1,8 @@
 #include "base/command.h"
 
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
 #include <vector>
 
 #include "platform/hal.h"
@@ -51,6 +53,13 @@ std::string inside_double_quotes(std::string_view value) {
 std::string inside_dollar_quotes(std::string_view value) { return with_backslashes(value, "'\\"); }
 
 int run(const std::string& line) { return Get_Command_Result(line.c_str(), nullptr, 0); }
+
+int run_and_wait(const std::string& line) {
+    const auto previous = ::signal(SIGCHLD, SIG_DFL);
+    const int status = std::system(line.c_str());
+    ::signal(SIGCHLD, previous);
+    return status;
+}
 
 Printed run_and_read(const std::string& line, int limit) {
     std::vector<char> buffer(static_cast<size_t>(std::max(limit, 1)), '\0');

@@ -19,6 +19,10 @@ std::string inside_dollar_quotes(std::string_view value);
 /// Runs a line; its output goes where the line sends it. 0 when it succeeded.
 int run(const std::string& line);
 
+/// Runs a line by itself, not through the platform, and gives its wait status; -1 when it cannot be
+/// run. SIGCHLD is at its default meanwhile: a caller that ignores it would make the wait fail.
+int run_and_wait(const std::string& line);
+
 /// What a line printed, up to `limit - 1` bytes, and how it ended.
 struct Printed {
     int result;

@@ -1,6 +1,5 @@
 // Runtime state: what a running test shows to other processes.
 
-#include "base/boundary.h"
 #include "db/queries.h"
 #include "db/records.h"
 #include "exports/answer.h"
@@ -13,31 +12,25 @@ using namespace ssd_op::exports;
 
 namespace {
 
-int get(const std::optional<runtime::StateSection>& section, const char* key, int* value) {
-    const auto stored = section ? section->read(key) : std::nullopt;
-    if (!stored) return -1;
-    *value = *stored;
-    return 0;
-}
-
-int set(const std::optional<runtime::StateSection>& section, const char* key, int value) {
-    return answer(section && section->write(key, value));
+int hand_out(std::optional<int> stored, int* value) {
+    if (stored) *value = *stored;
+    return answer(stored.has_value());
 }
 
 int get_info(int record_no, const char* key, int* value) {
-    return value == nullptr ? -1 : get(runtime::runtime_info(record_no), key, value);
+    return value == nullptr ? -1 : hand_out(runtime::runtime_info(record_no).read(key), value);
 }
 
 int set_info(int record_no, const char* key, int value) {
-    return set(runtime::runtime_info(record_no), key, value);
+    return answer(runtime::runtime_info(record_no).write(key, value));
 }
 
 int get_addon(int record_no, const char* key, int* value) {
-    return value == nullptr ? -1 : get(runtime::addon_section(record_no), key, value);
+    return value == nullptr ? -1 : hand_out(runtime::read_addon(record_no, key), value);
 }
 
 int set_addon(int record_no, const char* key, int value) {
-    return set(runtime::addon_section(record_no), key, value);
+    return answer(runtime::write_addon(record_no, key, value));
 }
 
 }  // namespace
@@ -101,11 +94,13 @@ int SSD_OP_Test_Get_Current_OP_Detail(int record_no, int* detail) {
 
 int SSD_OP_Test_Get_User_Agreement(int* agreement) {
     if (agreement == nullptr) return -1;
-    return get(runtime::addon_global_section(), runtime::kUserAgreement, agreement);
+    const auto section = runtime::addon_global_section();
+    return section ? hand_out(section->read(runtime::kUserAgreement), agreement) : -1;
 }
 
 int SSD_OP_Test_Set_User_Agreement(int agreement) {
-    return set(runtime::addon_global_section(), runtime::kUserAgreement, agreement);
+    const auto section = runtime::addon_global_section();
+    return answer(section && section->write(runtime::kUserAgreement, agreement));
 }
 
 int SSD_OP_Test_Get_Skip_OP_Count(int record_no, int* count) {
@@ -133,11 +128,11 @@ int SSD_OP_Test_Set_Skip_OP_Popup(int record_no, int shown) {
 }
 
 int SSD_OP_Test_Add_Skip_OP(int record_no, int op) {
-    return base::guarded(__func__, -1, [&] { return answer(runtime::add_skipped(record_no, op)); });
+    return answer(runtime::add_skipped(record_no, op));
 }
 
 int SSD_OP_Test_Is_Skip_OP(int record_no, int op) {
-    return base::guarded(__func__, -1, [&] { return answer(runtime::is_skipped(record_no, op)); });
+    return answer(runtime::is_skipped(record_no, op));
 }
 
 /* ---- More than one access ---- */

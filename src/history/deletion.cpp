@@ -9,7 +9,9 @@
 #include "db/record_owner.h"
 #include "db/schema.h"
 #include "db/transaction.h"
+#include "event/event.h"
 #include "history/history.h"
+#include "runtime/state_section.h"
 
 namespace ssd_op::history {
 
@@ -46,7 +48,7 @@ int delete_all() {
     std::vector<int> records(
         static_cast<size_t>(std::max(db::query_record_count().value_or(1), 1)));
     records.resize(static_cast<size_t>(db::query_record_nos(records).value_or(0)));
-    for (const int record_no : records) SSD_OP_Test_Remove_Runtime_Info(record_no);
+    for (const int record_no : records) runtime::remove_state(record_no);
     return delete_in_session(SSD_OP_ALL_RECORDS);
 }
 
@@ -57,7 +59,7 @@ int delete_one(int record_no, std::string& title) {
         return -1;
     }
     title = record->title;
-    SSD_OP_Test_Remove_Runtime_Info(record_no);
+    runtime::remove_state(record_no);
     return delete_in_session(record_no);
 }
 
@@ -71,11 +73,11 @@ int delete_record(int record_no) noexcept {
         const int result = is_all ? delete_all() : delete_one(record_no, title);
         if (result != 0) {
             SM_TRACE(SM_TRACE_ERROR, "%s: Fail to delete data from database.\n", kFunction);
-            SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_DELETE_FAILED, nullptr, nullptr);
+            event::write(nullptr, SSD_OP_EVENT_DELETE_FAILED, nullptr, nullptr);
         } else if (is_all) {
-            SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_ALL_DELETED, nullptr, nullptr);
+            event::write(nullptr, SSD_OP_EVENT_ALL_DELETED, nullptr, nullptr);
         } else {
-            SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_RECORD_DELETED, nullptr, title.c_str());
+            event::write(nullptr, SSD_OP_EVENT_RECORD_DELETED, nullptr, title.c_str());
         }
         return result;
     });

@@ -4,22 +4,22 @@
 
 #include "db/database.h"
 #include "db/queries.h"
+#include "event/event.h"
 #include "history/history.h"
 #include "history/import.h"
+#include "runtime/skip_list.h"
+#include "runtime/state_section.h"
 
 namespace ssd_op::history {
 
 namespace {
 
-constexpr int kSkippedRatio = 254;  // the script's code for a ratio that it could not set
-
 void remember_skipped_ratio(int record_no, int percentage) {
-    const ssd_op_event_step detail{kSkippedRatio, percentage};
-    SSD_OP_Write_System_Log(nullptr, SSD_OP_EVENT_STEP_FAILED, &record_no, &detail);
-    int skipped = 0;
-    SSD_OP_Test_Get_Skip_OP_Count(record_no, &skipped);
-    SSD_OP_Test_Set_Skip_OP_Count(record_no, skipped + 1);
-    SSD_OP_Test_Add_Skip_OP(record_no, percentage);
+    const ssd_op_event_step detail{SSD_OP_STEP_SKIPPED, percentage};
+    event::write(nullptr, SSD_OP_EVENT_STEP_FAILED, &record_no, &detail);
+    const int skipped = runtime::read_addon(record_no, runtime::kSkippedCount).value_or(0);
+    runtime::write_addon(record_no, runtime::kSkippedCount, skipped + 1);
+    runtime::add_skipped(record_no, percentage);
 }
 
 /// Where the table has its two last columns. A table that an older version created got write_amount
@@ -67,7 +67,7 @@ bool import_runtime_report(int record_no, int percentage, const char* path,
                            int reason_code) noexcept {
     constexpr const char* kFunction = "SSD_OP_DB_Update_Runtime_Report";
     if (db::is_unknown(kFunction, record_no)) return false;
-    if (reason_code == kSkippedRatio) remember_skipped_ratio(record_no, percentage);
+    if (reason_code == SSD_OP_STEP_SKIPPED) remember_skipped_ratio(record_no, percentage);
     return db::with_session(kFunction, [&](db::Session& session) {
         const bool imported = import_report(session, record_no, percentage, path);
         SM_TRACE(SM_TRACE_INFO, "%s: %s to import runtime data into record(%d).\n", kFunction,

@@ -7,14 +7,15 @@
 #include <limits>
 #include <string_view>
 
+#include "base/boundary.h"
 #include "base/file_lock.h"
-#include "platform/naslog.h"
 #include "runtime/state_section.h"
 
 namespace ssd_op::runtime {
 
 namespace {
 
+constexpr const char* kAdd = "SSD_OP_Test_Add_Skip_OP";
 constexpr const char* kKey = "skip_op_list";
 constexpr int kTextSize = 256;
 constexpr int kNothing = std::numeric_limits<int>::min();
@@ -51,14 +52,13 @@ bool add(const StateSection& section, int record_no, int op) {
     if (holds(table, count, op)) return true;
     if (count == SSD_OP_MAX_SKIPPED) {
         SM_TRACE(SM_TRACE_ERROR,
-                 "%s: [Record(%d)] %d ratios are skipped already, %d is left out.\n",
-                 "SSD_OP_Test_Add_Skip_OP", record_no, count, op);
+                 "%s: [Record(%d)] %d ratios are skipped already, %d is left out.\n", kAdd,
+                 record_no, count, op);
         return false;
     }
     table[static_cast<size_t>(count++)] = op;
     const std::string text = list_text(table, count);
-    SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] value: %s.\n", "SSD_OP_Test_Add_Skip_OP", record_no,
-             text.c_str());
+    SM_TRACE(SM_TRACE_ERROR, "%s: [Record(%d)] value: %s.\n", kAdd, record_no, text.c_str());
     return Ini_Conf_Set_Field(section.file, section.name, kKey, text.c_str()) >= 0;
 }
 
@@ -83,9 +83,11 @@ std::string list_text(const SkipTable& table, int count) {
     return text;
 }
 
-bool add_skipped(int record_no, int ratio) {
-    const auto section = addon_section(record_no);
-    return section && add(*section, record_no, ratio);
+bool add_skipped(int record_no, int ratio) noexcept {
+    return base::guarded(kAdd, false, [&] {
+        const auto section = addon_section(record_no);
+        return section && add(*section, record_no, ratio);
+    });
 }
 
 std::optional<bool> is_skipped(int record_no, int ratio) {

@@ -19,7 +19,7 @@ int ssd_op_test_parse_int_list(const char* text, SkipTable& table);
 std::string list_text(const SkipTable& table, int count);
 
 /// SSD_OP_Test_Add_Skip_OP.
-bool add_skipped(int record_no, int ratio);
+bool add_skipped(int record_no, int ratio) noexcept;
 /// SSD_OP_Test_Is_Skip_OP; nothing when the add-on is not installed.
 std::optional<bool> is_skipped(int record_no, int ratio);
 

@@ -81,6 +81,16 @@ std::optional<StateSection> addon_section(int record_no) {
     return record_section(path, record_no);
 }
 
+std::optional<int> read_addon(int record_no, const char* key) {
+    const auto section = addon_section(record_no);
+    return section ? section->read(key) : std::nullopt;
+}
+
+bool write_addon(int record_no, const char* key, int value) {
+    const auto section = addon_section(record_no);
+    return section && section->write(key, value);
+}
+
 std::optional<StateSection> addon_global_section() {
     auto section = addon_section(0);
     if (section) base::copy_text(section->name, "Global");

@@ -57,6 +57,8 @@ StateSection runtime_info(int record_no);
 
 /// A record's section in the add-on's file; nothing when the add-on is not installed.
 std::optional<StateSection> addon_section(int record_no);
+std::optional<int> read_addon(int record_no, const char* key);
+bool write_addon(int record_no, const char* key, int value);
 
 /// The section that belongs to no record.
 std::optional<StateSection> addon_global_section();

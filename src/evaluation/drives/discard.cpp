@@ -70,8 +70,7 @@ int start_discard(const DriveName& device, const DiscardOptions& options) {
     return first | base::run(tool + options.range + " &>/dev/null 2>>/dev/null &");
 }
 
-int wait_for_discards(const char* function, std::span<const RequestedDrive> drives,
-                      uint64_t max_gib) {
+bool discards_end(const char* function, std::span<const RequestedDrive> drives, uint64_t max_gib) {
     const auto timeout = static_cast<unsigned>(max_gib);
     SM_TRACE(SM_TRACE_INFO, "%s: max_size: %llu GB.\n", function,
              static_cast<unsigned long long>(max_gib));
@@ -84,13 +83,13 @@ int wait_for_discards(const char* function, std::span<const RequestedDrive> driv
         ++count;
         ::sleep(1);
     }
-    if (!running && count < timeout) return 0;
+    if (!running && count < timeout) return true;
 
     SM_TRACE(SM_TRACE_INFO,
              "%s: kblkdiscard timeout! Kill the processes! finish(%d), count(%u), timeout(%u).\n",
              function, running ? 0 : 1, count, timeout);
     std::for_each(drives.begin(), drives.end(), kill_discard);
-    return -1;
+    return false;
 }
 
 }  // namespace ssd_op::evaluation

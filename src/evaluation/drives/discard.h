@@ -26,10 +26,9 @@ int start_discard(const DriveName& device, const DiscardOptions& options);
 
 /// Waits until no discard of the drives runs any more: one second for each of `max_gib`.
 /// When the time is over, the discards are killed. Messages go out under `function`'s name.
-/// @return 0, or -1 when the time was over. As a discard's end is only believed in before that, a
+/// @return false when the time was over. As a discard's end is only believed in before that, a
 ///         drive below 2 GiB always runs out of time.
-int wait_for_discards(const char* function, std::span<const RequestedDrive> drives,
-                      uint64_t max_gib);
+bool discards_end(const char* function, std::span<const RequestedDrive> drives, uint64_t max_gib);
 
 /// Discards the top `over_provisioning` percent (0 to 100) of the data partitions of the
 /// solid-state drives among `dev_ids`, all cut at the same offset of the smallest partition, and

@@ -50,7 +50,7 @@ int discard_all(RAID_CONF* raid_list) {
         largest = std::max(largest, size_in_bytes(drive));
         result |= start_discard(device, kWholeDevice);
     }
-    return wait_for_discards(kDiscardAll, drives, largest >> 30) == 0 ? result : -1;
+    return discards_end(kDiscardAll, drives, largest >> 30) ? result : -1;
 }
 
 int probe(RAID_CONF* raid_list) {

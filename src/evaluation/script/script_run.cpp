@@ -9,10 +9,10 @@
 #include "base/text.h"
 #include "evaluation/script/script.h"
 #include "evaluation/script/script_files.h"
-#include "evaluation/storage/marks.h"
 #include "event/event.h"
 #include "platform/ini.h"
 #include "platform/naslog.h"
+#include "platform/storage.h"
 #include "runtime/state_section.h"
 
 namespace ssd_op::evaluation {
@@ -78,11 +78,6 @@ std::string script_line(const std::string& directory, const std::string& volume,
     return line + " 0 &>/dev/null 2>>/dev/null";
 }
 
-int run_line(const std::string& line) {
-    const DefaultChildSignal while_waiting;
-    return std::system(line.c_str());
-}
-
 /// How a script's run ended, from the wait status that system() returned.
 struct Outcome {
     explicit Outcome(int status)
@@ -141,7 +136,7 @@ bool run_script(ssd_op_test_param& request, const ssd_op_db_record& record) {
     limits.override_from(kOverrides);
 
     const std::string line = script_line(directory, volume, request, record, limits);
-    const int status = run_line(line);
+    const int status = base::run_and_wait(line);
     const Outcome outcome(status);
     SM_TRACE(SM_TRACE_INFO, "Perform cmd \"%s\" %s, cmd_rsp=%d, reason code:%d.\n", line.c_str(),
              outcome.word, status, outcome.reason);

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 
-#include <signal.h>
 #include <unistd.h>
 
 #include "base/plain_file.h"
@@ -52,19 +51,6 @@ class RemovingMark {
     RemovingMark(const RemovingMark&) = delete;
     RemovingMark& operator=(const RemovingMark&) = delete;
     ~RemovingMark() { ::unlink("/tmp/cv_removing.tmp"); }
-};
-
-/// SIGCHLD at its default while a command is waited for: a caller that ignores the signal would
-/// make the wait fail.
-class DefaultChildSignal {
-  public:
-    DefaultChildSignal() : previous_(::signal(SIGCHLD, SIG_DFL)) {}
-    DefaultChildSignal(const DefaultChildSignal&) = delete;
-    DefaultChildSignal& operator=(const DefaultChildSignal&) = delete;
-    ~DefaultChildSignal() { ::signal(SIGCHLD, previous_); }
-
-  private:
-    sighandler_t previous_;
 };
 
 }  // namespace ssd_op::evaluation

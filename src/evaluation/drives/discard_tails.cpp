@@ -59,7 +59,7 @@ std::vector<RequestedDrive> solid_state_drives(const unsigned* dev_ids, int coun
     return drives;
 }
 
-int discard_ratio(const unsigned* dev_ids, int count, float over_provisioning) {
+int discard_tails(const unsigned* dev_ids, int count, float over_provisioning) {
     SM_TRACE(SM_TRACE_ERROR, "%s: over_provisioning: %s.\n", kFunction,
              base::decimal_text(over_provisioning, 2).c_str());
     if (count < 1) return -1;
@@ -82,14 +82,14 @@ int discard_ratio(const unsigned* dev_ids, int count, float over_provisioning) {
 
     SM_TRACE(SM_TRACE_INFO, "%s: min_size: %llu GB.\n", kFunction,
              static_cast<unsigned long long>(sizes.smallest_kib >> 20));
-    return wait_for_discards(kFunction, drives, sizes.largest_kib >> 20) == 0 ? result : -1;
+    return discards_end(kFunction, drives, sizes.largest_kib >> 20) ? result : -1;
 }
 
 }  // namespace
 
 int ssd_op_test_block_discard_disk(const unsigned* dev_ids, int count, float over_provisioning) {
     return base::guarded(kFunction, -1,
-                         [&] { return discard_ratio(dev_ids, count, over_provisioning); });
+                         [&] { return discard_tails(dev_ids, count, over_provisioning); });
 }
 
 }  // namespace ssd_op::evaluation
