@@ -27,7 +27,6 @@ class Nodes {
 
         explicit Iterator(Node* node = nullptr) : node_(node) {}
         Node& operator*() const { return *node_; }
-        Node* operator->() const { return node_; }
         Iterator& operator++() {
             node_ = node_->next;
             return *this;
@@ -51,13 +50,11 @@ class Nodes {
     Node* head_;
 };
 
-/// Of any list of the interface: a page of records, a runtime report, samples, groups to create.
+/// Of any list of the interface: a page of records, a runtime report, samples.
 template <typename Node>
 Nodes<Node> nodes(Node* head) {
     return Nodes<Node>(head);
 }
-
-inline Nodes<const ssd_op_db_record> records(const ssd_op_db_record* page) { return nodes(page); }
 
 inline Nodes<const ssd_op_db_raid_conf> groups(const ssd_op_db_record& record) {
     return Nodes<const ssd_op_db_raid_conf>(record.raid_conf);

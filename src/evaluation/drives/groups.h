@@ -2,8 +2,11 @@
 /// between its ratios: discards and measurements.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "platform/storage.h"
@@ -20,6 +23,21 @@ std::vector<RAID_CONF*> groups_of(RAID_CONF* raid_list);
 /// The ids in a group's two lists, never beyond them whatever the group's counts say.
 std::span<const uint32_t> members_of(const RAID_CONF& group);
 std::span<const uint32_t> spares_of(const RAID_CONF& group);
+
+/// Calls `visit(member, configuration)` for each RAID group under a pool, until one call returns
+/// false; then false.
+template <typename Visit>
+bool visit_groups_under(int pool_id, Visit visit) {
+    const auto group = std::make_unique<RAID_CONF>();
+    const int count = std::min(Pool_Get_Member_Count(pool_id), kMaxGroups);
+    for (int index = 0; index < count; ++index) {
+        POOL_MEMBER member{};
+        if (Pool_Get_Dev_Member(pool_id, index, &member) != 0 || member.raid_id < 0) continue;
+        if (RAID_Get_Conf(member.raid_id, group.get()) != 0) continue;
+        if (!visit(std::as_const(member), std::as_const(*group))) return false;
+    }
+    return true;
+}
 
 /// A drive of a request, and whether it has a data partition.
 struct RequestedDrive {

@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <memory>
 #include <vector>
 
 #include "base/command.h"
@@ -53,17 +51,14 @@ int RatioStep::take() {
     }
     sectors_ = shrunken_size(pool_id, record->lv_size);
 
-    const auto group = std::make_unique<RAID_CONF>();
-    const int member_count = std::min(Pool_Get_Member_Count(pool_id), kMaxGroups);
-    for (int index = 0; index < member_count; ++index) {
-        POOL_MEMBER member{};
-        if (Pool_Get_Dev_Member(pool_id, index, &member) != 0 || member.raid_id < 0) continue;
-        if (RAID_Get_Conf(member.raid_id, group.get()) != 0) continue;
-        if (status_of(record_no_) != SSD_OP_TEST_STATUS_TESTING) {
-            SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%s)] Testing is stopped.\n", kFunction, lv_name_);
-            return -1;
-        }
-        discard_under(member, *group);
+    const bool is_testing = visit_groups_under(pool_id, [&](const auto& member, const auto& group) {
+        if (status_of(record_no_) != SSD_OP_TEST_STATUS_TESTING) return false;
+        discard_under(member, group);
+        return true;
+    });
+    if (!is_testing) {
+        SM_TRACE(SM_TRACE_ERROR, "%s: [LV(%s)] Testing is stopped.\n", kFunction, lv_name_);
+        return -1;
     }
     if (!together_.empty()) {
         result_ |= ssd_op_test_block_discard_disk(

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdio>
-#include <memory>
 #include <vector>
 
 #include <time.h>
@@ -98,15 +97,10 @@ unsigned long long milliseconds_since(timespec start) {
 
 DriveTable drives_under_volume(int lv_id, int record_no) {
     DriveTable table(kCollect);
-    const auto group = std::make_unique<RAID_CONF>();
-    const int pool_id = LV_Get_Pool_Id(lv_id);
-    const int members = std::min(Pool_Get_Member_Count(pool_id), kMaxGroups);
-    for (int index = 0; index < members; ++index) {
-        POOL_MEMBER member{};
-        if (Pool_Get_Dev_Member(pool_id, index, &member) != 0 || member.raid_id < 0) continue;
-        if (RAID_Get_Conf(member.raid_id, group.get()) != 0) continue;
-        for (const uint32_t id : members_of(*group)) table.add(record_no, member.raid_id, id);
-    }
+    visit_groups_under(LV_Get_Pool_Id(lv_id), [&](const auto& member, const auto& group) {
+        for (const uint32_t id : members_of(group)) table.add(record_no, member.raid_id, id);
+        return true;
+    });
     return table;
 }
 
