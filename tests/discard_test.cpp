@@ -149,11 +149,11 @@ class DeviceDiscard {
 
 TEST_F(Discard, OfALongerNameIsNeitherWaitedForNorKilled) {
     const ssd_op::evaluation::RequestedDrive drive{appliance::drive_id(0), false};
-    const auto wait = [&] { return ssd_op::evaluation::wait_for_discards("test", {&drive, 1}, 4); };
+    const auto wait = [&] { return ssd_op::evaluation::discards_end("test", {&drive, 1}, 4); };
     DeviceDiscard other("/dev/sdaa");
-    EXPECT_EQ(wait(), 0);
+    EXPECT_TRUE(wait());
     DeviceDiscard own("/dev/sda");
-    EXPECT_EQ(wait(), -1);
+    EXPECT_FALSE(wait());
     EXPECT_TRUE(eventually([&] { return !own.running(); }));
     EXPECT_TRUE(other.running());
 }
