@@ -87,7 +87,7 @@ TEST_F(RandomStop, LeavesNothingBehindWheneverItComes) {
                        arguments.type == SSD_OP_STOP_BY_USER ? SSD_OP_TEST_STATUS_STOPPED
                                                              : SSD_OP_TEST_STATUS_FAILED);
         // At this rate of the clock, what programs need to start is nearly all of it.
-        EXPECT_LT(stopped.seconds_to_quiet, 30'000)
+        EXPECT_LT(stopped.seconds_to_quiet, 10'000)
             << "status " << old_status << ", progress " << old_progress;
         expect_drives_are_free(appliance(), groups);
         longest = std::max(longest, stopped.seconds_to_quiet);

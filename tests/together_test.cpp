@@ -364,8 +364,8 @@ TEST_F(Together, NothingIsLostThatHadSucceeded) {
         slot->wait();
         start(slot);
     }
-    ASSERT_TRUE(support::eventually([] { return SSD_OP_DB_Record_Is_Exist(1) == 0; }))
-        << "the limit never dropped a record";
+    // A slow machine may have made too few records for the limit until now.
+    EXPECT_TRUE(support::eventually([] { return SSD_OP_DB_Record_Is_Exist(1) == 0; }));
     support::write_file(kEnd, "");
     // Also shows that no lock is left.
     for (auto& slot : workers) EXPECT_EQ(slot->wait(), support::exited(0));
@@ -381,6 +381,7 @@ TEST_F(Together, NothingIsLostThatHadSucceeded) {
     std::map<long, long> numbers;  // by start time
     for (const support::Row& row : appliance().sql("SELECT start_time, record_no FROM TEST_RECORD"))
         numbers[std::atol(row[0].c_str())] = std::atol(row[1].c_str());
+    EXPECT_GT(oldest, 1) << "the limit never dropped a record";
     int looked_at = 0, kept = 0;
     for (const auto& [start_time, history] : read_logs(started)) {
         SCOPED_TRACE("record begun at " + std::to_string(start_time));
