@@ -14,8 +14,6 @@ namespace cli {
 
 namespace {
 
-constexpr int kAllRecords = -1;
-
 struct Options {
     std::vector<int> record_nos;
     bool all = false;
@@ -46,7 +44,7 @@ void ask(const std::vector<int>& chosen) {
 
 void remove(int record_no) {
     if (SSD_OP_DB_Delete_Record(record_no) == 0) return;
-    throw reported_in_log(record_no == kAllRecords
+    throw reported_in_log(record_no == SSD_OP_ALL_RECORDS
                               ? "The records cannot be deleted."
                               : fmt::format("Record {} cannot be deleted.", record_no));
 }
@@ -58,7 +56,7 @@ void run(const Options& options) {
     refuse_held(chosen, "its record cannot be deleted.");
     if (!options.yes && !chosen.empty()) ask(chosen);
     if (options.all && !chosen.empty()) {
-        remove(kAllRecords);
+        remove(SSD_OP_ALL_RECORDS);
     } else {
         std::for_each(chosen.begin(), chosen.end(), remove);
     }

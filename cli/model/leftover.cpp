@@ -7,12 +7,12 @@
 #include "evaluation/state/ownership.h"
 #include "model/record.h"
 #include "platform/storage.h"
+#include "shared/appliance_state.h"
 
 namespace cli {
 
 using ssd_op::evaluation::Driver;
-using ssd_op::evaluation::Members;
-using ssd_op::evaluation::members_of;
+using ssd_op::evaluation::is_surely_of;
 
 namespace {
 
@@ -22,18 +22,8 @@ bool has_ended(const ssd_op_db_record& record) {
     return !is_running(record.status) && record.status != SSD_OP_TEST_STATUS_NEW;
 }
 
-/// Where the record's group has no drives yet, the driver died: the number was never given back.
-bool is_of(const ssd_op_db_raid_conf& group, const ssd_op_db_record& record) {
-    const Members members = members_of(group);
-    return members == Members::kAll || (members == Members::kNone && record.end_time == 0);
-}
-
-// As the library sees it: services are started while the appliance neither starts nor shuts down.
-constexpr const char* kStartUpMark = "/tmp/opr_run_once_on_boot";
-constexpr const char* kShutdownMark = "/var/kfunc/rcK";
-
 bool services_may_start() {
-    if (::access(kStartUpMark, F_OK) != 0 || ::access(kShutdownMark, F_OK) == 0) return false;
+    if (!shared::appliance_is_up()) return false;
     const std::vector<Record> running = load_running_records();
     return std::none_of(running.begin(), running.end(),
                         [](const Record& other) { return other->stop_service != 0; });
@@ -52,7 +42,8 @@ std::map<int, int> left_groups(const std::vector<Record>& records) {
     for (const Record& record : records) {  // a newer one takes the number from an older
         for (const ssd_op_db_raid_conf& group : shared::groups(*record)) {
             left.erase(group.raid_id);
-            if (has_ended(*record) && RAID_Is_Exist(group.raid_id) != 0 && is_of(group, *record))
+            if (has_ended(*record) && RAID_Is_Exist(group.raid_id) != 0 &&
+                is_surely_of(group, *record))
                 left[group.raid_id] = record->record_no;
         }
     }

@@ -22,4 +22,9 @@ Members members_of(const ssd_op_db_raid_conf& group) {
                : Members::kOthers;
 }
 
+bool is_surely_of(const ssd_op_db_raid_conf& group, const ssd_op_db_record& record) {
+    const Members members = members_of(group);
+    return members == Members::kAll || (members == Members::kNone && record.end_time == 0);
+}
+
 }  // namespace ssd_op::evaluation

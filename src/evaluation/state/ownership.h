@@ -15,4 +15,8 @@ enum class Members {
 };
 Members members_of(const ssd_op_db_raid_conf& group);
 
+/// Whether the group is the record's for certain, whole or not made yet: a number that nothing was
+/// made of was never given back when the driver died.
+bool is_surely_of(const ssd_op_db_raid_conf& group, const ssd_op_db_record& record);
+
 }  // namespace ssd_op::evaluation

@@ -110,12 +110,9 @@ RecordStop::Group RecordStop::look_at(const ssd_op_db_raid_conf& group) const {
     return found;
 }
 
-/// Certain enough to take a group away. A number that nothing was made of yet was never given back
-/// when the driver died.
+/// Certain enough to take a group away.
 bool RecordStop::is_whole(const ssd_op_db_raid_conf& group) const {
-    if (whose(group) != Group::kOwn) return false;
-    const Members members = members_of(group);
-    return members == Members::kAll || (members == Members::kNone && record_.end_time == 0);
+    return whose(group) == Group::kOwn && is_surely_of(group, record_);
 }
 
 bool RecordStop::all_are_whole() const {

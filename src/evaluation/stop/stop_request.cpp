@@ -17,6 +17,7 @@
 #include "platform/naslog.h"
 #include "platform/storage.h"
 #include "runtime/state_section.h"
+#include "shared/appliance_state.h"
 #include "shared/ranges.h"
 
 namespace ssd_op::evaluation {
@@ -190,7 +191,7 @@ int stop_records(const StopRequest& request, int need_fork) {
     // Starting the services takes a while that the caller need not wait. Without a process for it
     // they stay as they are.
     if (need_fork != 0 && !base::fork_process().in_child()) return result;
-    if (wait.services_were_stopped() && services_may_start()) restart_services(kNoRecord);
+    if (wait.services_were_stopped() && shared::appliance_is_up()) restart_services(kNoRecord);
     SM_TRACE(SM_TRACE_INFO, "%s: [Record(%d)] %s to stop SSD OP testing.\n", kFunction,
              request.record_no, result < 0 ? "Fail" : "Succeed");
     return result;

@@ -36,9 +36,6 @@ void stop_service(const char* script, int record_no) {
 
 namespace {
 
-constexpr const char* kStartUpMark = "/tmp/opr_run_once_on_boot";
-constexpr const char* kShutdownMark = "/var/kfunc/rcK";
-
 bool keeps_services_stopped(int record_no) {
     if (!is_running(status_of(record_no))) return false;
     const db::RecordOwner record = db::load_record(record_no);
@@ -56,10 +53,6 @@ bool restart_services(int record_no) {
     });
     if (!needed) Start_Services();
     return !needed;
-}
-
-bool services_may_start() {
-    return ::access(kStartUpMark, F_OK) == 0 && ::access(kShutdownMark, F_OK) != 0;
 }
 
 }  // namespace ssd_op::evaluation

@@ -13,8 +13,4 @@ constexpr int kNoRecord = 0;
 /// @return whether it started them
 bool restart_services(int record_no);
 
-/// Whether the appliance is up, neither starting nor shutting down: only then may a stop start
-/// services.
-bool services_may_start();
-
 }  // namespace ssd_op::evaluation
