@@ -1,7 +1,7 @@
 /// History room: what a test measured, on its way from its files and records into the database, and
 /// out of it again. It may use every room below: the runtime state and the events for a ratio that
-/// was skipped and for records that are deleted. A deletion is one transaction, and so is an import,
-/// save that temperatures of before go in a statement ahead of it.
+/// was skipped and for records that are deleted. A deletion is one transaction, and so is an
+/// import, save that temperatures of before go in a statement ahead of it.
 #pragma once
 
 #include "ssd_op.h"
