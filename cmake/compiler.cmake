@@ -18,9 +18,8 @@ if(CCACHE)
 endif()
 
 if(SSD_OP_SANITIZE OR SSD_OP_FUZZ)
-    # Without any optimisation the drives' simulation would take most of the tests' time.
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
-                        -fno-omit-frame-pointer $<$<CONFIG:Debug>:-O1>)
+                        -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
