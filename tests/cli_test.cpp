@@ -1,6 +1,5 @@
 #include <set>
 
-#include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <signal.h>
@@ -377,8 +376,7 @@ TEST_F(CommandLine, ShowsNoAbsurdFiguresAndNoControlCharacters) {
     new_record(groups, SSD_OP_TEST_STATUS_TESTING);
     Ini_Conf_Set_Field(kRuntimeInfo, "Record_1", "current_op_percentage", "99999");
     EXPECT_THAT(run("status 1").output, Not(HasSubstr("99999")));
-    SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE)
-        .exec("UPDATE TEST_RECORD SET title = '\xC2\x9B[31m \xFF \xC3\xA9'");
+    appliance().run_sql("UPDATE TEST_RECORD SET title = '\xC2\x9B[31m \xFF \xC3\xA9'");
     EXPECT_THAT(run("list").output, HasSubstr("\\xc2\\x9b[31m \\xff \xC3\xA9"));
     EXPECT_EQ(run("list >/dev/full").status, 1);
     EXPECT_EQ(run("list >&-").status, 0);
@@ -420,15 +418,13 @@ TEST_F(CommandLine, LooksAfterTheDatabase) {
     EXPECT_THAT(run("show 1").output, HasSubstr("version 2; ssd-op db upgrade brings it up"));
     EXPECT_EQ(parsed("db upgrade"), json({{"version", 6}, {"records", 1}}));
 
-    SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE)
-        .exec("DELETE FROM TEST_RECORD; DELETE FROM SSD_DEV");
+    appliance().run_sql("DELETE FROM TEST_RECORD; DELETE FROM SSD_DEV");
     const Outcome damaged = run("db check");
     EXPECT_EQ(damaged.status, 1);
     EXPECT_THAT(damaged.output,
                 HasSubstr("1 row of RAID_GROUP lead to nothing in TEST_RECORD: left"));
     EXPECT_THAT(damaged.output, HasSubstr("2 rows of SELECT_DEV lead to nothing in SSD_DEV\n"));
-    SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE)
-        .exec("UPDATE DB_VERSION SET version = 9");
+    appliance().run_sql("UPDATE DB_VERSION SET version = 9");
     EXPECT_THAT(run("db check").output, HasSubstr("9; made by a newer program"));
     for (const std::string& content : {std::string(5000, 'x'), std::string()}) {
         write_file(appliance().database(), content);

@@ -1,6 +1,7 @@
 // Deletion of records, and the limit on how many are kept.
 
-#include <SQLiteCpp/SQLiteCpp.h>
+#include <ostream>
+
 #include <sqlite3.h>
 
 #include "ssd_op.h"
@@ -14,12 +15,24 @@ namespace {
 
 using appliance::drive_id;
 
+/// How many rows each table has.
+struct Rows {
+    int records, groups, drives, results, reports, samples;
+    bool operator==(const Rows&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Rows& rows) {
+    return out << rows.records << " records, " << rows.groups << " groups, " << rows.drives
+               << " drives, " << rows.results << " results, " << rows.reports << " reports, "
+               << rows.samples << " samples";
+}
+
+/// What records have that store_records made: one row in every table each.
+Rows all_of(int count) { return {count, count, count, count, count, count}; }
+
 class Deletion : public support::ApplianceTest {
   protected:
     std::string value(const std::string& query) { return appliance().sql_value(query); }
-    void run_sql(const std::string& statements) {
-        SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE).exec(statements);
-    }
     /// Records 1 to count, each with a row in every table and a runtime state.
     void store_records(int count) {
         for (int record = 1; record <= count; ++record) {
@@ -36,12 +49,16 @@ class Deletion : public support::ApplianceTest {
             SSD_OP_Test_Set_Step_Progress(record, record);
         }
     }
-    /// Rows of TEST_RECORD, RAID_GROUP, SELECT_DEV, TEST_DATA, RUNTIME_REPORT, SSD_RUNTIME_DATA.
-    std::string rows() {
-        return value(
-            "SELECT (SELECT count(*) FROM TEST_RECORD) || (SELECT count(*) FROM RAID_GROUP) || "
-            "(SELECT count(*) FROM SELECT_DEV) || (SELECT count(*) FROM TEST_DATA) || (SELECT "
-            "count(*) FROM RUNTIME_REPORT) || (SELECT count(*) FROM SSD_RUNTIME_DATA)");
+    int rows_of(const std::string& table) {
+        return std::stoi(value("SELECT count(*) FROM " + table));
+    }
+    Rows rows() {
+        return {.records = rows_of("TEST_RECORD"),
+                .groups = rows_of("RAID_GROUP"),
+                .drives = rows_of("SELECT_DEV"),
+                .results = rows_of("TEST_DATA"),
+                .reports = rows_of("RUNTIME_REPORT"),
+                .samples = rows_of("SSD_RUNTIME_DATA")};
     }
     /// Tables with rows that lead to no record, and how many.
     std::string without_record() {
@@ -76,7 +93,7 @@ bool has_runtime_state(int record_no) {
 TEST_F(Deletion, TakesARecordWithAllThatBelongsToIt) {
     store_records(3);
     EXPECT_EQ(SSD_OP_DB_Delete_Record(2), 0);
-    EXPECT_EQ(rows(), "222222");
+    EXPECT_EQ(rows(), all_of(2));
     EXPECT_EQ(records(), "1,3");
     EXPECT_EQ(value("SELECT count(*) FROM SSD_DEV"), "1");
     EXPECT_FALSE(has_runtime_state(2));
@@ -87,7 +104,7 @@ TEST_F(Deletion, TakesARecordWithAllThatBelongsToIt) {
     EXPECT_EQ(SSD_OP_DB_Delete_Record(2), -1) << "it is gone";
     EXPECT_TRUE(appliance().traced("Fail to get record(2) information."));
     EXPECT_TRUE(appliance().traced("Fail to delete data from database."));
-    EXPECT_EQ(rows(), "222222");
+    EXPECT_EQ(rows(), all_of(2));
     EXPECT_EQ(appliance().events().size(), 2U);
 }
 
@@ -95,14 +112,14 @@ TEST_F(Deletion, TakesAllRecordsAndStartsCountingAnew) {
     EXPECT_EQ(SSD_OP_DB_Delete_Record(-1), 0) << "none is fine";
     store_records(3);
     EXPECT_EQ(SSD_OP_DB_Delete_Record(-1), 0);
-    EXPECT_EQ(rows(), "000000");
+    EXPECT_EQ(rows(), all_of(0));
     EXPECT_FALSE(has_runtime_state(1) || has_runtime_state(3));
     EXPECT_EQ(value("SELECT version FROM DB_VERSION"), "6");
     EXPECT_EQ(value("PRAGMA freelist_count"), "0") << "the file is compacted";
     EXPECT_EQ(appliance().events().size(), 2U);
     EXPECT_EQ(support::store_record("first again", {drive_id(0)}), 1);
 
-    run_sql(
+    appliance().run_sql(
         "DROP TRIGGER test_record_trigger; WITH RECURSIVE number(n) AS (SELECT 2 UNION ALL SELECT "
         "n + 1 FROM number WHERE n < 600) INSERT INTO TEST_RECORD(record_no) SELECT n FROM number");
     SSD_OP_Test_Set_Step_Progress(600, 1);
@@ -135,18 +152,22 @@ TEST_F(Deletion, ANumberThatIsGivenAnewBringsNothingBack) {
     SSD_OP_DB_Update_Record_Status(1, 3);
     EXPECT_EQ(records(), "2,3") << "the trigger has dropped the first, and left its rows";
     for (const int record : {2, 3}) EXPECT_EQ(SSD_OP_DB_Delete_Record(record), 0);
-    EXPECT_EQ(rows(), "011111");
+    Rows left = all_of(1);
+    left.records = 0;
+    EXPECT_EQ(rows(), left);
 
-    run_sql(
+    appliance().run_sql(
         "CREATE TRIGGER keep BEFORE DELETE ON TEST_DATA BEGIN SELECT RAISE(ABORT, 'held'); END");
     EXPECT_EQ(support::store_record("heir", {drive_id(1)}), -1);
     EXPECT_TRUE(
         appliance().traced("Fail to delete rows of TEST_DATA, left by dropped records (held)."));
-    EXPECT_EQ(rows(), "011111");
-    run_sql("DROP TRIGGER keep");
+    EXPECT_EQ(rows(), left);
+    appliance().run_sql("DROP TRIGGER keep");
 
     ASSERT_EQ(support::store_record("first again", {drive_id(1)}), 1);
-    EXPECT_EQ(rows(), "111000");
+    EXPECT_EQ(
+        rows(),
+        (Rows{.records = 1, .groups = 1, .drives = 1, .results = 0, .reports = 0, .samples = 0}));
     for (const char* table :
          {"RUNTIME_REPORT", "TEST_DATA", "RAID_GROUP", "SELECT_DEV", "SSD_RUNTIME_DATA"})
         EXPECT_TRUE(appliance().traced("1 rows of " + std::string(table) +
@@ -160,11 +181,11 @@ TEST_F(Deletion, ANumberThatIsGivenAnewBringsNothingBack) {
 
 TEST_F(Deletion, SaysWhatSqliteSaysWhenTheRecordsCannotBeDeleted) {
     store_records(1);
-    run_sql(
+    appliance().run_sql(
         "CREATE TRIGGER keep BEFORE DELETE ON TEST_RECORD BEGIN SELECT RAISE(ABORT, 'no'); END");
     EXPECT_EQ(SSD_OP_DB_Delete_Record(1), SQLITE_CONSTRAINT);
     EXPECT_TRUE(appliance().traced("SSD_OP_DB_Delete_Record: Fail to execute sql(delete."));
-    EXPECT_EQ(rows(), "111111") << "a record that stays keeps its parts";
+    EXPECT_EQ(rows(), all_of(1)) << "a record that stays keeps its parts";
     EXPECT_EQ(appliance().events().size(), 1U);
 }
 
@@ -177,7 +198,7 @@ TEST_F(Deletion, IsWholeOrNothingWhereverItIsKilled) {
         [] { SSD_OP_DB_Delete_Record(1); },
         [&] {
             EXPECT_GE(SSD_OP_DB_Query_Record_Count(), 0) << "undoes what was half done";
-            EXPECT_TRUE(rows() == "111111" || rows() == "000000") << rows();
+            EXPECT_TRUE(rows() == all_of(1) || rows() == all_of(0)) << rows();
             EXPECT_EQ(value("PRAGMA integrity_check"), "ok");
         });
     EXPECT_GT(kills, 5);
@@ -186,7 +207,6 @@ TEST_F(Deletion, IsWholeOrNothingWhereverItIsKilled) {
 TEST_F(Deletion, IsWholeOrNothingWhateverFileCallFails) {
     store_records(2);
     const std::string before = support::read_file(appliance().database());
-    const std::string all = rows();
     int result = 0;
     const int met = support::fail_at_every_file_call(
         {.in_path = "ssd_op.db",
@@ -196,7 +216,7 @@ TEST_F(Deletion, IsWholeOrNothingWhateverFileCallFails) {
              [&] {
                  EXPECT_GE(SSD_OP_DB_Query_Record_Count(), 0);
                  EXPECT_EQ(value("PRAGMA integrity_check"), "ok");
-                 EXPECT_EQ(rows(), result == 0 ? "111111" : "222222");
+                 EXPECT_EQ(rows(), result == 0 ? all_of(1) : all_of(2));
              }});
     EXPECT_GT(met, 100);
 }
@@ -205,11 +225,13 @@ TEST_F(Deletion, OfTheOldestFollowsTheLimit) {
     store_records(8);
     EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 30);
     EXPECT_EQ(SSD_OP_DB_Update_Max_Record_Limit(40), 0);
-    EXPECT_EQ(rows(), "888888");
+    EXPECT_EQ(rows(), all_of(8));
     EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 40);
     EXPECT_EQ(SSD_OP_DB_Update_Max_Record_Limit(5), 0);
     EXPECT_EQ(records(), "4,5,6,7,8");
-    EXPECT_EQ(rows(), "555558") << "samples stay";
+    Rows expected = all_of(5);
+    expected.samples = 8;
+    EXPECT_EQ(rows(), expected) << "samples stay";
     for (const int refused : {0, -1}) EXPECT_EQ(SSD_OP_DB_Update_Max_Record_Limit(refused), -1);
     EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 5);
 
@@ -218,9 +240,10 @@ TEST_F(Deletion, OfTheOldestFollowsTheLimit) {
     SSD_OP_DB_Update_Record_Status(1, 9);
     EXPECT_EQ(records(), "5,6,7,8,9");
 
-    run_sql("DROP TRIGGER test_record_trigger");
+    appliance().run_sql("DROP TRIGGER test_record_trigger");
     EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 30);
-    run_sql("CREATE TRIGGER test_record_trigger AFTER UPDATE ON TEST_RECORD BEGIN SELECT 1; END");
+    appliance().run_sql(
+        "CREATE TRIGGER test_record_trigger AFTER UPDATE ON TEST_RECORD BEGIN SELECT 1; END");
     EXPECT_EQ(SSD_OP_DB_Query_Max_Record_Limit(), 30) << "a text without a limit";
     EXPECT_TRUE(appliance().traced("Fail to query max record limit from database."));
     EXPECT_EQ(SSD_OP_DB_Update_Max_Record_Limit(7), 0);

@@ -64,7 +64,7 @@ class Driver : public ApplianceTest {
     /// A run that failed by itself: the record says so and the closing steps were taken.
     void expect_failed_and_closed(int record_no) {
         const Record record = read_record(record_no);
-        ASSERT_TRUE(record);
+        ASSERT_EQ(record->record_no, record_no);
         EXPECT_EQ(record->status, SSD_OP_TEST_STATUS_FAILED);
         EXPECT_GT(record->end_time, 0);
         EXPECT_EQ(record->count, 3) << "results are captured in any case";
@@ -391,10 +391,7 @@ TEST_F(Driver, ServicesStartAgainWhenTwoFinishTogether) {
     SSD_OP_Test_Set_User_Agreement(1);
     appliance().slow("kanalytic_tool", Nth(1), 1000);
     const auto evaluation = evaluating(groups);
-    EXPECT_TRUE(eventually([&] {
-        const Record record = read_record(other + 1);
-        return record && record->end_time != 0;
-    }));
+    EXPECT_TRUE(eventually([&] { return read_record(other + 1)->end_time != 0; }));
     SSD_OP_Test_Set_Status(other, SSD_OP_TEST_STATUS_COMPLETED);
     EXPECT_EQ(evaluation->wait(), exited(0));
     EXPECT_TRUE(appliance().journal().shows("Start_Services", Times(1)));

@@ -1,6 +1,5 @@
 // Results, runtime reports and temperature samples on their way into the database.
 
-#include <SQLiteCpp/SQLiteCpp.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -26,9 +25,6 @@ class Imports : public support::ApplianceTest {
 
     support::Rows sql(const std::string& query) { return appliance().sql(query); }
     std::string value(const std::string& query) { return appliance().sql_value(query); }
-    void run_sql(const std::string& statements) {
-        SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE).exec(statements);
-    }
 
     int import_report(const std::string& text, int percentage = 10, int reason_code = 0) {
         support::write_file(kFile, text);
@@ -50,7 +46,7 @@ class Imports : public support::ApplianceTest {
     }
     /// The form that the table has in a database that was upgraded.
     void put_amount_last() {
-        run_sql(
+        appliance().run_sql(
             "DROP TABLE RUNTIME_REPORT;"
             "CREATE TABLE RUNTIME_REPORT(percentage INTEGER, time_slap TEXT, result INTEGER, "
             "f_record_no INTEGER);"
@@ -241,7 +237,7 @@ TEST_F(Imports, UpdateKnownResultsAndInsertOthers) {
 
 TEST_F(Imports, KeepTheResultsOfBeforeWhenNewOnesCannotBeStored) {
     ASSERT_EQ(SSD_OP_DB_Update_Test_Result(1, 10, 1, 2), 0);
-    run_sql(
+    appliance().run_sql(
         "CREATE TRIGGER full BEFORE INSERT ON TEST_DATA WHEN NEW.percentage = 30 BEGIN SELECT "
         "RAISE(FAIL, 'no room'); END");
     const Record record = support::empty_record();
@@ -257,7 +253,7 @@ TEST_F(Imports, KeepTheResultsOfBeforeWhenNewOnesCannotBeStored) {
 TEST_F(Imports, AreWholeOrMissingWhereverTheyAreKilled) {
     support::write_file(kFile, long_report(300));
     const int kills = support::kill_at_every_change(
-        "ssd_op.db", [&] { run_sql("DELETE FROM RUNTIME_REPORT"); },
+        "ssd_op.db", [&] { appliance().run_sql("DELETE FROM RUNTIME_REPORT"); },
         [] { SSD_OP_DB_Update_Runtime_Report(1, 10, kFile, 0); },
         [&] {
             EXPECT_THAT(SSD_OP_DB_Query_Record_Runtime_Count(1, 10), ::testing::AnyOf(0, 300));

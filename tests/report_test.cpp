@@ -175,14 +175,10 @@ class Report : public support::ApplianceTest {
     /// Ratios with as many samples as a sheet has room for, from 0 on.
     void add_full_ratios(int count) {
         for (int ratio = 0; ratio < count; ++ratio) add_ratio(ratio, 0);
-        change_database(
+        appliance().run_sql(
             "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 16380) "
             "INSERT INTO RUNTIME_REPORT SELECT percentage, i * 1000, 5000, i, f_record_no "
             "FROM n JOIN TEST_DATA");
-    }
-
-    void change_database(const std::string& statements) {
-        SQLite::Database(appliance().database(), SQLite::OPEN_READWRITE).exec(statements);
     }
 
     int csv() { return SSD_OP_Test_Export_CSV(record_no_, path_, sizeof path_); }
@@ -248,7 +244,7 @@ TEST_F(Report, CsvSaysWhatTheRecordSays) {
     store("Nightly", {{800, 1, {drives[0]}}, {801, 1, {drives[1], drives[2]}}});
     SSD_OP_DB_Update_Record_RAID_Capacity(1048576, record_no_, 800);
     SSD_OP_DB_Update_Record_End_Time(1'700'009'999, record_no_);
-    change_database(
+    appliance().run_sql(
         "UPDATE TEST_RECORD SET nas_mem_info = 'Total Memory(4 KB), \tFree (2 KB),,--';"
         "UPDATE SELECT_DEV SET performance_write_s = '532480', "
         "performance_write_r = '71000', performance_read_s = '543210', "
@@ -331,7 +327,7 @@ TEST_F(Report, WorkbookIsLaidOutForReading) {
     SSD_OP_DB_Update_Record_RAID_Capacity(1048576, record_no_, 800);
     SSD_OP_DB_Update_Record_RAID_Capacity(2097152, record_no_, 801);
     SSD_OP_DB_Update_Record_End_Time(1'700'009'999, record_no_);
-    change_database(
+    appliance().run_sql(
         "UPDATE TEST_RECORD SET nas_mem_info = 'Total Memory(4 KB),Free Memory(2 KB)';"
         "UPDATE SELECT_DEV SET performance_write_s = 1024 * (10 * select_no + 1), "
         "performance_write_r = 10 * select_no + 2, "
@@ -431,7 +427,8 @@ TEST_F(Report, WorkbookIsLaidOutForReading) {
 TEST_F(Report, ShowsTheLocalTime) {
     store("T");
     // The other moment is in the last year that the platform can tell, which an int cannot hold.
-    change_database("UPDATE TEST_RECORD SET start_time = 1588319107, end_time = 67768036191000000");
+    appliance().run_sql(
+        "UPDATE TEST_RECORD SET start_time = 1588319107, end_time = 67768036191000000");
     setenv("TZ", "XXX-5:30", 1);
     EXPECT_THAT(csv_text(), HasSubstr("\nSTART TIME,2020/05/01:13:15:07\n"
                                       "END TIME,2147485547/12/24:09:30:00\n"));
@@ -444,7 +441,7 @@ TEST_F(Report, HasAllSamplesInWhateverOrderTheDatabaseGivesThem) {
     add_ratio(10, 3);
     add_ratio(20, 2);
     const size_t expected = csv_text().size();
-    change_database("CREATE INDEX backwards ON RUNTIME_REPORT(f_record_no, time_slap DESC)");
+    appliance().run_sql("CREATE INDEX backwards ON RUNTIME_REPORT(f_record_no, time_slap DESC)");
     EXPECT_EQ(csv_text().size(), expected);
 }
 
@@ -455,7 +452,7 @@ TEST_F(Report, WorkbookEndsWhereASheetEnds) {
     // more.
     add_ratio(20, 0);
     add_ratio(30, 0);
-    change_database(
+    appliance().run_sql(
         "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 475251) "
         "INSERT INTO RUNTIME_REPORT SELECT ratio, i * 1000, 5000, i, " +
         std::to_string(record_no_) +
@@ -498,7 +495,7 @@ TEST_F(Report, LargeWorkbookIsWrittenRowByRow) {
     const std::string path = "/tmp/SSD over-provisioning test_Large.xlsx";
     EXPECT_THAT(part_of(path, "xl/charts/chart2.xml"), HasSubstr("Sheet1!$D$89:$XFD$89"));
     EXPECT_THAT(part_of(path, "xl/charts/chart2.xml"), Not(HasSubstr("<c:pt ")));
-    change_database("DELETE FROM RUNTIME_REPORT WHERE percentage = 10");
+    appliance().run_sql("DELETE FROM RUNTIME_REPORT WHERE percentage = 10");
     EXPECT_GT(memory_of_export(), 60 << 10) << "an ordinary one";
     EXPECT_THAT(part_of(path, "xl/charts/chart2.xml"), HasSubstr("<c:pt "));
 }
@@ -508,7 +505,7 @@ TEST_F(Report, SaysWhereTheDatabaseFailed) {
     add_ratio(10, 3);
     add_ratio(20, 3);
     // A ratio whose rows cannot be read.
-    change_database(
+    appliance().run_sql(
         "ALTER TABLE RUNTIME_REPORT RENAME TO ROWS_THAT_WERE;"
         "CREATE VIEW RUNTIME_REPORT AS SELECT rowid, percentage, time_slap, "
         "CASE percentage WHEN 10 THEN abs(-9223372036854775807 - 1) ELSE result END "
@@ -524,7 +521,7 @@ TEST_F(Report, SaysWhereTheDatabaseFailed) {
         Contains("series '20%' Sheet1!$D$90:$F$90 Sheet1!$D$91:$F$91 points 3,3 smooth True"));
     EXPECT_EQ(charts_in(shown).size(), 8U) << "four charts, one curve each";
 
-    change_database("DROP TABLE TEST_DATA");
+    appliance().run_sql("DROP TABLE TEST_DATA");
     EXPECT_THAT(csv_text(), EndsWith("[ OVER-PROVISIONING EVALUATION ]\nNG\n\n[ TEST RESULT ]\n"));
     shown = xlsx_lines();
     EXPECT_THAT(shown, IsSupersetOf({"A61 plain 'NG!!!'"s, "merged A61:L61 title"s,

@@ -71,7 +71,7 @@ TEST_F(StorageCreation, MeasuresTheDrivesAndStoresTheSizes) {
     ASSERT_GE(lv_id, 1568) << appliance().journal();
 
     const Record stored = read_record(record->record_no);
-    ASSERT_TRUE(stored);
+    ASSERT_EQ(stored->record_no, record->record_no);
     uint64_t sectors = 0;
     LV_Get_Size(lv_id, &sectors);
     EXPECT_EQ(stored->lv_size, sectors / 2048);

@@ -214,6 +214,10 @@ std::string Appliance::sql_value(const std::string& query) const {
     return rows[0][0];
 }
 
+void Appliance::run_sql(const std::string& statements) {
+    SQLite::Database(database(), SQLite::OPEN_READWRITE).exec(statements);
+}
+
 std::ostream& operator<<(std::ostream& out, const Event& event) {
     return out << "event " << event.type << " (" << event.user << ' ' << event.address
                << "): " << event.description;

@@ -98,6 +98,8 @@ class Appliance {
     Rows sql(const std::string& query) const;
     /// The only value of a query.
     std::string sql_value(const std::string& query) const;
+    /// Statements on the record database, for what the library itself would not write.
+    void run_sql(const std::string& statements);
 
   private:
     Appliance& override_with(std::function<void()> what);

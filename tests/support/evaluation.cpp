@@ -16,14 +16,6 @@
 
 namespace support {
 
-namespace {
-
-Record empty_record() {
-    return Record(static_cast<ssd_op_db_record*>(std::calloc(1, sizeof(ssd_op_db_record))));
-}
-
-}  // namespace
-
 Groups& Groups::add(int level, const std::vector<int>& members, const std::vector<int>& spares) {
     auto group = std::make_unique<RAID_CONF>();
     group->raid_id = -1;
@@ -70,13 +62,6 @@ Record new_record(Groups& groups, int status, int stop_service) {
     }
     if (SSD_OP_DB_New_Record(record.get()) != 0) throw std::runtime_error("no record made");
     SSD_OP_Test_Set_Status(record->record_no, status);
-    return record;
-}
-
-Record read_record(int record_no) {
-    Record record = empty_record();
-    if (SSD_OP_DB_Query_Record(record_no, record.get()) != 0) return nullptr;
-    SSD_OP_DB_Query_Record_Test_Data(record.get(), record_no);
     return record;
 }
 

@@ -9,6 +9,7 @@
 #include "platform/storage.h"
 #include "ssd_op.h"
 #include "support/appliance.h"
+#include "support/records.h"
 
 namespace support {
 
@@ -31,15 +32,8 @@ class Groups {
 
 ssd_op_test_param request(int min_op, int max_op, int interval, const std::string& title = "T");
 
-struct FreeRecord {
-    void operator()(ssd_op_db_record* record) const { SSD_OP_DB_Free_Record(record); }
-};
-using Record = std::unique_ptr<ssd_op_db_record, FreeRecord>;
-
 /// A record of the groups in the database, with this status.
 Record new_record(Groups& groups, int status, int stop_service = 0);
-/// A record read from the database; null when it is not there.
-Record read_record(int record_no);
 int status_of(int record_no);
 
 /// Runs statements on the database while evaluations use it: under the lock of the library.

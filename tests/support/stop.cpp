@@ -68,7 +68,7 @@ Stopped stop(RunningEvaluation& evaluation, const StopArguments& arguments) {
 
 void expect_stopped(Appliance& appliance, int record_no, int status) {
     const Record record = read_record(record_no);
-    ASSERT_TRUE(record);
+    ASSERT_EQ(record->record_no, record_no);
     EXPECT_EQ(record->status, status);
     EXPECT_GT(record->end_time, 0);
     EXPECT_EQ(record->count, (record->max_op - record->min_op) / record->interval + 1);
