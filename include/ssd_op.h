@@ -452,7 +452,7 @@ SSD_OP_API int SSD_OP_DB_Query_SSD_Runtime_Data(ssd_op_db_ssd_dev *ssd, int reco
  *                most SSD_OP_MAX_RATIOS. Not changed.
  * @return also -1 without a record or without results
  */
-SSD_OP_API int SSD_OP_DB_Update_Test_Data(ssd_op_db_record *record);
+SSD_OP_API int SSD_OP_DB_Update_Test_Data(const ssd_op_db_record *record);
 
 /** The same for one ratio. */
 SSD_OP_API int SSD_OP_DB_Update_Test_Result(int record_no, int percentage, long double result_1,
@@ -551,7 +551,8 @@ SSD_OP_API int SSD_OP_Test_Set_Stop_Service_PID(int record_no, int pid);
  * @param op_count  receives the count; damaged limits can make it 0 or less
  * @return 0; -1 when the record has to be read and cannot be, *op_count then stays as it was
  */
-SSD_OP_API int SSD_OP_Test_Get_OP_Count(int record_no, ssd_op_db_record *record, int *op_count);
+SSD_OP_API int SSD_OP_Test_Get_OP_Count(int record_no, const ssd_op_db_record *record,
+                                        int *op_count);
 /** Publish the count for readers of the file. */
 SSD_OP_API int SSD_OP_Test_Set_OP_Count(int record_no, int op_count);
 
@@ -671,7 +672,8 @@ SSD_OP_API int SSD_OP_Test_Get_Current_OP_Test_Value(int record_no, long double 
  *
  * @return 0
  */
-SSD_OP_API int SSD_OP_Test_Get_Progress(int record_no, ssd_op_db_record *record, float *progress);
+SSD_OP_API int SSD_OP_Test_Get_Progress(int record_no, const ssd_op_db_record *record,
+                                        float *progress);
 
 /**
  * Estimated seconds until the script is done: what the current ratio has left, and for each ratio
@@ -680,11 +682,11 @@ SSD_OP_API int SSD_OP_Test_Get_Progress(int record_no, ssd_op_db_record *record,
  *
  * @return 0; -1 when the record has to be read and cannot be
  */
-SSD_OP_API int SSD_OP_Test_Get_Remain_Time(int record_no, ssd_op_db_record *record,
+SSD_OP_API int SSD_OP_Test_Get_Remain_Time(int record_no, const ssd_op_db_record *record,
                                            unsigned long long *seconds);
 
 /** Steps of the whole test: ratios times steps for each. -1 when one of them is not known. */
-SSD_OP_API int SSD_OP_Test_Get_Total_Test_Count(int record_no, ssd_op_db_record *record,
+SSD_OP_API int SSD_OP_Test_Get_Total_Test_Count(int record_no, const ssd_op_db_record *record,
                                                 int *total);
 
 /**
@@ -695,7 +697,7 @@ SSD_OP_API int SSD_OP_Test_Get_Total_Test_Count(int record_no, ssd_op_db_record 
  *
  * @return 0; -1 when the record has to be read and cannot be
  */
-SSD_OP_API int SSD_OP_Test_Get_Complete_Test_Count(int record_no, ssd_op_db_record *record,
+SSD_OP_API int SSD_OP_Test_Get_Complete_Test_Count(int record_no, const ssd_op_db_record *record,
                                                    int *complete);
 
 /* ---- Events ---- */
@@ -848,7 +850,7 @@ SSD_OP_API int SSD_OP_Test_Start(ssd_op_test_param *param, ssd_op_db_record *rec
  *                file or above 64 MiB.
  * @return what SSD_OP_DB_Update_Test_Data returned
  */
-SSD_OP_API int SSD_OP_Test_Save_Result(ssd_op_test_param *param, ssd_op_db_record *record);
+SSD_OP_API int SSD_OP_Test_Save_Result(const ssd_op_test_param *param, ssd_op_db_record *record);
 
 enum {                          /* type for NAS_SSD_OP_Test_Stop */
        SSD_OP_STOP_NONE = 0,    /* refused */

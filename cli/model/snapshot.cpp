@@ -42,7 +42,7 @@ void add_activity(Snapshot& snapshot, ssd_op_db_record& record) {
     }
 }
 
-void add_figures(Snapshot& snapshot, ssd_op_db_record& record) {
+void add_figures(Snapshot& snapshot, const ssd_op_db_record& record) {
     SSD_OP_Test_Get_Current_OP_Running_Step(snapshot.record_no, &snapshot.step);
     SSD_OP_Test_Get_Current_OP_Total_Step(snapshot.record_no, &snapshot.step_count);
     if (snapshot.step > snapshot.step_count) snapshot.step = 0;
@@ -72,7 +72,7 @@ void add_driver(Snapshot& snapshot, ssd_op_db_record& record) {
         snapshot.driver = Driver::kGone;
 }
 
-double percent_of(ssd_op_db_record& record) {
+double percent_of(const ssd_op_db_record& record) {
     if (record.status == SSD_OP_TEST_STATUS_COMPLETED) return 100;
     float percent = 0;
     if (!is_running(record.status)) return 0;

@@ -56,7 +56,7 @@ int SSD_OP_Test_Start(ssd_op_test_param* param, ssd_op_db_record* record) {
                          [&] { return answer(evaluation::run_script(*param, *record)); });
 }
 
-int SSD_OP_Test_Save_Result(ssd_op_test_param* param, ssd_op_db_record* record) {
+int SSD_OP_Test_Save_Result(const ssd_op_test_param* param, ssd_op_db_record* record) {
     if (param == nullptr || record == nullptr) return parameter_error(__func__);
     return base::guarded(__func__, -1,
                          [&] { return answer(evaluation::save_results(*param, *record)); });

@@ -10,7 +10,7 @@
 using namespace ssd_op;
 using namespace ssd_op::exports;
 
-int SSD_OP_DB_Update_Test_Data(ssd_op_db_record* record) {
+int SSD_OP_DB_Update_Test_Data(const ssd_op_db_record* record) {
     return record == nullptr ? no_input(__func__) : answer(history::store_results(*record));
 }
 

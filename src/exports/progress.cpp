@@ -30,7 +30,7 @@ int with_record(base::Caller caller, int record_no, const ssd_op_db_record* reco
 
 }  // namespace
 
-int SSD_OP_Test_Get_OP_Count(int record_no, ssd_op_db_record* record, int* op_count) {
+int SSD_OP_Test_Get_OP_Count(int record_no, const ssd_op_db_record* record, int* op_count) {
     if (op_count == nullptr) return -1;
     return with_record(__func__, record_no, record, [&](const ssd_op_db_record& known) {
         *op_count = runtime::op_count(known);
@@ -63,7 +63,7 @@ int SSD_OP_Test_Get_Current_OP_Start_Time(int record_no, unsigned long long* sta
     });
 }
 
-int SSD_OP_Test_Get_Progress(int record_no, ssd_op_db_record* record, float* progress) {
+int SSD_OP_Test_Get_Progress(int record_no, const ssd_op_db_record* record, float* progress) {
     if (progress == nullptr) return 0;
     return base::guarded(__func__, 0, [&] {
         *progress = runtime::overall_progress(record_no, record).value_or(*progress);
@@ -71,7 +71,7 @@ int SSD_OP_Test_Get_Progress(int record_no, ssd_op_db_record* record, float* pro
     });
 }
 
-int SSD_OP_Test_Get_Remain_Time(int record_no, ssd_op_db_record* record,
+int SSD_OP_Test_Get_Remain_Time(int record_no, const ssd_op_db_record* record,
                                 unsigned long long* seconds) {
     if (seconds == nullptr) return -1;
     *seconds = 0;
@@ -81,7 +81,7 @@ int SSD_OP_Test_Get_Remain_Time(int record_no, ssd_op_db_record* record,
     });
 }
 
-int SSD_OP_Test_Get_Total_Test_Count(int record_no, ssd_op_db_record* record, int* total) {
+int SSD_OP_Test_Get_Total_Test_Count(int record_no, const ssd_op_db_record* record, int* total) {
     if (total == nullptr) return -1;
     return with_record(__func__, record_no, record, [&](const ssd_op_db_record& known) {
         const auto steps = runtime::total_steps(record_no, known);
@@ -90,7 +90,8 @@ int SSD_OP_Test_Get_Total_Test_Count(int record_no, ssd_op_db_record* record, in
     });
 }
 
-int SSD_OP_Test_Get_Complete_Test_Count(int record_no, ssd_op_db_record* record, int* complete) {
+int SSD_OP_Test_Get_Complete_Test_Count(int record_no, const ssd_op_db_record* record,
+                                        int* complete) {
     if (complete == nullptr) return -1;
     return with_record(__func__, record_no, record, [&](const ssd_op_db_record& known) {
         *complete = runtime::complete_steps(record_no, known).value_or(*complete);
