@@ -26,7 +26,7 @@ constexpr const char* kExitCodes =
     "Example:\n"
     "  ssd-op start --raid 5 --drives sda,sdb,sdc,sdd --foreground";
 
-void add_commands(CLI::App& app) {
+void add_commands(cli::Arguments& app) {
     cli::add_drives_command(app);
     cli::add_start_command(app);
     cli::add_status_command(app);
@@ -51,16 +51,11 @@ void open_closed_streams() {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app("Evaluates how much over-provisioning SSDs need.", "ssd-op");
-    app.require_subcommand(1);
+    cli::Arguments app("Evaluates how much over-provisioning SSDs need.", "ssd-op");
+    app.require_one_subcommand();
     app.footer(kExitCodes);
     add_commands(app);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? cli::kDone : cli::kWrongUsage;
-    }
-    return cli::kDone;
+    return app.parse(argc, argv).value_or(0) == 0 ? cli::kDone : cli::kWrongUsage;
 }
 
 int run_and_tell_failure(int argc, char** argv) {

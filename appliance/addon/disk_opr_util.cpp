@@ -9,18 +9,20 @@
 #include <functional>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "addon/drive_reading.h"
 #include "addon/progress.h"
 #include "addon/steady_state.h"
 #include "platform/storage.h"
+#include "shared/command_line.h"
 #include "ssd_op.h"
 
 namespace appliance::addon {
 
 namespace {
+
+using ssd_op::shared::Arguments;
 
 enum ExitCode {
     kOk = 0,
@@ -84,82 +86,78 @@ struct Request {
     std::function<int()> action;
 };
 
-CLI::App* add_command(CLI::App& app, Request& request, const char* name, const char* description,
+Arguments add_command(Arguments& app, Request& request, const char* name, const char* description,
                       std::function<int()> action) {
-    CLI::App* command = app.add_subcommand(name, description);
-    command->add_option("record", request.record_no, "Record number")
-        ->required()
-        ->check(CLI::PositiveNumber);
-    command->add_option("volume", request.volume, "Test volume, for example /dev/mapper/lv1568")
-        ->required();
-    command->callback([&request, action = std::move(action)] { request.action = action; });
+    Arguments command = app.subcommand(name, description);
+    command.add("record", request.record_no, "Record number").required().positive();
+    command.add("volume", request.volume, "Test volume, for example /dev/mapper/lv1568").required();
+    command.callback([&request, action = std::move(action)] { request.action = action; });
     return command;
 }
 
-void add_measuring_commands(CLI::App& app, Request& request) {
-    auto* set =
+void add_measuring_commands(Arguments& app, Request& request) {
+    Arguments set =
         add_command(app, request, "set-op", "Set an OP ratio; prints the volume's size in MiB",
                     [&] { return set_op(request.record_no, request.volume, request.ratio); });
-    set->add_option("ratio", request.ratio, "Percent to leave free")
-        ->required()
-        ->check(CLI::Range(0, 100));
+    set.add("ratio", request.ratio, "Percent to leave free").required().between(0, 100);
 
-    auto* take =
+    Arguments take =
         add_command(app, request, "sample",
                     "Append the drives' temperatures to a file; prints KiB written by the "
                     "host, KiB written to the flash, highest temperature",
                     [&] { return sample(request.record_no, request.time_ms, request.file); });
-    take->add_option("time", request.time_ms, "Milliseconds since the ratio's start")->required();
-    take->add_option("file", request.file, "Temperature file")->required();
+    take.add("time", request.time_ms, "Milliseconds since the ratio's start").required();
+    take.add("file", request.file, "Temperature file").required();
 
-    auto* steady =
-        app.add_subcommand("steady", "Exit status 0 when five rounds are steady, else 1");
-    steady->add_option("iops", request.rounds, "IOPS of five rounds, the oldest first")->required();
-    steady->callback(
+    Arguments steady =
+        app.subcommand("steady", "Exit status 0 when five rounds are steady, else 1");
+    steady.add("iops", request.rounds, "IOPS of five rounds, the oldest first").required();
+    steady.callback(
         [&] { request.action = [&] { return is_steady(request.rounds) ? kOk : kFailed; }; });
 }
 
-void add_storing_commands(CLI::App& app, Request& request) {
-    auto* report =
+void add_storing_commands(Arguments& app, Request& request) {
+    Arguments report =
         add_command(app, request, "import-report", "Import a ratio's runtime report", [&] {
             return SSD_OP_DB_Update_Runtime_Report(request.record_no, request.ratio,
                                                    request.file.c_str(), request.reason_code) == 0
                        ? kOk
                        : kFailed;
         });
-    auto* observed = add_command(
+    Arguments observed = add_command(
         app, request, "store", "Store new lines of a ratio's report, and its temperatures", [&] {
             return store(request.record_no, request.ratio, request.file, request.temperatures);
         });
-    auto* result = add_command(app, request, "store-result", "Store a ratio's two results", [&] {
-        return SSD_OP_DB_Update_Test_Result(request.record_no, request.ratio, request.results[0],
-                                            request.results[1]) == 0
-                   ? kOk
-                   : kFailed;
-    });
-    for (auto* command : {report, observed, result})
-        command->add_option("ratio", request.ratio, "OP ratio, percent")->required();
-    for (auto* command : {report, observed})
-        command->add_option("file", request.file, "File with lines of the report")->required();
-    report->add_option("reason", request.reason_code, "0, or 254: the ratio is skipped");
-    observed->add_option("temperatures", request.temperatures, "Temperature file")->required();
-    result->add_option("results", request.results, "Write amplification, IOPS")->required();
+    Arguments result =
+        add_command(app, request, "store-result", "Store a ratio's two results", [&] {
+            return SSD_OP_DB_Update_Test_Result(request.record_no, request.ratio,
+                                                request.results[0], request.results[1]) == 0
+                       ? kOk
+                       : kFailed;
+        });
+    for (Arguments command : {report, observed, result})
+        command.add("ratio", request.ratio, "OP ratio, percent").required();
+    for (Arguments command : {report, observed})
+        command.add("file", request.file, "File with lines of the report").required();
+    report.add("reason", request.reason_code, "0, or 254: the ratio is skipped");
+    observed.add("temperatures", request.temperatures, "Temperature file").required();
+    result.add("results", request.results, "Write amplification, IOPS").required();
 }
 
-void add_progress_commands(CLI::App& app, Request& request) {
-    auto* show = add_command(
+void add_progress_commands(Arguments& app, Request& request) {
+    Arguments show = add_command(
         app, request, "progress", "Publish progress; exit status 3 when the test was stopped",
         [&] { return progress(request.record_no, request.volume, request.status, request.keys); });
-    show->add_option("--ratio", request.keys.percentage, "Ratio; -1 for the initial fill");
-    show->add_option("--steps", request.keys.total_step, "Steps of a ratio");
-    show->add_option("--step", request.keys.running_step, "Step running now, from 1");
-    show->add_option("--start", request.keys.start_time, "Ratio's start, seconds since the epoch");
-    show->add_option("--script-progress", request.keys.script_progress,
-                     "Percent of the script done before this ratio");
-    show->add_option("--percent", request.status.percent, "Progress of the ratio");
-    show->add_option("--eta", request.status.eta_seconds, "Seconds left for the ratio");
-    show->add_option("--written", request.status.written_kib, "KiB written since its start");
-    show->add_option("--iops", request.status.iops, "Rate of the latest step");
+    show.add("--ratio", request.keys.percentage, "Ratio; -1 for the initial fill");
+    show.add("--steps", request.keys.total_step, "Steps of a ratio");
+    show.add("--step", request.keys.running_step, "Step running now, from 1");
+    show.add("--start", request.keys.start_time, "Ratio's start, seconds since the epoch");
+    show.add("--script-progress", request.keys.script_progress,
+             "Percent of the script done before this ratio");
+    show.add("--percent", request.status.percent, "Progress of the ratio");
+    show.add("--eta", request.status.eta_seconds, "Seconds left for the ratio");
+    show.add("--written", request.status.written_kib, "KiB written since its start");
+    show.add("--iops", request.status.iops, "Rate of the latest step");
     request.keys.detail = 1;
 
     add_command(app, request, "finish", "Publish that the script is done",
@@ -167,17 +165,13 @@ void add_progress_commands(CLI::App& app, Request& request) {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app("Helper of the over-provisioning test scripts", "disk_opr_util");
-    app.require_subcommand(1);
+    Arguments app("Helper of the over-provisioning test scripts", "disk_opr_util");
+    app.require_one_subcommand();
     Request request;
     add_measuring_commands(app, request);
     add_storing_commands(app, request);
     add_progress_commands(app, request);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kOk : kBadArguments;
-    }
+    if (const auto code = app.parse(argc, argv)) return *code == 0 ? kOk : kBadArguments;
     return request.action();
 }
 

@@ -7,14 +7,15 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "core/call.h"
 #include "core/query.h"
+#include "shared/command_line.h"
 
 namespace {
 
+using ssd_op::shared::Arguments;
 using Row = std::vector<std::string>;
 
 /// A part of the state that can be shown as a table.
@@ -83,22 +84,22 @@ void show(SQLite::Statement query) {
     print_table(std::move(rows));
 }
 
-void add_views(CLI::App& app) {
+void add_views(Arguments& app) {
     for (const View& view : kViews) {
-        app.add_subcommand(view.name, view.help)->callback([&view] {
+        app.subcommand(view.name, view.help).callback([&view] {
             show(appliance::statement(view.sql));
         });
     }
 }
 
-void add_journal(CLI::App& app) {
+void add_journal(Arguments& app) {
     static std::string name = "*";
     static int last = 50;
-    CLI::App* journal = app.add_subcommand("journal", "Platform calls and started programs");
-    journal->add_option("--name", name, "Only calls of this name; * and ? stand for any text");
-    journal->add_option("--last", last, "At most so many, the last ones")->capture_default_str();
-    journal->footer("Example: appliance-ctl journal --name 'NAS_*' --last 10");
-    journal->callback([] {
+    Arguments journal = app.subcommand("journal", "Platform calls and started programs");
+    journal.add("--name", name, "Only calls of this name; * and ? stand for any text");
+    journal.add("--last", last, "At most so many, the last ones").shows_default();
+    journal.footer("Example: appliance-ctl journal --name 'NAS_*' --last 10");
+    journal.callback([] {
         show(appliance::statement(
             "SELECT time, pid, name, result, arguments FROM (SELECT row_no, strftime('%H:%M:%f', "
             "time, 'unixepoch', 'localtime') AS time, pid, name, result, arguments FROM journal "
@@ -107,12 +108,12 @@ void add_journal(CLI::App& app) {
     });
 }
 
-void add_set(CLI::App& app) {
+void add_set(Arguments& app) {
     static std::string key, value;
-    CLI::App* set = app.add_subcommand("set", "Give the appliance another value of its own");
-    set->add_option("KEY", key, "For example cpu_info, system_version, memory_slot_2")->required();
-    set->add_option("VALUE", value, "For example 8192 DDR4")->required();
-    set->callback([] { appliance::set_setting(key, value); });
+    Arguments set = app.subcommand("set", "Give the appliance another value of its own");
+    set.add("KEY", key, "For example cpu_info, system_version, memory_slot_2").required();
+    set.add("VALUE", value, "For example 8192 DDR4").required();
+    set.callback([] { appliance::set_setting(key, value); });
 }
 
 struct FaultRequest {
@@ -121,56 +122,54 @@ struct FaultRequest {
     int64_t value = 0;
 };
 
-void add_fault_kind(CLI::App& fault, const char* kind_name, const char* help,
+void add_fault_kind(Arguments& fault, const char* kind_name, const char* help,
                     appliance::FaultKind kind, const char* value_help) {
     static FaultRequest request;
-    CLI::App* command = fault.add_subcommand(kind_name, help);
-    command->add_option("NAME", request.name, "A platform call or program")->required();
-    if (value_help != nullptr) command->add_option("VALUE", request.value, value_help)->required();
-    command->add_option("--nth", request.nth,
-                        "Only its n-th use, counted from now; 0 means every use");
-    command->callback(
+    Arguments command = fault.subcommand(kind_name, help);
+    command.add("NAME", request.name, "A platform call or program").required();
+    if (value_help != nullptr) command.add("VALUE", request.value, value_help).required();
+    command.add("--nth", request.nth, "Only its n-th use, counted from now; 0 means every use");
+    command.callback(
         [kind] { appliance::set_fault(request.name, request.nth, kind, request.value); });
 }
 
-void add_faults(CLI::App& app) {
+void add_faults(Arguments& app) {
     using appliance::FaultKind;
-    CLI::App* fault = app.add_subcommand("fault", "Make a platform call or a program fail");
-    fault->require_subcommand(1);
-    fault->footer(
+    Arguments fault = app.subcommand("fault", "Make a platform call or a program fail");
+    fault.require_one_subcommand();
+    fault.footer(
         "Examples: appliance-ctl fault return NAS_Pool_Remove -1 --nth 1\n"
         "          appliance-ctl fault slow kblkdiscard 5000");
-    add_fault_kind(*fault, "return", "It does nothing and returns a value", FaultKind::kReturn,
+    add_fault_kind(fault, "return", "It does nothing and returns a value", FaultKind::kReturn,
                    "What it returns");
-    add_fault_kind(*fault, "slow", "It is late", FaultKind::kSlow,
+    add_fault_kind(fault, "slow", "It is late", FaultKind::kSlow,
                    "Milliseconds of the appliance's clock");
-    add_fault_kind(*fault, "kill", "Its process is killed before it works", FaultKind::kKill,
+    add_fault_kind(fault, "kill", "Its process is killed before it works", FaultKind::kKill,
                    nullptr);
-    add_fault_kind(*fault, "kill-after", "Its process is killed after it worked",
+    add_fault_kind(fault, "kill-after", "Its process is killed after it worked",
                    FaultKind::kKillAfter, nullptr);
-    fault->add_subcommand("list", "The faults that are set, and how often their calls were used")
-        ->callback([] {
+    fault.subcommand("list", "The faults that are set, and how often their calls were used")
+        .callback([] {
             show(appliance::statement(
                 "SELECT name, nth, kind, value, coalesce(count, 0) AS uses FROM fault "
                 "LEFT JOIN call_count USING (name) ORDER BY fault_no"));
         });
-    fault->add_subcommand("clear", "Remove all faults")->callback(appliance::clear_faults);
+    fault.subcommand("clear", "Remove all faults").callback(appliance::clear_faults);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     try {
-        CLI::App app("Look into this simulated appliance, and make its calls fail.");
-        app.require_subcommand(1);
+        Arguments app("Look into this simulated appliance, and make its calls fail.");
+        app.require_one_subcommand();
         add_views(app);
         add_journal(app);
         add_set(app);
         add_faults(app);
-        CLI11_PARSE(app, argc, argv);
+        return app.parse(argc, argv).value_or(0);
     } catch (const std::exception& error) {
         fmt::print(stderr, "appliance-ctl: {}\n", error.what());
         return 1;
     }
-    return 0;
 }

@@ -11,14 +11,16 @@
 #include <sstream>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <time.h>
 
 #include "core/query.h"
 #include "programs/program.h"
+#include "shared/command_line.h"
 
 namespace {
+
+using ssd_op::shared::Arguments;
 
 struct Upload {
     std::string product;
@@ -27,12 +29,11 @@ struct Upload {
     std::string event;
 };
 
-int keep(const char* action, const Upload& upload) {
+void keep(const char* action, const Upload& upload) {
     appliance::change(
         "INSERT INTO upload(time, action, product, kind, test, event) VALUES(?, ?, ?, ?, ?, ?)",
         static_cast<int64_t>(::time(nullptr)), action, upload.product, upload.kind, upload.test,
         upload.event);
-    return 0;
 }
 
 void show_fields(const std::string& fields) {
@@ -45,7 +46,7 @@ void show_fields(const std::string& fields) {
     }
 }
 
-int show() {
+void show() {
     SQLite::Statement uploads = appliance::statement(
         "SELECT datetime(time, 'unixepoch'), action, product, kind, test, event FROM upload"
         " ORDER BY upload_no");
@@ -58,7 +59,6 @@ int show() {
         show_fields(text(5));
     }
     if (!any) fmt::print("Nothing has been sent.\n");
-    return 0;
 }
 
 }  // namespace
@@ -66,18 +66,18 @@ int show() {
 int main(int argc, char** argv) {
     return appliance::run_program("kanalytic_tool", argc, argv, [&] {
         Upload upload;
-        CLI::App app("Send anonymous summaries.");
-        app.require_subcommand(1);
-        CLI::App* const send = app.add_subcommand("send", "Queue a summary");
-        CLI::App* const flush = app.add_subcommand("flush", "Send what is queued");
-        app.add_subcommand("show", "Print what has been sent");
-        for (CLI::App* command : {send, flush})
-            command->add_option("-p", upload.product, "Product")->required();
-        send->add_option("-r", upload.kind, "Kind of summary");
-        send->add_option("-t", upload.test, "Fields of the test");
-        send->add_option("-e", upload.event, "Fields of the event");
-        CLI11_PARSE(app, argc, argv);
-        if (send->parsed()) return keep("send", upload);
-        return flush->parsed() ? keep("flush", upload) : show();
+        Arguments app("Send anonymous summaries.");
+        app.require_one_subcommand();
+        Arguments send = app.subcommand("send", "Queue a summary");
+        Arguments flush = app.subcommand("flush", "Send what is queued");
+        for (Arguments command : {send, flush})
+            command.add("-p", upload.product, "Product").required();
+        send.add("-r", upload.kind, "Kind of summary");
+        send.add("-t", upload.test, "Fields of the test");
+        send.add("-e", upload.event, "Fields of the event");
+        send.callback([&] { keep("send", upload); });
+        flush.callback([&] { keep("flush", upload); });
+        app.subcommand("show", "Print what has been sent").callback(show);
+        return app.parse(argc, argv).value_or(0);
     });
 }

@@ -15,15 +15,15 @@
 #include <stdexcept>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "core/pause.h"
 #include "device/device.h"
 #include "programs/program.h"
+#include "shared/command_line.h"
 
 namespace {
 
 constexpr uint64_t kMib = uint64_t{1} << 20;
+constexpr uint64_t kMostMib = UINT64_MAX / kMib;
 constexpr uint64_t kGib = uint64_t{1} << 30;
 /// Tables are updated, nothing is erased: a drive of any size is done in seconds.
 constexpr double kSecondsPerGib = 0.1;
@@ -33,8 +33,8 @@ constexpr uint64_t kSavedTogether = 4 * kGib;
 struct Options {
     std::string device;
     uint64_t offset_mib = 0;
-    uint64_t length_mib = UINT64_MAX / kMib;
-    uint64_t step_mib = UINT64_MAX / kMib;
+    uint64_t length_mib = kMostMib;
+    uint64_t step_mib = kMostMib;
 };
 
 int discard(const Options& options) {
@@ -62,13 +62,12 @@ int discard(const Options& options) {
 int main(int argc, char** argv) {
     return appliance::run_program("kblkdiscard", argc, argv, [&] {
         Options options;
-        CLI::App app("Discard the blocks of a device.");
-        const CLI::Range mib(uint64_t{0}, UINT64_MAX / kMib);
-        app.add_option("device", options.device, "Drive, partition or volume")->required();
-        app.add_option("-o", options.offset_mib, "First MiB to discard")->check(mib);
-        app.add_option("-l", options.length_mib, "MiB to discard")->check(mib);
-        app.add_option("-p", options.step_mib, "MiB to discard at a time")->check(mib);
-        CLI11_PARSE(app, argc, argv);
-        return discard(options);
+        ssd_op::shared::Arguments app("Discard the blocks of a device.");
+        app.add("device", options.device, "Drive, partition or volume").required();
+        app.add("-o", options.offset_mib, "First MiB to discard").between(uint64_t{0}, kMostMib);
+        app.add("-l", options.length_mib, "MiB to discard").between(uint64_t{0}, kMostMib);
+        app.add("-p", options.step_mib, "MiB to discard at a time").between(uint64_t{0}, kMostMib);
+        const auto code = app.parse(argc, argv);
+        return code ? *code : discard(options);
     });
 }

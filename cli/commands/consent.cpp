@@ -40,11 +40,10 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_consent_command(CLI::App& app) {
+void add_consent_command(Arguments& app) {
     auto [command, options] =
         add_command(app, "consent", "Tell or change whether summaries are uploaded", run);
-    command.add_option("ANSWER", options.answer, "yes or no; without it, tell")
-        ->check(CLI::IsMember({"yes", "no"}));
+    command.add("ANSWER", options.answer, "yes or no; without it, tell").one_of({"yes", "no"});
     add_json_flag(command, options.json);
     command.footer("Example:\n  ssd-op consent yes");
 }

@@ -180,7 +180,7 @@ void check(const Options& options) {
                       "Export what can still be read, and move the file away: a new one is made.");
 }
 
-std::pair<CLI::App&, Options&> add(CLI::App& db, const char* name, const char* description,
+std::pair<Arguments, Options&> add(Arguments& db, const char* name, const char* description,
                                    void (*run)(const Options&), const char* example) {
     auto [command, options] = add_command(db, name, description, run);
     add_json_flag(command, options.json);
@@ -190,28 +190,26 @@ std::pair<CLI::App&, Options&> add(CLI::App& db, const char* name, const char* d
 
 }  // namespace
 
-void add_db_command(CLI::App& app) {
-    auto* db = app.add_subcommand("db", "Look after the database of records");
-    db->require_subcommand(1);
-    db->footer("Example:\n  ssd-op db check");
-    add(*db, "where", "Tell where it lies", where, "ssd-op db where");
-    add(*db, "size", "Tell its size and the room there is", size, "ssd-op db size");
-    auto [to_move, place] = add(*db, "move", "Move it", move, "ssd-op db move volume");
-    to_move.add_option("PLACE", place.place, "volume: the data volume; system: the system area")
-        ->required()
-        ->check(CLI::IsMember({"volume", "system"}));
-    add(*db, "check",
+void add_db_command(Arguments& app) {
+    Arguments db = app.subcommand("db", "Look after the database of records");
+    db.require_one_subcommand();
+    db.footer("Example:\n  ssd-op db check");
+    add(db, "where", "Tell where it lies", where, "ssd-op db where");
+    add(db, "size", "Tell its size and the room there is", size, "ssd-op db size");
+    auto [to_move, place] = add(db, "move", "Move it", move, "ssd-op db move volume");
+    to_move.add("PLACE", place.place, "volume: the data volume; system: the system area")
+        .required()
+        .one_of({"volume", "system"});
+    add(db, "check",
         "Examine file, version and references; reads the file itself, without changing it", check,
         "ssd-op db check");
-    auto [up, up_options] = add(*db, "upgrade", "Bring an older one to the version of this program",
+    auto [up, up_options] = add(db, "upgrade", "Bring an older one to the version of this program",
                                 upgrade, "ssd-op db upgrade");
-    up.add_flag("--yes", up_options.yes, "Do not ask, which it does when records would be lost");
-    auto [down, down_options] = add(*db, "downgrade", "Bring it to the version of an older program",
+    up.flag("--yes", up_options.yes, "Do not ask, which it does when records would be lost");
+    auto [down, down_options] = add(db, "downgrade", "Bring it to the version of an older program",
                                     downgrade, "ssd-op db downgrade 5");
-    down.add_option("N", down_options.version, "The version")
-        ->required()
-        ->check(CLI::Range(0, kCurrentVersion - 1));
-    down.add_flag("--yes", down_options.yes, "Do not ask");
+    down.add("N", down_options.version, "The version").required().between(0, kCurrentVersion - 1);
+    down.flag("--yes", down_options.yes, "Do not ask");
 }
 
 }  // namespace cli

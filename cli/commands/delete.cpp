@@ -68,13 +68,12 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_delete_command(CLI::App& app) {
+void add_delete_command(Arguments& app) {
     auto [command, options] =
         add_command(app, "delete", "Delete records with all their figures. Asks before.", run);
-    auto* records = command.add_option("RECORD", options.record_nos, "Their numbers");
-    command.add_flag("--all", options.all, "All records; numbers start at 1 again")
-        ->excludes(records);
-    command.add_flag("--yes", options.yes, "Do not ask");
+    const Argument records = command.add("RECORD", options.record_nos, "Their numbers");
+    command.flag("--all", options.all, "All records; numbers start at 1 again").excludes(records);
+    command.flag("--yes", options.yes, "Do not ask");
     add_json_flag(command, options.json);
     command.footer(
         "Records of evaluations that run, still close, or have left storage are refused, and "

@@ -59,7 +59,7 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_drives_command(CLI::App& app) {
+void add_drives_command(Arguments& app) {
     auto [command, options] = add_command(app, "drives", "List the drives and what uses them", run);
     add_json_flag(command, options.json);
     command.footer("Example:\n  ssd-op drives --json");

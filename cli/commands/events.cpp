@@ -56,12 +56,10 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_events_command(CLI::App& app) {
+void add_events_command(Arguments& app) {
     auto [command, options] =
         add_command(app, "events", "Print the newest events of the system log", run);
-    command.add_option("--count", options.count, "How many")
-        ->check(CLI::Range(1, 10000))
-        ->capture_default_str();
+    command.add("--count", options.count, "How many").between(1, 10000).shows_default();
     add_json_flag(command, options.json);
     command.footer("Example:\n  ssd-op events --count 5");
 }

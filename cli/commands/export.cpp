@@ -84,20 +84,19 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_export_command(CLI::App& app) {
+void add_export_command(Arguments& app) {
     auto [command, options] = add_command(app, "export", "Write all about a record to a file", run);
-    command.add_option("RECORD", options.record_no, "Its number, from ssd-op list")->required();
-    auto* format = command.add_option_group("Format")->require_option(1);
-    format->add_flag("--csv", options.csv, "Comma-separated text, with all samples");
-    format->add_flag("--xlsx", options.xlsx, "A workbook with charts");
-    auto* output =
-        command.add_option("--output", options.output,
-                           "File or directory for a copy, - to print a CSV report; without it, the "
-                           "report is left in /tmp");
-    output->check([](const std::string& name) {
-        return name.empty() ? "a file has no empty name" : std::string();
-    });
-    command.add_flag("--force", options.force, "Write over a file")->needs(output);
+    command.add("RECORD", options.record_no, "Its number, from ssd-op list").required();
+    Arguments format = command.alternatives("Format");
+    format.flag("--csv", options.csv, "Comma-separated text, with all samples");
+    format.flag("--xlsx", options.xlsx, "A workbook with charts");
+    Argument output = command.add(
+        "--output", options.output,
+        "File or directory for a copy, - to print a CSV report; without it, the report is left in "
+        "/tmp");
+    output.check(
+        [](const std::string& name) { return name.empty() ? "a file has no empty name" : ""; });
+    command.flag("--force", options.force, "Write over a file").needs(output);
     add_json_flag(command, options.json);
     command.footer(
         "Exit codes: 0 written, 1 it cannot be written, 3 the file is there already, 4 no such "

@@ -49,12 +49,12 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_limit_command(CLI::App& app) {
+void add_limit_command(Arguments& app) {
     auto [command, options] = add_command(
         app, "limit", "Tell or change how many records are kept; more than that delete the oldest",
         run);
-    command.add_option("N", options.limit, "The new limit, 1 or more; without it, tell");
-    command.add_flag("--yes", options.yes, "Do not ask when records would be deleted");
+    command.add("N", options.limit, "The new limit, 1 or more; without it, tell");
+    command.flag("--yes", options.yes, "Do not ask when records would be deleted");
     add_json_flag(command, options.json);
     command.footer("Example:\n  ssd-op limit 50");
 }

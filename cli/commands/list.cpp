@@ -67,7 +67,7 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_list_command(CLI::App& app) {
+void add_list_command(Arguments& app) {
     auto [command, options] = add_command(app, "list", "List the records of all evaluations", run);
     add_json_flag(command, options.json);
     command.footer("Example:\n  ssd-op list --json");

@@ -31,14 +31,13 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_show_command(CLI::App& app) {
+void add_show_command(Arguments& app) {
     auto [command, options] = add_command(
         app, "show", "Show a record: figures of each OP ratio, drives, the appliance", run);
-    command.add_option("RECORD", options.record_no, "Its number, from ssd-op list")->required();
-    add_json_flag(command, options.json);
-    command
-        .add_flag("--plot", options.plot, "Draw the IOPS over OP and over time, 80 columns wide")
-        ->excludes("--json");
+    command.add("RECORD", options.record_no, "Its number, from ssd-op list").required();
+    const Argument json = add_json_flag(command, options.json);
+    command.flag("--plot", options.plot, "Draw the IOPS over OP and over time, 80 columns wide")
+        .excludes(json);
     command.footer("Examples:\n  ssd-op show 3\n  ssd-op show 3 --plot");
 }
 

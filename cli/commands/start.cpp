@@ -71,59 +71,51 @@ void run(const Options& options) {
     if (options.foreground) follow_to_the_end(record_no, options);
 }
 
-/// CLI11 takes "-5" for a very large unsigned number.
-const CLI::Validator kNotNegative(
-    [](const std::string& number) {
-        return number.starts_with('-') ? number + " is negative" : std::string();
-    },
-    "");
+/// "-5" would be read as a very large unsigned number.
+std::string complaint_about_sign(const std::string& number) {
+    return number.starts_with('-') ? number + " is negative" : "";
+}
 
-void add_request_options(CLI::App& command, Request& request) {
-    command.add_option("--raid", request.raid, "RAID level: 0, 1, 5, 6, 10 or single")->required();
+void add_request_options(Arguments& command, Request& request) {
+    command.add("--raid", request.raid, "RAID level: 0, 1, 5, 6, 10 or single").required();
     command
-        .add_option("--drives", request.drives,
-                    "Drives by device, slot name or id, separated by commas")
-        ->required()
-        ->delimiter(',');
-    command.add_option("--title", request.title, "Name of the evaluation");
-    command.add_option("--min-op", request.min_op, "First OP ratio, percent")
-        ->capture_default_str();
-    command.add_option("--max-op", request.max_op, "Last OP ratio, percent")->capture_default_str();
-    command.add_option("--interval", request.interval, "Step from ratio to ratio, percent")
-        ->capture_default_str();
+        .add("--drives", request.drives, "Drives by device, slot name or id, separated by commas")
+        .required()
+        .separated_by(',');
+    command.add("--title", request.title, "Name of the evaluation");
+    command.add("--min-op", request.min_op, "First OP ratio, percent").shows_default();
+    command.add("--max-op", request.max_op, "Last OP ratio, percent").shows_default();
+    command.add("--interval", request.interval, "Step from ratio to ratio, percent")
+        .shows_default();
+    command.add("--test-size", request.test_size_mib, "MiB of the volume to test; 0: all of it")
+        .check(complaint_about_sign)
+        .shows_default();
     command
-        .add_option("--test-size", request.test_size_mib, "MiB of the volume to test; 0: all of it")
-        ->check(kNotNegative)
-        ->capture_default_str();
-    command
-        .add_option("--min-iops", request.min_iops,
-                    "Give a ratio up that stays below this rate; 0: never")
-        ->check(kNotNegative)
-        ->capture_default_str();
-    command
-        .add_option("--abort-time", request.abort_time,
-                    "Give a ratio up after these seconds; 0: never")
-        ->check(kNotNegative)
-        ->capture_default_str();
-    command.add_flag("--stop-services", request.stop_services,
-                     "Stop the file services while the storage is created");
-    auto* sequential = command.add_flag("--sequential", request.sequential,
-                                        "Measure sequential writes instead of random ones");
-    command.add_flag("--all", request.all, "Measure sequential writes, then random ones")
-        ->excludes(sequential);
+        .add("--min-iops", request.min_iops, "Give a ratio up that stays below this rate; 0: never")
+        .check(complaint_about_sign)
+        .shows_default();
+    command.add("--abort-time", request.abort_time, "Give a ratio up after these seconds; 0: never")
+        .check(complaint_about_sign)
+        .shows_default();
+    command.flag("--stop-services", request.stop_services,
+                 "Stop the file services while the storage is created");
+    const Argument sequential = command.flag("--sequential", request.sequential,
+                                             "Measure sequential writes instead of random ones");
+    command.flag("--all", request.all, "Measure sequential writes, then random ones")
+        .excludes(sequential);
 }
 
 }  // namespace
 
-void add_start_command(CLI::App& app) {
+void add_start_command(Arguments& app) {
     auto [command, options] = add_command(
         app, "start", "Evaluate drives; ALL DATA ON THEM IS LOST. Asks before it begins.", run);
     add_request_options(command, options.request);
-    command.add_flag("--foreground", options.foreground,
-                     "Show the progress and wait for the end; Ctrl-C ends the showing only");
-    command.add_flag("--yes", options.yes, "Do not ask");
-    command.add_flag("--dry-run", options.dry_run,
-                     "Tell what would be done, its cost and time, and do nothing");
+    command.flag("--foreground", options.foreground,
+                 "Show the progress and wait for the end; Ctrl-C ends the showing only");
+    command.flag("--yes", options.yes, "Do not ask");
+    command.flag("--dry-run", options.dry_run,
+                 "Tell what would be done, its cost and time, and do nothing");
     add_json_flag(command, options.json);
     command.footer(
         "Examples:\n"

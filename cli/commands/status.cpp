@@ -48,9 +48,9 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_status_command(CLI::App& app) {
+void add_status_command(Arguments& app) {
     auto [command, options] = add_command(app, "status", "Tell how far an evaluation is", run);
-    command.add_option("RECORD", options.record_no, "Its record; without it, all that run");
+    command.add("RECORD", options.record_no, "Its record; without it, all that run");
     add_json_flag(command, options.json);
     command.footer("Example:\n  ssd-op status 3");
 }

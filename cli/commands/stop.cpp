@@ -207,17 +207,17 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_stop_command(CLI::App& app) {
+void add_stop_command(Arguments& app) {
     auto [command, options] =
         add_command(app, "stop", "End an evaluation; its results so far are kept", run);
-    auto* record = command.add_option("RECORD", options.record_no,
-                                      "Its record; without it, the one that runs");
-    command.add_flag("--all", options.all, "All that run, and what ended ones have left")
-        ->excludes(record);
-    command.add_flag("--failed", options.failed, "Let it count as failed, not as stopped");
-    command.add_flag("--keep-storage", options.keep_storage,
-                     "Leave volume, pool and groups to the evaluation's own process, which removes "
-                     "them as it ends; where that process is gone, they stay until the next stop");
+    const Argument record =
+        command.add("RECORD", options.record_no, "Its record; without it, the one that runs");
+    command.flag("--all", options.all, "All that run, and what ended ones have left")
+        .excludes(record);
+    command.flag("--failed", options.failed, "Let it count as failed, not as stopped");
+    command.flag("--keep-storage", options.keep_storage,
+                 "Leave volume, pool and groups to the evaluation's own process, which removes "
+                 "them as it ends; where that process is gone, they stay until the next stop");
     add_json_flag(command, options.json);
     command.footer(
         "Also gives drives and services back that an evaluation holds whose process is gone, "

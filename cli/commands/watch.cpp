@@ -33,10 +33,10 @@ void run(const Options& options) {
 
 }  // namespace
 
-void add_watch_command(CLI::App& app) {
+void add_watch_command(Arguments& app) {
     auto [command, options] = add_command(app, "watch", "Follow an evaluation to its end", run);
-    command.add_option("RECORD", options.record_no, "Its record; without it, the one that runs");
-    command.add_flag("--json", options.json, "Print a line of JSON a minute");
+    command.add("RECORD", options.record_no, "Its record; without it, the one that runs");
+    command.flag("--json", options.json, "Print a line of JSON a minute");
     command.footer(
         "On a terminal a view is kept up to date; elsewhere a line is printed every minute. "
         "Ctrl-C\n"

@@ -1,5 +1,6 @@
-/// Shared room: headers that the library, the command line and the simulated appliance all include.
-/// It may use the interface and the platform's declarations only, and has nothing to link.
+/// Shared room: what the library, the command line and the simulated appliance all include. It may
+/// use the interface and the platform's declarations only; only programs link anything of it, their
+/// command line.
 #pragma once
 
 #include <algorithm>
