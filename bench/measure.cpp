@@ -25,7 +25,7 @@ namespace {
 }
 
 double middle(std::vector<Figure> figures, double Figure::*value) {
-    const auto at = figures.begin() + figures.size() / 2;
+    const auto at = figures.begin() + std::ssize(figures) / 2;
     std::nth_element(figures.begin(), at, figures.end(),
                      [value](const Figure& a, const Figure& b) { return a.*value < b.*value; });
     return (*at).*value;
@@ -46,7 +46,7 @@ Figure run(const Command& command, const std::string& input, const std::string& 
     return {took.count(), static_cast<double>(usage.ru_maxrss) / 1024};
 }
 
-Figure median(std::vector<Figure> figures) {
+Figure median(const std::vector<Figure>& figures) {
     return {middle(figures, &Figure::seconds), middle(figures, &Figure::mib)};
 }
 

@@ -19,6 +19,6 @@ Figure run(const Command& command, const std::string& input = {},
            const std::string& output = "/dev/null");
 
 /// The middle of each of the two, by itself.
-Figure median(std::vector<Figure> figures);
+Figure median(const std::vector<Figure>& figures);
 
 }  // namespace bench

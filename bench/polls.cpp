@@ -55,7 +55,7 @@ Cost measure(const std::function<void()>& call) {
 Cost median(const std::function<void()>& call, int repetitions) {
     std::vector<Cost> costs;
     for (int i = 0; i < repetitions; ++i) costs.push_back(measure(call));
-    const auto middle = costs.begin() + costs.size() / 2;
+    const auto middle = costs.begin() + std::ssize(costs) / 2;
     std::nth_element(costs.begin(), middle, costs.end(),
                      [](const Cost& a, const Cost& b) { return a.all < b.all; });
     return *middle;

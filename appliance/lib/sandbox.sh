@@ -50,6 +50,8 @@ make_sandbox_options() {
         --ro-bind "$repo" "$repo" "$(build_access)" "$sandbox_build" "$sandbox_build"
     )
     [[ $(id -u) -eq 0 ]] || sandbox_options+=(--unshare-user --uid 0 --gid 0)
+    # Each load renames a drive's file over the last one, which has some file systems write it out.
+    [[ -z ${drives_in_memory:-} ]] || sandbox_options+=(--tmpfs /var/lib/appliance/flash)
     # In memory, so that the move of a file to it copies, and can run out of room.
     [[ -z ${APPLIANCE_DATA_VOLUME_MIB:-} ]] ||
         sandbox_options+=(--size $((APPLIANCE_DATA_VOLUME_MIB << 20)) --tmpfs /share/DATA_1)
