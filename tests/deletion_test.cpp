@@ -7,7 +7,6 @@
 #include "ssd_op.h"
 #include "support/appliance.h"
 #include "support/crash.h"
-#include "support/faulty_files.h"
 #include "support/files.h"
 #include "support/records.h"
 
@@ -202,23 +201,6 @@ TEST_F(Deletion, IsWholeOrNothingWhereverItIsKilled) {
             EXPECT_EQ(value("PRAGMA integrity_check"), "ok");
         });
     EXPECT_GT(kills, 5);
-}
-
-TEST_F(Deletion, IsWholeOrNothingWhateverFileCallFails) {
-    store_records(2);
-    const std::string before = support::read_file(appliance().database());
-    int result = 0;
-    const int met = support::fail_at_every_file_call(
-        {.in_path = "ssd_op.db",
-         .before = [&] { support::write_file(appliance().database(), before); },
-         .body = [&] { result = SSD_OP_DB_Delete_Record(1); },
-         .after =
-             [&] {
-                 EXPECT_GE(SSD_OP_DB_Query_Record_Count(), 0);
-                 EXPECT_EQ(value("PRAGMA integrity_check"), "ok");
-                 EXPECT_EQ(rows(), result == 0 ? all_of(1) : all_of(2));
-             }});
-    EXPECT_GT(met, 100);
 }
 
 TEST_F(Deletion, OfTheOldestFollowsTheLimit) {
