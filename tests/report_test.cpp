@@ -225,11 +225,11 @@ TEST(SizeText, StepsByTheThousandTwentyFourth) {
     for (const auto& [bytes, text] : cases) {
         char size[32];
         std::fill(std::begin(size), std::end(size), 'x');
-        ssd_op_format_size(bytes, size);
+        ssd_op::report::ssd_op_format_size(bytes, size);
         EXPECT_STREQ(size, text);
         EXPECT_EQ(size[31], '\0') << "the whole buffer is cleared";
     }
-    ssd_op_format_size(1, nullptr);
+    ssd_op::report::ssd_op_format_size(1, nullptr);
 }
 
 TEST(ColumnName, FollowsTheSpreadsheets) {

@@ -14,13 +14,6 @@
 #include "db/sample_ranges.h"
 #include "ssd_op.h"
 
-extern "C" {
-
-/// A byte count in words, in steps of 1024: "1023 Byte", "1.50 KB", "465.76 GB", up to EB.
-/// `text` has room for 32 bytes; NULL: nothing happens.
-void ssd_op_format_size(uint64_t bytes, char* text);
-}
-
 namespace ssd_op::report {
 
 /// The fixed part of a report's name and of the test's name in it.
@@ -29,7 +22,10 @@ constexpr const char* kTestName = "SSD over-provisioning test";
 // What both reports say in the same words.
 
 std::string test_name(const ssd_op_db_record& record);
-std::string size_text(uint64_t bytes);
+/// A byte count in steps of 1024: "1023 Byte", "1.50 KB", "465.76 GB", up to EB.
+/// @param text room for 32 bytes; NULL: nothing happens
+void ssd_op_format_size(uint64_t bytes, char* text);
+std::string size_text(uint64_t bytes);  ///< the same
 /// A moment in local time: "2020/05/01:13:45:07".
 std::string time_text(time_t moment);
 /// "Single" for one drive alone, else "RAID5" and the like.
