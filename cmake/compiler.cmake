@@ -19,7 +19,7 @@ endif()
 
 if(SSD_OP_SANITIZE OR SSD_OP_FUZZ)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
-                        -fno-omit-frame-pointer)
+                        -fno-omit-frame-pointer -g1) # lines are what a report shows
     add_link_options(-fsanitize=address,undefined)
 endif()
 
