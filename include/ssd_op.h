@@ -36,7 +36,7 @@ extern "C" {
 
 #define SSD_OP_API __attribute__((visibility("default")))
 
-/* The platform's description of a RAID group to create; see platform/storage.h. */
+/* The platform's description of a RAID group to create; see ssd_op/platform/storage.h. */
 typedef struct RAID_CONF RAID_CONF;
 
 #define SSD_OP_MAX_RATIOS 20   /* OP ratios in a record */

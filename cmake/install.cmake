@@ -1,0 +1,22 @@
+# What a front end is built with: the library, its header, and how CMake and pkg-config find them; and
+# ssd-op. The stand-ins of the platform's libraries are not installed, an appliance has its own.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+install(TARGETS ssd_op ssd_op_cli)
+install(FILES include/ssd_op.h TYPE INCLUDE)
+# What a request is made of. The other headers of the platform are nothing to a caller.
+install(FILES src/platform/storage.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ssd_op/platform)
+
+# Not install(EXPORT): an exported target would name the stand-ins that the library is linked with.
+set(package ${CMAKE_INSTALL_LIBDIR}/cmake/ssd_op)
+configure_package_config_file(cmake/ssd_op-config.cmake.in ssd_op-config.cmake
+    INSTALL_DESTINATION ${package} PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR)
+write_basic_package_version_file(ssd_op-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/ssd_op-config.cmake ${PROJECT_BINARY_DIR}/ssd_op-config-version.cmake
+        DESTINATION ${package})
+
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+           OUTPUT_VARIABLE prefix_from_pc)
+configure_file(cmake/ssd_op.pc.in ssd_op.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/ssd_op.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
