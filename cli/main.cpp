@@ -17,7 +17,8 @@ constexpr const char* kExitCodes =
     "  0  done; with watch and start --foreground: the evaluation completed\n"
     "  1  the appliance reports a failure, or the evaluation failed\n"
     "  2  the command line is not understood\n"
-    "  3  refused: the request breaks a rule, for example drives in use\n"
+    "  3  refused: the request breaks a rule, for example drives in use, or no measured ratio\n"
+    "     fulfils the wish of recommend\n"
     "  4  no such record or drive\n"
     "  5  not confirmed\n"
     "  6  the evaluation that was followed has been stopped\n"
@@ -34,6 +35,7 @@ void add_commands(cli::Arguments& app) {
     cli::add_stop_command(app);
     cli::add_list_command(app);
     cli::add_show_command(app);
+    cli::add_recommend_command(app);
     cli::add_export_command(app);
     cli::add_delete_command(app);
     cli::add_limit_command(app);

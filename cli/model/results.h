@@ -22,4 +22,22 @@ std::vector<Result> results_of(const ssd_op_db_record& record);
 /// The ratio that gains are counted from; none when nothing was measured.
 std::optional<int> baseline_of(const std::vector<Result>& results);
 
+/// A ratio with a measured rate.
+struct Rate {
+    int op;  // 0 to 99
+    double iops;
+};
+
+/// Of the results that have one, by ascending ratio.
+std::vector<Rate> rates_of(const std::vector<Result>& results);
+
+/// A ratio that the record was to measure and that has no rate.
+struct Unmeasured {
+    int op;
+    bool skipped;
+};
+
+std::vector<Unmeasured> unmeasured_of(const ssd_op_db_record& record,
+                                      const std::vector<Rate>& rates);
+
 }  // namespace cli

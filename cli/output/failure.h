@@ -10,7 +10,8 @@ enum ExitCode {
     kDone = 0,
     kFailed = 1,        // the library or the platform reports a failure, or an evaluation failed
     kWrongUsage = 2,    // the command line is not understood
-    kRefused = 3,       // understood, but against a rule: drives in use, a layout, a ratio
+    kRefused = 3,       // understood, but against a rule: drives in use, a layout, a ratio; or
+                        // beyond what was measured
     kNotFound = 4,      // no such record or drive
     kNotConfirmed = 5,  // the user did not agree, or could not be asked
     kStopped = 6,       // the evaluation that was followed has been stopped

@@ -86,6 +86,7 @@ template Argument Arguments::add(const char*, double&, const char*);
 template Argument Arguments::add(const char*, std::string&, const char*);
 template Argument Arguments::add(const char*, std::optional<int>&, const char*);
 template Argument Arguments::add(const char*, std::optional<uint64_t>&, const char*);
+template Argument Arguments::add(const char*, std::optional<double>&, const char*);
 template Argument Arguments::add(const char*, std::vector<int>&, const char*);
 template Argument Arguments::add(const char*, std::vector<std::string>&, const char*);
 template Argument Arguments::add(const char*, std::array<double, 2>&, const char*);
