@@ -284,10 +284,12 @@ TEST_F(Records, StayWithinTheirArraysWhateverTheDatabaseHolds) {
         "TEST_DATA SELECT 30 - i, i, i + 0.5, 1 FROM n;"
         "WITH RECURSIVE n(i) AS (VALUES(1) UNION ALL SELECT i + 1 FROM n WHERE i < 25) INSERT INTO "
         "RUNTIME_REPORT SELECT i, i, i, i, 1 FROM n");
-    const Record record = support::read_record(1);
+    const Record record = support::empty_record();
+    EXPECT_EQ(SSD_OP_DB_Query_Record(1, record.get()), 0);
     EXPECT_EQ(record->raid_conf->ssd_drive_num, SSD_OP_MAX_DRIVES);
     EXPECT_EQ(record->raid_conf->next, nullptr);
     EXPECT_EQ(page(0, 1, SSD_OP_ANY_STATUS), "1:800x64");
+    EXPECT_EQ(SSD_OP_DB_Query_Record_Test_Data(record.get(), 1), 0);
     EXPECT_EQ(record->count, SSD_OP_MAX_RATIOS);
     EXPECT_EQ(record->percentage[0], 5);
     EXPECT_EQ(record->result_2[0], 25.5L);
@@ -314,6 +316,7 @@ TEST_F(Records, ReadMissingValuesAsNothingAndOddNumbersAsTheyRead) {
     EXPECT_EQ(record->lv_size, 0U);
     EXPECT_EQ(record->raid_conf->ssd_drives[0].capacity, 0U);
     EXPECT_EQ(SSD_OP_DB_Query_Record_Status(1), 0);
+    EXPECT_EQ(SSD_OP_DB_Query_Record_Test_Data(record.get(), 1), 0);
     EXPECT_EQ(record->result_2[0], 0);
     EXPECT_EQ(record->result_1[1], 16);
     EXPECT_EQ(record->result_2[1], std::numeric_limits<long double>::infinity());

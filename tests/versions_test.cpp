@@ -117,6 +117,7 @@ class Versions : public support::ApplianceTest {
         EXPECT_EQ(record->raid_conf->ssd_drive_num, 2);
         EXPECT_EQ(record->raid_conf->ssd_drives[1].dev_id, 65538U);
         EXPECT_STREQ(record->raid_conf->ssd_drives[1].serial_no, "B");
+        EXPECT_EQ(SSD_OP_DB_Query_Record_Test_Data(record.get(), 7), 0);
         EXPECT_EQ(record->count, 1);
         EXPECT_EQ(record->result_2[0], 4321.25L);
         EXPECT_EQ(SSD_OP_DB_Query_Record_Runtime_Report(record.get(), 7, 10, 1), 0);
