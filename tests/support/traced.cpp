@@ -211,20 +211,15 @@ class Traced::Impl {
         stopped_ = signal_ = 0;
     }
 
-    /// The end of a process can be seen before the news of its birth.
-    void forget_those_gone_before() {
-        std::erase_if(processes_, [](const auto& process) {
-            siginfo_t ignored{};
-            constexpr int kLook = WEXITED | WSTOPPED | WNOHANG | WNOWAIT | __WALL;
-            return ::waitid(P_PID, static_cast<id_t>(process.first), &ignored, kLook) != 0 &&
-                   errno == ECHILD;
-        });
+    /// Not of one whose end was seen before the news of its birth.
+    static bool is_there(pid_t process) {
+        siginfo_t ignored{};
+        constexpr int kLook = WEXITED | WSTOPPED | WNOHANG | WNOWAIT | __WALL;
+        return ::waitid(P_PID, static_cast<id_t>(process), &ignored, kLook) == 0;
     }
 
-    /// Waits until one of them stops or ends; nothing when there is none.
+    /// Waits until one of them stops or ends.
     Stop wait() {
-        forget_those_gone_before();
-        if (processes_.empty()) return {};
         int status = 0;
         const pid_t process = wait_for_any(status);
         if (WIFSTOPPED(status)) {
@@ -232,7 +227,8 @@ class Traced::Impl {
             if (event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK ||
                 event == PTRACE_EVENT_CLONE) {  // it has a child
                 unsigned long born = 0;
-                if (::ptrace(PTRACE_GETEVENTMSG, process, nullptr, &born) == 0)
+                ::ptrace(PTRACE_GETEVENTMSG, process, nullptr, &born);
+                if (born != 0 && is_there(static_cast<pid_t>(born)))
                     processes_.try_emplace(static_cast<pid_t>(born), false);
             }
             const bool was_seen = std::exchange(processes_[process], true);
