@@ -39,6 +39,7 @@ class DatabaseSweep : public SweepTest {
         const bool with_drives = partly != Partly::kKnownDrives;
         const std::string before = content(with_drives);
         std::set<std::string> changed;
+        std::string all_drives;
         bool is_learning = true;
         swept.scene = [&] { scene.restore(); };
         // A platform that does not tell of the volume sends the database to its other place.
@@ -48,6 +49,7 @@ class DatabaseSweep : public SweepTest {
             const std::string now = content();
             if (is_learning) {
                 changed.insert(now);
+                all_drives = rows_of("SSD_DEV");
                 is_learning = ++learned_ < 2;
                 return;
             }
@@ -56,6 +58,7 @@ class DatabaseSweep : public SweepTest {
                         (partly == Partly::kSteps && !tried.failed.empty()))
                 << "result " << tried.result << '\n'
                 << now;
+            EXPECT_TRUE(with_drives || all_drives.starts_with(rows_of("SSD_DEV"))) << now;
         };
         learned_ = 0;
         sweep(swept);
@@ -114,6 +117,14 @@ TEST_F(DatabaseSweep, Deletion) {
     store_whole_record("second");
     sweep_change(
         {.name = "deletion of all records", .call = [] { return SSD_OP_DB_Delete_Record(-1); }});
+}
+
+TEST_F(DatabaseSweep, DeletionOfOne) {
+    for (const char* title : {"a", "b", "c"}) store_whole_record(title);
+    sweep_change({.name = "deletion of the newest record", .call = [] {
+                      const int newest = SSD_OP_DB_Get_Newest_Record();
+                      return newest > 0 ? SSD_OP_DB_Delete_Record(newest) : -1;
+                  }});
 }
 
 TEST_F(DatabaseSweep, Limit) {
