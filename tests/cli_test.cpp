@@ -296,11 +296,12 @@ TEST_F(Running, AStopThatDiesSaysSoAndCanBeRepeated) {
 }
 
 TEST_F(Running, IsRefusedDeletionWhileItStillCloses) {
-    appliance().slow("NAS_Pool_Remove", Nth(1), 1'000'000);
+    appliance().holding("NAS_Pool_Remove", Nth(1));
     EXPECT_EQ(parsed("stop 1 --keep-storage")[0]["closing"], true);
     const Outcome refused = run("delete 1 --yes");
     EXPECT_EQ(refused.status, 3);
     EXPECT_THAT(refused.output, HasSubstr("is still removing its storage"));
+    appliance().healthy();
     EXPECT_EQ(run("watch 1").status, 6);
     EXPECT_EQ(run("delete 1 --yes").status, 0);
 }

@@ -142,12 +142,13 @@ TEST_F(Database, IsLookedForAgainOnceItMayBeMoved) {
     set_free_space(0, 100'000);
     ASSERT_EQ(SSD_OP_DB_Query_Record_Count(), 0);
     set_free_space(200'000, 1);
-    appliance().slow("Ini_Conf_Write_Lock_File", support::Nth(1), 400'000);
+    appliance().holding("Ini_Conf_Write_Lock_File", support::Nth(1));
     const int looks = appliance().journal().count("Volume_Is_Mount");
     support::Child late([] { return SSD_OP_DB_Set_Location(SSD_OP_DB_LOCATION_VOLUME); });
     ASSERT_TRUE(support::eventually(
         [&] { return appliance().journal().count("Volume_Is_Mount") > looks; }));
     EXPECT_EQ(SSD_OP_DB_Set_Location(SSD_OP_DB_LOCATION_VOLUME), 0);
+    appliance().healthy();
     EXPECT_EQ(late.wait(), support::exited(0)) << "another has moved it meanwhile";
     EXPECT_EQ(location(), SSD_OP_DB_LOCATION_VOLUME);
 }

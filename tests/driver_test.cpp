@@ -301,12 +301,13 @@ TEST_F(Driver, AFailedPhaseFailsTheRecordAndTheRestIsClosed) {
 
 TEST_F(Driver, AStopKeepsItsStatusWhereverItArrives) {
     Groups groups(1, {0, 1});
-    appliance().slow("Disk_Read_Performance_Test", kEveryUse, 60'000);
+    appliance().holding("Disk_Read_Performance_Test", Nth(2));
     auto run = evaluating(groups);
     int progress = 0;
     ASSERT_TRUE(eventually(
         [&] { return SSD_OP_Test_Get_Step_Progress(1, &progress) == 0 && progress >= 26; }));
     SSD_OP_Test_Set_Status(1, SSD_OP_TEST_STATUS_STOPPED);
+    appliance().healthy();
     EXPECT_EQ(run->wait(), exited(1));
     EXPECT_EQ(status_of(1), SSD_OP_TEST_STATUS_STOPPED);
     EXPECT_TRUE(appliance().traced("Record(1)] status[1]: -1"));

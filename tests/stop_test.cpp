@@ -402,7 +402,7 @@ TEST_F(Stop, OfAnEndedRecordTakesNothingThatIsOthersOrInTheMaking) {
 
     // A driver that makes the pool when its record is stopped.
     make_quick();
-    appliance().slow("NAS_Pool_Create", Nth(1), 1'200'000);
+    appliance().holding("NAS_Pool_Create", Nth(1));
     Groups groups(1, {0, 1});
     RunningEvaluation evaluation(groups, request(0, 20, 10));
     ASSERT_TRUE(eventually([&] { return evaluation.step_progress() >= 78; }));
@@ -410,6 +410,7 @@ TEST_F(Stop, OfAnEndedRecordTakesNothingThatIsOthersOrInTheMaking) {
     remove_remains_of(evaluation.record_no());
     EXPECT_NE(RAID_Is_Exist(800), 0);
     EXPECT_TRUE(evaluation.driver().running());
+    appliance().healthy();
     EXPECT_EQ(evaluation.driver().wait(), exited(1));
 }
 

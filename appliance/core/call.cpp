@@ -22,6 +22,8 @@ const char* name_of(FaultKind kind) {
             return "return";
         case FaultKind::kSlow:
             return "slow";
+        case FaultKind::kHold:
+            return "hold";
         case FaultKind::kKill:
             return "kill";
         case FaultKind::kKillAfter:
@@ -31,10 +33,22 @@ const char* name_of(FaultKind kind) {
 }
 
 FaultKind kind_of(const std::string& name) {
-    for (const FaultKind kind : {FaultKind::kSlow, FaultKind::kKill, FaultKind::kKillAfter}) {
+    for (const FaultKind kind :
+         {FaultKind::kSlow, FaultKind::kHold, FaultKind::kKill, FaultKind::kKillAfter}) {
         if (name == name_of(kind)) return kind;
     }
     return FaultKind::kReturn;
+}
+
+bool is_set(const Fault& fault) {
+    SQLite::Statement query(state(), "SELECT 1 FROM fault WHERE fault_no = ?");
+    query.bind(1, fault.number);
+    return query.executeStep();
+}
+
+void sleep_for(int64_t milliseconds) {
+    const timespec pause{milliseconds / 1000, (milliseconds % 1000) * 1'000'000};
+    ::nanosleep(&pause, nullptr);
 }
 
 }  // namespace
@@ -54,13 +68,15 @@ std::optional<Fault> next_fault(const std::string& name) {
         count.executeStep();
         const int64_t use = count.getColumn(0).getInt64();
         count.reset();
-        SQLite::Statement fault(state(),
-                                "SELECT kind, value FROM fault WHERE name = ? AND nth IN (0, ?) "
-                                "ORDER BY nth DESC LIMIT 1");
+        SQLite::Statement fault(
+            state(),
+            "SELECT kind, value, fault_no FROM fault WHERE name = ? AND nth IN (0, ?) "
+            "ORDER BY nth DESC LIMIT 1");
         fault.bind(1, name);
         fault.bind(2, use);
         if (!fault.executeStep()) return std::nullopt;
-        return Fault{kind_of(fault.getColumn(0).getString()), fault.getColumn(1).getInt64()};
+        return Fault{kind_of(fault.getColumn(0).getString()), fault.getColumn(1).getInt64(),
+                     fault.getColumn(2).getInt64()};
     });
 }
 
@@ -97,11 +113,12 @@ std::optional<int64_t> suffer(const std::optional<Fault>& fault) {
     switch (fault->kind) {
         case FaultKind::kReturn:
             return fault->value;
-        case FaultKind::kSlow: {
-            const timespec pause{fault->value / 1000, (fault->value % 1000) * 1'000'000};
-            ::nanosleep(&pause, nullptr);
+        case FaultKind::kSlow:
+            sleep_for(fault->value);
             break;
-        }
+        case FaultKind::kHold:
+            while (is_set(*fault)) sleep_for(1000);
+            break;
         case FaultKind::kKill:
             ::kill(::getpid(), SIGKILL);
             break;

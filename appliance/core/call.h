@@ -16,6 +16,7 @@ namespace appliance {
 enum class FaultKind {
     kReturn,    ///< the work is not done, the result is the fault's value
     kSlow,      ///< the work is done after the fault's value in milliseconds
+    kHold,      ///< the work is done once the fault is cleared
     kKill,      ///< the process is killed (SIGKILL) before the work
     kKillAfter  ///< the process is killed (SIGKILL) after the work
 };
@@ -23,6 +24,7 @@ enum class FaultKind {
 struct Fault {
     FaultKind kind;
     int64_t value;
+    int64_t number;
 };
 
 /// Counts one more use of `name` and returns the fault that is set for it, if any: `nth` counts
@@ -36,7 +38,7 @@ void clear_faults();
 /// Adds a row to the journal.
 void journal(const std::string& name, const std::string& arguments, const std::string& result);
 
-/// Acts on a slow or a killing fault; returns the value of a returning one.
+/// Acts on a slow, a holding or a killing fault; returns the value of a returning one.
 std::optional<int64_t> suffer(const std::optional<Fault>& fault);
 /// Acts on a fault that kills after the work.
 void suffer_afterwards(const std::optional<Fault>& fault);

@@ -54,7 +54,7 @@ CREATE TABLE IF NOT EXISTS journal(
     row_no INTEGER PRIMARY KEY, time REAL, pid INTEGER, name TEXT, arguments TEXT, result TEXT);
 CREATE TABLE IF NOT EXISTS call_count(name TEXT PRIMARY KEY, count INTEGER);
 CREATE TABLE IF NOT EXISTS fault(
-    fault_no INTEGER PRIMARY KEY, name TEXT, nth INTEGER, kind TEXT, value INTEGER);
+    fault_no INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT, nth INTEGER, kind TEXT, value INTEGER);
 COMMIT;
 )sql";
 

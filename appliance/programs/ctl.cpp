@@ -144,6 +144,8 @@ void add_faults(Arguments& app) {
                    "What it returns");
     add_fault_kind(fault, "slow", "It is late", FaultKind::kSlow,
                    "Milliseconds of the appliance's clock");
+    add_fault_kind(fault, "hold", "It waits until the faults are cleared", FaultKind::kHold,
+                   nullptr);
     add_fault_kind(fault, "kill", "Its process is killed before it works", FaultKind::kKill,
                    nullptr);
     add_fault_kind(fault, "kill-after", "Its process is killed after it worked",

@@ -83,6 +83,11 @@ Appliance& Appliance::slow(const std::string& name, Nth nth, int milliseconds) {
         [=] { appliance::set_fault(name, nth.use, appliance::FaultKind::kSlow, milliseconds); });
 }
 
+Appliance& Appliance::holding(const std::string& name, Nth nth) {
+    return override_with(
+        [=] { appliance::set_fault(name, nth.use, appliance::FaultKind::kHold, 0); });
+}
+
 Appliance& Appliance::healthy() {
     appliance::clear_faults();
     overrides_.clear();

@@ -72,6 +72,8 @@ class Appliance {
     Appliance& failing(const std::string& name, int64_t value = -1);  ///< every use
     Appliance& killing(const std::string& name, Nth nth, When when = When::kBefore);
     Appliance& slow(const std::string& name, Nth nth, int milliseconds);
+    /// The work waits until healthy(): what has to be seen meanwhile is seen on any machine.
+    Appliance& holding(const std::string& name, Nth nth);
     Appliance& healthy();
     /// A value of the appliance's own, for example "cpu_info".
     Appliance& having(const std::string& setting, const std::string& value);
