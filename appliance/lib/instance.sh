@@ -10,6 +10,9 @@
 
 # Set by use_instance and read_sandbox.
 instance='' root=''
+# Not empty: the machine itself is the appliance, and there is no sandbox.
+# shellcheck disable=SC2034 # the other files of this directory ask
+in_place=''
 sandbox_pid='' sandbox_start='' sandbox_boot='' sandbox_build='' sandbox_rate=''
 sandbox_clock_start='' sandbox_wall_start='' sandbox_clock_shared=''
 

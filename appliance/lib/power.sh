@@ -31,11 +31,16 @@ power_on() {
     [[ -n $sandbox_build ]] || exit 125
     [[ $sandbox_rate =~ ^[1-9][0-9]{0,3}$ && $sandbox_rate -le 1000 ]] ||
         fail "a rate is a whole number from 1 to 1000, not '$sandbox_rate'"
-    check_host
     check_drives
-    make_root
     sandbox_clock_start=$(next_clock_start) sandbox_clock_shared=''
-    start_sandbox
+    if [[ -n $in_place ]]; then
+        transform_this_machine
+        start_in_place
+    else
+        check_host
+        make_root
+        start_sandbox
+    fi
     echo "$sandbox_build" >"$instance/build"
 }
 
@@ -76,7 +81,8 @@ start_sandbox() {
 sandbox_failed() {
     cat -- "$instance/log" >&2
     fail "the sandbox did not start; its own words, if any, stand above. In a container, it needs" \
-        "the right to make namespaces (for example: docker run --privileged)"
+        "the right to make namespaces (for example: docker run --privileged); one that is thrown" \
+        "away can become the appliance itself: --in-place"
 }
 
 # A new appliance gets its drives, volume, services and settings once.
@@ -100,6 +106,7 @@ power_off() {
 end_sandbox() {
     local clock
     clock=$(current_clock)
+    [[ -z $in_place ]] || end_in_place
     kill -9 "$sandbox_pid" 2>/dev/null || true
     while is_on; do sleep 0.01; done
     save_clock "$clock"

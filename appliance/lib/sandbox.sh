@@ -98,13 +98,18 @@ make_environment() {
 # the appliance.
 make_inside() {
     make_environment
-    inside=(/usr/bin/setpriv --bounding-set "$capabilities" --no-new-privs
-        /usr/bin/env --default-signal=INT,QUIT -i -C /root "${environment[@]}")
+    inside=(/usr/bin/env --default-signal=INT,QUIT -i -C /root "${environment[@]}")
+    if [[ -n $in_place ]]; then
+        inside+=(APPLIANCE_IN_PLACE=yes) # tells its processes from the machine's
+    else
+        inside=(/usr/bin/setpriv --bounding-set "$capabilities" --no-new-privs "${inside[@]}")
+    fi
 }
 
 run_inside() {
     [[ $# -gt 0 ]] || set -- /bin/bash --norc
-    local join=(nsenter --target "$sandbox_pid" --mount --pid --ipc --net --uts)
+    local join=()
+    [[ -n $in_place ]] || join=(nsenter --target "$sandbox_pid" --mount --pid --ipc --net --uts)
     [[ $(id -u) -eq 0 ]] || join+=(--user --preserve-credentials)
     make_inside
     # Ctrl-C is for the command, which may have more to do and an exit status to give.
