@@ -56,6 +56,7 @@ int run(int argc, char** argv) {
     cli::Arguments app("Evaluates how much over-provisioning SSDs need.", "ssd-op");
     app.require_one_subcommand();
     app.footer(kExitCodes);
+    app.version("ssd-op " SSD_OP_VERSION);
     add_commands(app);
     return app.parse(argc, argv).value_or(0) == 0 ? cli::kDone : cli::kWrongUsage;
 }

@@ -4,6 +4,11 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 install(TARGETS ssd_op ssd_op_cli)
+install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ssd-op)
+if(TARGET manual)
+    install(FILES ${PROJECT_BINARY_DIR}/man/ssd-op.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()
 install(FILES include/ssd_op.h TYPE INCLUDE)
 # What a request is made of. The other headers of the platform are nothing to a caller.
 install(FILES src/platform/storage.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ssd_op/platform)

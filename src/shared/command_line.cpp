@@ -65,6 +65,10 @@ void Arguments::callback(std::function<void()> run) { app_->callback(std::move(r
 
 void Arguments::footer(const std::string& text) { app_->footer(text); }
 
+void Arguments::version(const std::string& text) {
+    app_->set_version_flag("--version", text, "Print the version and exit");
+}
+
 std::optional<int> Arguments::parse(int argc, char** argv) {
     try {
         app_->parse(argc, argv);

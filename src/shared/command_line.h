@@ -59,6 +59,8 @@ class Arguments {
     /// What is done when the command line has been understood, and asks for this.
     void callback(std::function<void()> run);
     void footer(const std::string& text);
+    /// The flag --version, which prints this.
+    void version(const std::string& text);
 
     /// Runs callbacks, whose exceptions it lets through.
     /// @return what to exit with when help or a complaint was all there is to print
