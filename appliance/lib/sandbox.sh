@@ -74,7 +74,7 @@ built_with() {
 }
 
 # Fills the array environment for a process inside; the host's environment stays outside, except
-# what concerns the terminal and the test runner.
+# what concerns the terminal, the test runner and an emulator of another processor.
 make_environment() {
     environment=(
         HOME=/root USER=root LOGNAME=root SHELL=/bin/bash LANG=C.UTF-8
@@ -83,7 +83,7 @@ make_environment() {
         PS1='[\u@\h \w]\$ '
     )
     local name
-    for name in TERM COLUMNS LINES NO_COLOR "${!GTEST_@}" "${!RANDOM_@}" "${!SWEEP_@}" "${!TOGETHER_@}" "${!ASAN_@}" "${!UBSAN_@}" "${!LSAN_@}"; do
+    for name in TERM COLUMNS LINES NO_COLOR "${!GTEST_@}" "${!RANDOM_@}" "${!SWEEP_@}" "${!TOGETHER_@}" "${!QEMU_@}" "${!ASAN_@}" "${!UBSAN_@}" "${!LSAN_@}"; do
         [[ ! -v $name ]] || environment+=("$name=${!name}")
     done
     # The clock's library comes before the sanitizer's; that order is fine.

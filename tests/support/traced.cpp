@@ -145,7 +145,7 @@ class Traced::Impl {
   public:
     Impl(const std::function<void()>& body, Stops stops) : child_(::fork()) {
         if (child_ == 0) {
-            ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+            if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) ::_exit(1);
             ::raise(SIGSTOP);
             stop_at_known_calls(stops);
             appliance::state();  // the parent's connection is set aside
