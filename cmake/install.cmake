@@ -1,5 +1,5 @@
 # What a front end is built with: the library, its header, and how CMake and pkg-config find them; and
-# ssd-op. The stand-ins of the platform's libraries are not installed, an appliance has its own.
+# ssd-op. The stand-ins of the platform's libraries are not installed with it, an appliance has its own.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -25,3 +25,21 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FUL
            OUTPUT_VARIABLE prefix_from_pc)
 configure_file(cmake/ssd_op.pc.in ssd_op.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ssd_op.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The simulated appliance, on request alone (cmake --install BUILD --component appliance): what
+# appliance/enter takes for a build, and the tree that it lies in.
+set(appliance ${CMAKE_INSTALL_LIBDIR}/ssd-op-appliance)
+install(TARGETS Tavrel_hal Tavrel_naslog Tavrel_ini Tavrel_Storage appliance_core
+                appliance_clock disk_opr_util program_appliance_setup program_appliance_ctl program_fio
+                program_kblkdiscard program_kanalytic_tool program_services_sh program_rsyncd_sh
+        COMPONENT appliance EXCLUDE_FROM_ALL
+        LIBRARY DESTINATION ${appliance}/lib
+        RUNTIME DESTINATION ${appliance}/bin)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/appliance/rootfs ${PROJECT_SOURCE_DIR}/appliance/lib
+                  ${PROJECT_SOURCE_DIR}/appliance/addon
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/ssd-op-appliance/appliance USE_SOURCE_PERMISSIONS
+        COMPONENT appliance EXCLUDE_FROM_ALL
+        PATTERN *.cpp EXCLUDE PATTERN *.h EXCLUDE PATTERN CMakeLists.txt EXCLUDE PATTERN *.md EXCLUDE)
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/appliance/enter
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/ssd-op-appliance/appliance
+        COMPONENT appliance EXCLUDE_FROM_ALL)
