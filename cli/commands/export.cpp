@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "commands/commands.h"
+#include "commands/file_options.h"
 #include "model/record.h"
 #include "output/failure.h"
 #include "output/terminal.h"
@@ -22,29 +23,19 @@ struct Options {
     int record_no = 0;
     bool csv = false;
     bool xlsx = false;
-    std::string output;
-    bool force = false;
-    bool json = false;
-
-    bool prints() const { return output == "-"; }
+    FileOptions file;
 };
 
 void check(const Options& options) {
-    if (options.prints() && (options.xlsx || options.json)) {
-        throw Failure(kRefused,
-                      options.xlsx ? "A workbook is not for the terminal."
-                                   : "The report and JSON cannot share the output.",
+    if (options.file.prints() && options.xlsx)
+        throw Failure(kRefused, "A workbook is not for the terminal.",
                       "Name a file: --output FILE");
-    }
-    std::error_code ignored;
-    if (!options.output.empty() && !options.prints() &&
-        !std::filesystem::is_directory(options.output, ignored))
-        refuse_existing(options.output, options.force);
+    check_output(options.file);
     require_existence(options.record_no);
 }
 
 void tell(const Options& options, const std::string& path) {
-    if (options.json) {
+    if (options.file.json) {
         print_json({{"record", options.record_no},
                     {"format", options.csv ? "csv" : "xlsx"},
                     {"path", path},
@@ -69,14 +60,14 @@ void export_to_file(const Options& options) {
     const ExportLock lock(interrupt);
     const MadeReport report = make_report(options.record_no, options.csv, lock, interrupt);
     const std::string path =
-        options.output.empty() ? report.path : copy_path(report.path, options.output);
-    copy_report(report, path, options.force, interrupt);
+        options.file.output.empty() ? report.path : copy_path(report.path, options.file.output);
+    copy_report(report, path, options.file.force, interrupt);
     tell(options, path);
 }
 
 void run(const Options& options) {
     check(options);
-    if (options.prints())
+    if (options.file.prints())
         print_report(make_report_to_print(options));
     else
         export_to_file(options);
@@ -90,14 +81,10 @@ void add_export_command(Arguments& app) {
     Arguments format = command.alternatives("Format");
     format.flag("--csv", options.csv, "Comma-separated text, with all samples");
     format.flag("--xlsx", options.xlsx, "A workbook with charts");
-    Argument output = command.add(
-        "--output", options.output,
+    add_file_options(
+        command, options.file,
         "File or directory for a copy, - to print a CSV report; without it, the report is left in "
         "/tmp");
-    output.check(
-        [](const std::string& name) { return name.empty() ? "a file has no empty name" : ""; });
-    command.flag("--force", options.force, "Write over a file").needs(output);
-    add_json_flag(command, options.json);
     command.footer(
         "Exit codes: 0 written, 1 it cannot be written, 3 the file is there already, 4 no such "
         "record\n\n"

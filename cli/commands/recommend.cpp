@@ -1,8 +1,7 @@
-#include <cstdlib>
-
 #include <fmt/format.h>
 
 #include "commands/commands.h"
+#include "commands/wish_options.h"
 #include "output/failure.h"
 #include "output/terminal.h"
 #include "view/recommendation_json.h"
@@ -12,22 +11,15 @@ namespace cli {
 
 namespace {
 
-constexpr double kLargest = 1e12;  // of a figure that is asked for
-
 struct Options {
     int record_no = 0;
-    Wish wish;
-    std::optional<double> endurance_tb;
+    WishOptions wishes;
     bool json = false;
 };
 
-std::string complaint_about_figure(const std::string& text) {
-    const double figure = std::strtod(text.c_str(), nullptr);
-    return figure > 0 && figure <= kLargest ? "" : text + " is not above 0, or beyond all reason";
-}
-
 void run(const Options& options) {
-    const Assessment assessment = assess(options.record_no, options.wish, options.endurance_tb);
+    const Assessment assessment =
+        assess(options.record_no, options.wishes.wish, options.wishes.endurance_tb);
     if (options.json)
         print_json(recommendation_json(assessment));
     else
@@ -43,17 +35,7 @@ void add_recommend_command(Arguments& app) {
         add_command(app, "recommend",
                     "Tell how much OP the drives of a record need, and how sure that is", run);
     command.add("RECORD", options.record_no, "Its number, from ssd-op list").required();
-    command.add("--min-iops", options.wish.min_iops, "IOPS that the drives have to sustain")
-        .check(complaint_about_figure);
-    command
-        .add("--gain", options.wish.gain_percent,
-             "Percent that they have to do more than at the lowest measured ratio")
-        .check(complaint_about_figure);
-    command
-        .add("--endurance", options.endurance_tb,
-             "Terabytes that may be written to the flash of one drive; tells how many of the host "
-             "they are")
-        .check(complaint_about_figure);
+    add_wish_options(command, options.wishes);
     add_json_flag(command, options.json);
     command.footer(
         "Without a wish it recommends the knee of the curve.\n\n"

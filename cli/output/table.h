@@ -19,6 +19,8 @@ class Table {
     bool empty() const { return rows_.empty(); }
     /// Heading and rows, a line each, every line behind `indent`.
     std::string text(const std::string& indent = "") const;
+    const std::vector<Column>& headings() const { return columns_; }
+    const std::vector<std::vector<std::string>>& rows() const { return rows_; }
 
   private:
     std::vector<Column> columns_;

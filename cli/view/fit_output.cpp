@@ -2,13 +2,9 @@
 
 #include <fmt/format.h>
 
-#include "output/table.h"
-
 namespace cli {
 
-namespace {
-
-std::string fit_table(const Assessment& assessment) {
+Table fit_table(const Assessment& assessment) {
     constexpr auto kRight = Table::Align::right;
     Table table({{"OP", kRight}, {"Measured", kRight}, {"Fitted", kRight}, {"Off by", kRight}});
     for (const auto& [op, measured, fitted] :
@@ -17,12 +13,10 @@ std::string fit_table(const Assessment& assessment) {
                    fmt::format("{:.0f}", fitted),
                    measured ? fmt::format("{:+.1f} %", (fitted / *measured - 1) * 100) : "-"});
     }
-    return table.text();
+    return table;
 }
 
-}  // namespace
-
-std::string fit_text(const Assessment& assessment) {
+std::string fit_heading(const Assessment& assessment) {
     const std::string refusal = assessment.refusal_of_fit();
     if (!refusal.empty()) return fmt::format("Fit to the theory refused: {}.\n", refusal);
     const CurveFit& fit = *assessment.recommendation.fit;
@@ -33,7 +27,13 @@ std::string fit_text(const Assessment& assessment) {
                             fit.factory_spare * 100);
     if (!fit.checked)
         text += "\nThree ratios, three unknowns: nothing is left to check it against.";
-    return text + "\n" + fit_table(assessment);
+    return text + "\n";
+}
+
+std::string fit_text(const Assessment& assessment) {
+    std::string text = fit_heading(assessment);
+    if (assessment.refusal_of_fit().empty()) text += fit_table(assessment).text();
+    return text;
 }
 
 }  // namespace cli

@@ -4,7 +4,6 @@
 
 #include <fmt/format.h>
 
-#include "output/table.h"
 #include "output/text.h"
 #include "view/fit_output.h"
 #include "view/record_output.h"
@@ -22,10 +21,6 @@ std::string slope_text(double share) {
     return fmt::format("{:+.1f} %", std::round(share * 1000) / 10 + 0.0);
 }
 
-std::string line(const char* label, const std::string& text) {
-    return fmt::format("{:<13}{}\n", label, text);
-}
-
 std::string reason_text(const Recommendation& found) {
     if (found.required)
         return fmt::format("the smallest measured ratio with at least {:.0f}", *found.required);
@@ -33,29 +28,33 @@ std::string reason_text(const Recommendation& found) {
                                             : "the knee of the curve";
 }
 
-std::string choice_text(const Assessment& assessment) {
+void add_choice(Lines& lines, const Assessment& assessment) {
     const Recommendation& found = assessment.recommendation;
-    if (!found.chosen) return line("Recommended", "none: " + refusal_text(found));
+    if (!found.chosen) {
+        lines.push_back({"Recommended", "none: " + refusal_text(found)});
+        return;
+    }
     const int op = found.chosen->op;
-    std::string text = line("Recommended", fmt::format("OP {} %: {:.0f} IOPS, {}", op,
-                                                       found.chosen->iops, reason_text(found)));
+    lines.push_back({"Recommended", fmt::format("OP {} %: {:.0f} IOPS, {}", op, found.chosen->iops,
+                                                reason_text(found))});
     if (const auto margin = found.margin())
-        text += line("Margin", fmt::format("{:.0f} IOPS, {} of the wish", *margin,
-                                           percent_text(*margin / *found.required)));
-    text += line("Capacity",
-                 fmt::format("{}, {} % of the volume of {}", size_text(assessment.cost_bytes(op)),
-                             op, size_text(assessment.volume_bytes())));
-    return text + line("Counted",
-                       fmt::format("as the share of the volume left free; as (raw - used) / used, "
-                                   "OP {} % is {:.1f} %",
-                                   op, op_over_used(op)));
+        lines.push_back({"Margin", fmt::format("{:.0f} IOPS, {} of the wish", *margin,
+                                               percent_text(*margin / *found.required))});
+    lines.push_back({"Capacity", fmt::format("{}, {} % of the volume of {}",
+                                             size_text(assessment.cost_bytes(op)), op,
+                                             size_text(assessment.volume_bytes()))});
+    lines.push_back(
+        {"Counted", fmt::format("as the share of the volume left free; as (raw - used) / "
+                                "used, OP {} % is {:.1f} %",
+                                op, op_over_used(op))});
 }
 
-std::string between_text(const Recommendation& found) {
-    if (!found.fitted_op) return "";
+void add_fitted_choice(Lines& lines, const Recommendation& found) {
+    if (!found.fitted_op) return;
     const int op = *found.fitted_op;
-    return line("By the fit", fmt::format("OP {} % would do with {:.0f} IOPS; it was not measured",
-                                          op, found.fit->iops_at(op)));
+    lines.push_back(
+        {"By the fit", fmt::format("OP {} % would do with {:.0f} IOPS; it was not measured", op,
+                                   found.fit->iops_at(op))});
 }
 
 std::string knee_text(const Knee& knee) {
@@ -143,16 +142,6 @@ std::vector<std::string> row_of(const Assessment& assessment, const Measured& ra
     return row;
 }
 
-std::string measured_text(const Assessment& assessment) {
-    Table table = table_of_ratios(assessment);
-    for (const Measured& ratio : assessment.measured) table.add(row_of(assessment, ratio));
-    std::string text = "\nMeasured\n" + table.text();
-    if (assessment.endurance_tb)
-        text += fmt::format("Host writes: to each drive, until {:g} TB are written to its flash.\n",
-                            *assessment.endurance_tb);
-    return text;
-}
-
 }  // namespace
 
 std::string refusal_text(const Recommendation& found) {
@@ -164,13 +153,34 @@ std::string refusal_text(const Recommendation& found) {
                : "The curve has no knee; name a wish (--min-iops, --gain).";
 }
 
-std::string recommendation_text(const Assessment& assessment) {
+Lines recommendation_lines(const Assessment& assessment) {
     const Recommendation& found = assessment.recommendation;
-    return record_line(*assessment.record) + "\n\n" + choice_text(assessment) +
-           between_text(found) + line("Knee", knee_text(found.knee)) +
-           line("Ratios", ratios_text(assessment)) +
-           line("How sure", rounds_text(assessment.decisive()) + doubts_text(assessment)) +
-           measured_text(assessment) + "\n" + fit_text(assessment);
+    Lines lines;
+    add_choice(lines, assessment);
+    add_fitted_choice(lines, found);
+    lines.push_back({"Knee", knee_text(found.knee)});
+    lines.push_back({"Ratios", ratios_text(assessment)});
+    lines.push_back({"How sure", rounds_text(assessment.decisive()) + doubts_text(assessment)});
+    return lines;
+}
+
+Table measured_table(const Assessment& assessment) {
+    Table table = table_of_ratios(assessment);
+    for (const Measured& ratio : assessment.measured) table.add(row_of(assessment, ratio));
+    return table;
+}
+
+std::string endurance_text(const Assessment& assessment) {
+    if (!assessment.endurance_tb) return "";
+    return fmt::format("Host writes: to each drive, until {:g} TB are written to its flash.\n",
+                       *assessment.endurance_tb);
+}
+
+std::string recommendation_text(const Assessment& assessment) {
+    return record_line(*assessment.record) + "\n\n" +
+           lines_text(recommendation_lines(assessment), 13) + "\nMeasured\n" +
+           measured_table(assessment).text() + endurance_text(assessment) + "\n" +
+           fit_text(assessment);
 }
 
 }  // namespace cli

@@ -4,7 +4,6 @@
 
 #include "model/layout.h"
 #include "model/results.h"
-#include "output/table.h"
 #include "output/text.h"
 
 namespace cli {
@@ -13,25 +12,12 @@ namespace {
 
 constexpr auto kRight = Table::Align::right;
 
-std::string heading(const ssd_op_db_record& record) {
-    std::string text = record_line(record) + "\nStarted   " + moment_text(record.start_time) + "\n";
-    if (record.end_time != 0) {
-        text += fmt::format("Ended     {}, after {}\n", moment_text(record.end_time),
-                            duration_text(std::difftime(record.end_time, record.start_time)));
-    }
-    text += fmt::format("Volume    {}, tested {}, file services {}\n",
-                        size_text(record.lv_size * kMib), size_text(record.test_size * kMib),
-                        record.stop_service != 0 ? "stopped" : "not stopped");
-    return text;
-}
-
 std::string gain_heading(const std::vector<Result>& results) {
     const auto baseline = baseline_of(results);
     return baseline ? fmt::format("Gain over OP {}", *baseline) : "Gain";
 }
 
-std::string result_table(const std::vector<Result>& results) {
-    if (results.empty()) return "No ratio has a result.\n";
+Table table_of_results(const std::vector<Result>& results) {
     Table table({{"OP", kRight},
                  {"IOPS", kRight},
                  {gain_heading(results), kRight},
@@ -45,40 +31,7 @@ std::string result_table(const std::vector<Result>& results) {
                    shown(result.gain_percent, "{:+.1f} %"),
                    shown(result.write_amplification, "{:.2f}"), result.skipped ? "skipped" : ""});
     }
-    return table.text();
-}
-
-std::string group_text(const ssd_op_db_raid_conf& group) {
-    Table table({{"Slot"},
-                 {"Model"},
-                 {"Serial number"},
-                 {"Firmware"},
-                 {"Bus"},
-                 {"Capacity", kRight},
-                 {"Seq. read", kRight},
-                 {"Seq. write", kRight},
-                 {"Random read", kRight},
-                 {"Random write", kRight}});
-    for (const ssd_op_db_ssd_dev& drive : shared::drives(group)) {
-        const auto speed = [](uint64_t kib) { return size_text(kib * kKib) + "/s"; };
-        table.add({printable(slot_name(drive)), printable(drive.model), printable(drive.serial_no),
-                   printable(drive.revision), printable(drive.bus_type), size_text(drive.capacity),
-                   speed(drive.performance_read_s), speed(drive.performance_write_s),
-                   fmt::format("{} IOPS", drive.performance_read_r),
-                   fmt::format("{} IOPS", drive.performance_write_r)});
-    }
-    const Layout layout{group.raid_level, static_cast<size_t>(group.ssd_drive_num)};
-    return fmt::format("RAID group {}: {}, {}\n", group.raid_id, layout.text(),
-                       size_text(group.raid_capacity * kKib)) +
-           table.text();
-}
-
-std::string identity_text(const ssd_op_db_record& record) {
-    return fmt::format(
-        "Appliance  {}, serial number {}\nFirmware   {}\nProcessor  {}\nMemory     {}\n",
-        printable(record.nas_model), printable(record.nas_serial_no),
-        printable(record.nas_fw_version), printable(record.nas_cpu_info),
-        printable(record.nas_mem_info));
+    return table;
 }
 
 Json result_json(const Result& result) {
@@ -118,15 +71,69 @@ std::string record_line(const ssd_op_db_record& record) {
                        status_word(record.status));
 }
 
+Lines record_facts(const ssd_op_db_record& record) {
+    Lines facts = {{"Started", moment_text(record.start_time)}};
+    if (record.end_time != 0) {
+        facts.push_back({"Ended", fmt::format("{}, after {}", moment_text(record.end_time),
+                                              duration_text(std::difftime(record.end_time,
+                                                                          record.start_time)))});
+    }
+    facts.push_back(
+        {"Volume", fmt::format("{}, tested {}, file services {}", size_text(record.lv_size * kMib),
+                               size_text(record.test_size * kMib),
+                               record.stop_service != 0 ? "stopped" : "not stopped")});
+    return facts;
+}
+
+Lines appliance_facts(const ssd_op_db_record& record) {
+    return {{"Appliance", fmt::format("{}, serial number {}", printable(record.nas_model),
+                                      printable(record.nas_serial_no))},
+            {"Firmware", printable(record.nas_fw_version)},
+            {"Processor", printable(record.nas_cpu_info)},
+            {"Memory", printable(record.nas_mem_info)}};
+}
+
+Table results_table(const ssd_op_db_record& record) { return table_of_results(results_of(record)); }
+
+std::string group_line(const ssd_op_db_raid_conf& group) {
+    const Layout layout{group.raid_level, static_cast<size_t>(group.ssd_drive_num)};
+    return fmt::format("RAID group {}: {}, {}", group.raid_id, layout.text(),
+                       size_text(group.raid_capacity * kKib));
+}
+
+Table group_table(const ssd_op_db_raid_conf& group) {
+    Table table({{"Slot"},
+                 {"Model"},
+                 {"Serial number"},
+                 {"Firmware"},
+                 {"Bus"},
+                 {"Capacity", kRight},
+                 {"Seq. read", kRight},
+                 {"Seq. write", kRight},
+                 {"Random read", kRight},
+                 {"Random write", kRight}});
+    for (const ssd_op_db_ssd_dev& drive : shared::drives(group)) {
+        const auto speed = [](uint64_t kib) { return size_text(kib * kKib) + "/s"; };
+        table.add({printable(slot_name(drive)), printable(drive.model), printable(drive.serial_no),
+                   printable(drive.revision), printable(drive.bus_type), size_text(drive.capacity),
+                   speed(drive.performance_read_s), speed(drive.performance_write_s),
+                   fmt::format("{} IOPS", drive.performance_read_r),
+                   fmt::format("{} IOPS", drive.performance_write_r)});
+    }
+    return table;
+}
+
 std::string results_text(const ssd_op_db_record& record) {
-    return result_table(results_of(record));
+    const Table table = results_table(record);
+    return table.empty() ? "No ratio has a result.\n" : table.text();
 }
 
 std::string record_text(const ssd_op_db_record& record) {
-    std::string text = heading(record) + "\n" + results_text(record);
+    std::string text = record_line(record) + "\n" + lines_text(record_facts(record), 10) + "\n" +
+                       results_text(record);
     for (const ssd_op_db_raid_conf& group : shared::groups(record))
-        text += "\n" + group_text(group);
-    return text + "\n" + identity_text(record);
+        text += "\n" + group_line(group) + "\n" + group_table(group).text();
+    return text + "\n" + lines_text(appliance_facts(record), 11);
 }
 
 Json record_head_json(const ssd_op_db_record& record) {

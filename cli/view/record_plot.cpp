@@ -7,16 +7,12 @@
 
 #include "model/record.h"
 #include "model/results.h"
-#include "output/failure.h"
+#include "model/samples.h"
 #include "output/text.h"
 
 namespace cli {
 
 namespace {
-
-/// Samples of a ratio that are read at once. Of more, every second or third and so on is: the rest
-/// would take memory and not be seen.
-constexpr int kMostSamples = 1'000'000;
 
 std::string ratio_plot(const ssd_op_db_record& record, Charset charset) {
     Plot plot{"IOPS", "OP (%)", 0, 0, {{}}, {}};
@@ -33,14 +29,8 @@ std::string ratio_plot(const ssd_op_db_record& record, Charset charset) {
 
 /// The samples of a ratio, seconds and IOPS; empty when there are none.
 Curve samples_of(int record_no, int ratio) {
-    const int count = SSD_OP_DB_Query_Record_Runtime_Count(record_no, ratio);
-    const Record holder = empty_record();
-    if (SSD_OP_DB_Query_Record_Runtime_Report(holder.get(), record_no, ratio,
-                                              1 + count / kMostSamples) != 0) {
-        throw Failure(kFailed, fmt::format("The samples of record {} cannot be read.", record_no),
-                      "ssd-op db check tells more.");
-    }
-    const auto samples = shared::nodes(holder->runtime_report);
+    const RateSamples loaded = load_rates(record_no, ratio);
+    const auto samples = shared::nodes(loaded.holder->runtime_report);
     int64_t end = 0;
     for (const auto& sample : samples) end = std::max(end, sample.time_slap);
     CurveThinner thinner(double(end) / 1000);
