@@ -37,6 +37,7 @@ void add_commands(cli::Arguments& app) {
     cli::add_show_command(app);
     cli::add_recommend_command(app);
     cli::add_export_command(app);
+    cli::add_report_command(app);
     cli::add_delete_command(app);
     cli::add_limit_command(app);
     cli::add_events_command(app);

@@ -20,6 +20,7 @@ void add_list_command(Arguments& app);
 void add_show_command(Arguments& app);
 void add_recommend_command(Arguments& app);
 void add_export_command(Arguments& app);
+void add_report_command(Arguments& app);
 void add_events_command(Arguments& app);
 void add_consent_command(Arguments& app);
 void add_stop_command(Arguments& app);

@@ -22,9 +22,9 @@ namespace {
 namespace fs = std::filesystem;
 
 [[noreturn]] void fail_writing(const std::string& path, const std::string& report, int error) {
-    throw Failure(kFailed,
-                  fmt::format("{} cannot be written: {}.", printable(path), std::strerror(error)),
-                  fmt::format("The whole report lies in {}", printable(report)));
+    throw Failure(
+        kFailed, fmt::format("{} cannot be written: {}.", printable(path), std::strerror(error)),
+        report.empty() ? "" : fmt::format("The whole report lies in {}", printable(report)));
 }
 
 /// What a copy is written to before it has its name.
@@ -128,7 +128,7 @@ void refuse_existing(const std::string& path, bool force) {
     const fs::file_status status = fs::status(path, ignored);
     if ((fs::exists(status) && !fs::is_regular_file(status)) || is_of_the_system(path)) {
         throw Failure(kRefused, fmt::format("{} is not a file.", printable(path)),
-                      "A dash prints a CSV report: --output -");
+                      "A dash prints a page or a CSV report: --output -");
     }
     if (!force && fs::exists(fs::symlink_status(path, ignored))) {
         throw Failure(kRefused, fmt::format("{} is there already.", printable(path)),

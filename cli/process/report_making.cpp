@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 #include <sys/file.h>
 #include <sys/inotify.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "output/failure.h"
@@ -120,6 +121,17 @@ MadeReport make_report(int record_no, bool csv, const ExportLock& /*held*/,
         fmt::format("Another program exports under the same name at the same time: {}.",
                     printable(path)),
         "Export again when that has ended. Records with one title share a report's name.");
+}
+
+MadeReport hold_report(const std::string& text) {
+    MadeReport report{"", Descriptor(::memfd_create("report", MFD_CLOEXEC))};
+    if (!report.file ||
+        ::write(report.file.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()) ||
+        ::lseek(report.file.get(), 0, SEEK_SET) != 0) {
+        throw Failure(kFailed, fmt::format("The report cannot be held: {}.", std::strerror(errno)),
+                      "Is memory short?");
+    }
+    return report;
 }
 
 }  // namespace cli

@@ -20,10 +20,9 @@ class ExportLock {
     Descriptor file_;
 };
 
-/// The file that the library made for this process, open: whatever takes its name later, this is
-/// the report.
+/// The file that was made, open: whatever takes its name later, this is the report.
 struct MadeReport {
-    std::string path;
+    std::string path;  // empty: it has no name
     Descriptor file;
 };
 
@@ -32,5 +31,9 @@ struct MadeReport {
 /// made once more, a few times.
 /// @throws Failure when it cannot be written, or another one took its name each time
 MadeReport make_report(int record_no, bool csv, const ExportLock& lock, const Interrupt& interrupt);
+
+/// A report that this process has made itself, in a file of memory.
+/// @throws Failure when there is not enough of it
+MadeReport hold_report(const std::string& text);
 
 }  // namespace cli
