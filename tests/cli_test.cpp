@@ -40,6 +40,8 @@ class CommandLine : public ApplianceTest {
                                                         "PD_Get_Info",
                                                         "PD_Get_Sys_Name",
                                                         "PD_Get_Log_Name",
+                                                        "PD_Get_Write_Speed",
+                                                        "PD_Get_Write_IOPS",
                                                         "PD_Is_Exist",
                                                         "Part_Is_Exist_V2",
                                                         "Part_Get_Info",
@@ -151,7 +153,27 @@ TEST_F(CommandLine, TellsInADryRunWhatItWouldCostAndDoesNothing) {
     EXPECT_EQ(plan["ratios"][1]["usable_bytes"],
               plan["ratios"][0]["usable_bytes"].get<uint64_t>() / 2);
     EXPECT_LT(plan["shortest_seconds"], plan["longest_seconds"]);
+    EXPECT_EQ(plan["time_basis"], "capacity");
+    EXPECT_GT(plan["possible_time"]["longest_seconds"], plan["longest_seconds"]);
     expect_nothing_done();
+}
+
+TEST_F(CommandLine, TellsTheTimeAfterWhatIsKnownOfTheDrives) {
+    const auto longest = [](const std::string& drives, const char* basis) {
+        const json plan = parsed("start --dry-run --raid 1 --drives " + drives);
+        EXPECT_EQ(plan["time_basis"], basis);
+        EXPECT_EQ(plan["possible_time"], nullptr);
+        return plan["longest_seconds"].get<int>();
+    };
+    ASSERT_EQ(std::system("echo '[PhysicalDisk_1]\nwrite_speed = 90000000\nwrite_iops = 9000\n"
+                          "[PhysicalDisk_2]\nwrite_speed = 90000000\nwrite_iops = 9000' "
+                          ">/etc/enclosure_1.conf"),
+              0);
+    const int slow = longest("sda,sdb", "figures");
+    const int record = make_record({2, 3}, SSD_OP_TEST_STATUS_STOPPED);
+    SSD_OP_DB_Update_Record_LV_Size(60'000, record);
+    ASSERT_EQ(SSD_OP_DB_Update_Test_Result(record, 0, 1.5, 10'000), 0);
+    EXPECT_LT(longest("sda,sdb", "record"), slow) << "other drives of their model";
 }
 
 TEST_F(CommandLine, FollowsAnEvaluationToItsEndAndShowsIt) {
@@ -369,6 +391,22 @@ TEST_F(CommandLine, DropsNoRecordThatStillHoldsSomething) {
     ASSERT_EQ(SSD_OP_DB_Delete_Record(2), 0);
     ASSERT_EQ(SSD_OP_DB_Update_Max_Record_Limit(1), 0);
     EXPECT_THAT(run(start).output, HasSubstr("Stop it first: ssd-op stop 3"));
+}
+
+TEST_F(CommandLine, TellsTheTimeLeftFromTheRatioBefore) {
+    Groups groups(1, {0, 1});
+    groups.numbered(800);
+    const int record = new_record(groups, SSD_OP_TEST_STATUS_TESTING)->record_no;
+    appliance().run_sql(
+        "UPDATE TEST_RECORD SET max_op = 40, interval = 10, lv_size = 60000, test_size = 60000");
+    ASSERT_EQ(SSD_OP_DB_Update_Test_Result(record, 0, 7.69, 4000), 0);
+    write_file("/root/steps", "8000000, 4000, 0, 0, 122880000\n");
+    ASSERT_EQ(SSD_OP_DB_Update_Runtime_Report(record, 0, "/root/steps", 0), 0);
+    Ini_Conf_Set_Field(kRuntimeInfo, "Record_1", "current_op_percentage", "10");
+    Ini_Conf_Set_Field(kRuntimeInfo, "Record_1", "current_op_start_time", "1");
+    // The current one is overdue. Of the others each takes 320 s, and 7680 s times its share of the
+    // volume and of the work of a write, by the theory with a write amplification of 2.17 and less.
+    EXPECT_NEAR(parsed("status 1")["remaining_seconds"].get<int>(), 1937 + 1361 + 1040, 100);
 }
 
 TEST_F(CommandLine, ShowsNoAbsurdFiguresAndNoControlCharacters) {

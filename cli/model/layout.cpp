@@ -54,18 +54,23 @@ size_t Layout::data_members() const {
     }
 }
 
-int Layout::random_write_cost() const {
+Layout::Operations Layout::random_write_operations() const {
+    // Parities come from what changes, or from the rest of the stripe where that is less to read.
+    const auto parity = [this](double parities) {
+        const double rest = static_cast<double>(members) - parities - 1;
+        return Operations{1 + parities, std::min(1 + parities, rest)};
+    };
     switch (level) {
         case 1:
-            return static_cast<int>(members);
+            return {static_cast<double>(members), 0};
         case 10:
-            return 2;
+            return {2, 0};
         case 5:
-            return 4;
+            return parity(1);
         case 6:
-            return 6;
+            return parity(2);
         default:
-            return 1;
+            return {1, 0};
     }
 }
 

@@ -12,8 +12,12 @@ struct Layout {
 
     /// Members whose worth of data the group holds.
     size_t data_members() const;
-    /// Operations that the members do together for one small random write to the group.
-    int random_write_cost() const;
+    /// What the members do together for one small random write to the group.
+    struct Operations {
+        double writes;
+        double reads;
+    };
+    Operations random_write_operations() const;
     /// "RAID 5 over 4 drives", "a single drive".
     std::string text() const;
 };

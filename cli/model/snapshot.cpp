@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "model/course.h"
 #include "model/leftover.h"
 #include "output/text.h"
 
@@ -42,6 +43,21 @@ void add_activity(Snapshot& snapshot, ssd_op_db_record& record) {
     }
 }
 
+/// From how the evaluation has gone so far; where that does not tell, what the library says.
+std::optional<unsigned long long> remaining_seconds(const Snapshot& snapshot,
+                                                    const ssd_op_db_record& record) {
+    if (!snapshot.ratio) return std::nullopt;
+    const auto course = course_of(record, *snapshot.ratio, snapshot.iops.value_or(0));
+    const auto left = course ? time_left(*course) : std::nullopt;
+    if (left && *left <= static_cast<double>(kLongestRest))
+        return static_cast<unsigned long long>(std::max(*left, 1.0));
+    unsigned long long seconds = 0;
+    if (SSD_OP_Test_Get_Remain_Time(snapshot.record_no, &record, &seconds) == 0 && seconds > 0 &&
+        seconds <= kLongestRest)
+        return seconds;
+    return std::nullopt;
+}
+
 void add_figures(Snapshot& snapshot, const ssd_op_db_record& record) {
     SSD_OP_Test_Get_Current_OP_Running_Step(snapshot.record_no, &snapshot.step);
     SSD_OP_Test_Get_Current_OP_Total_Step(snapshot.record_no, &snapshot.step_count);
@@ -50,10 +66,7 @@ void add_figures(Snapshot& snapshot, const ssd_op_db_record& record) {
     if (SSD_OP_Test_Get_Current_OP_Test_Value(snapshot.record_no, &iops) == 0 && iops > 0 &&
         iops <= kMostIops)
         snapshot.iops = static_cast<double>(iops);
-    unsigned long long seconds = 0;
-    if (SSD_OP_Test_Get_Remain_Time(snapshot.record_no, &record, &seconds) == 0 && seconds > 0 &&
-        seconds <= kLongestRest)
-        snapshot.remaining_seconds = seconds;
+    snapshot.remaining_seconds = remaining_seconds(snapshot, record);
 }
 
 /// A driver may end between the reading of its record and the search for it, so a record without a

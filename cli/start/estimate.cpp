@@ -5,90 +5,59 @@
 
 #include <fmt/format.h>
 
+#include "model/time_left.h"
 #include "output/text.h"
+#include "start/speed.h"
 
 namespace cli {
 
 namespace {
 
-constexpr double kMb = 1e6;
+// What the truth is off by at most, as a factor, and what a precedent leaves of it.
+constexpr double kSpread = 1.4;
+constexpr double kSpreadOfPrecedent = 1.25;
 
-/// Bytes a second that one drive keeps up, from the slowest to the fastest that are sold.
-struct Speed {
-    double slowest;
-    double fastest;
+/// Seconds for what takes no writing to a volume.
+struct Allowance {
+    double drive;   // each is discarded and measured before
+    double ratio;   // the discard of what is cut off
+    double rounds;  // of a minute, until the rate is steady, with what is stored after each
 };
-struct DriveSpeed {
-    Speed sequential;
-    Speed random;  // writes of 4 KiB in the steady state
-};
-constexpr DriveSpeed kSataSpeed = {{100 * kMb, 520 * kMb}, {10 * kMb, 300 * kMb}};
-constexpr DriveSpeed kNvmeSpeed = {{500 * kMb, 3500 * kMb}, {60 * kMb, 1200 * kMb}};
+constexpr Allowance kLeast = {30, 2, kRoundsSeconds};
+constexpr Allowance kUsual = {140, 10, kRoundsSeconds + 30};
+constexpr Allowance kMost = {240, 60, 25 * 70};
 
-// The measurement: twice the area is written, then rounds of a minute until the rate is steady.
-constexpr int kPasses = 2;
-constexpr double kFewestRounds = 5 * 60;
-constexpr double kMostRounds = 25 * 70;  // with what is stored after each
-// Before it, every drive is discarded and measured; at a ratio, the discard of what is cut off.
-constexpr TimeRange kOneDrive = {30, 240};
-constexpr TimeRange kSettingRatio = {2, 60};
-
-TimeRange operator+(TimeRange a, TimeRange b) {
-    return {a.shortest + b.shortest, a.longest + b.longest};
-}
-
-TimeRange operator*(TimeRange range, double factor) {
-    return {range.shortest * factor, range.longest * factor};
-}
-
-TimeRange writing(double bytes, Speed speed) {
-    return {bytes / speed.fastest, bytes / speed.slowest};
-}
-
-class Estimate {
+class Sum {
   public:
-    explicit Estimate(const Plan& plan) : plan_(plan) {
-        const bool fast = std::all_of(plan.drives.begin(), plan.drives.end(),
-                                      [](const Drive& drive) { return drive.is_fast; });
-        const DriveSpeed drive = fast ? kNvmeSpeed : kSataSpeed;
-        const auto data = static_cast<double>(plan.layout.data_members());
-        const double random =
-            static_cast<double>(plan.drives.size()) / plan.layout.random_write_cost();
-        sequential_ = {drive.sequential.slowest * data, drive.sequential.fastest * data};
-        random_ = {drive.random.slowest * random, drive.random.fastest * random};
-    }
+    Sum(const Plan& plan, const VolumeSpeed& speed, const Allowance& allowance)
+        : plan_(plan), speed_(speed), allowance_(allowance) {}
 
-    TimeRange whole() const {
-        const auto volume = static_cast<double>(usable_bytes(plan_));
-        TimeRange time =
-            kOneDrive * static_cast<double>(plan_.drives.size()) + writing(volume, sequential_);
-        for (const int op : plan_.ratios) time = time + ratio(op);
-        return time;
+    double whole() const {
+        double seconds = allowance_.drive * static_cast<double>(plan_.drives.size()) +
+                         static_cast<double>(usable_bytes(plan_)) / speed_.sequential;
+        for (const int op : plan_.ratios) seconds += ratio(op);
+        return seconds;
     }
 
   private:
-    TimeRange ratio(int op) const {
+    double ratio(int op) const {
         const int type = plan_.param.test_type;
-        TimeRange time = kSettingRatio;
-        if (type != SSD_OP_TEST_TYPE_RANDOM) time = time + part(op, sequential_);
-        if (type != SSD_OP_TEST_TYPE_SEQUENTIAL) time = time + part(op, random_);
-        if (plan_.param.abort_time > 0) {
-            const double most = plan_.param.abort_time + 60.0;  // it is looked at after each round
-            time = {std::min(time.shortest, most), std::min(time.longest, most)};
-        }
-        return time;
+        double seconds = allowance_.ratio;
+        if (type != SSD_OP_TEST_TYPE_RANDOM) seconds += part(op, speed_.sequential);
+        if (type != SSD_OP_TEST_TYPE_SEQUENTIAL) seconds += part(op, speed_.random(op));
+        if (plan_.param.abort_time == 0) return seconds;
+        return std::min(seconds, plan_.param.abort_time + 60.0);  // looked at after each round
     }
 
-    TimeRange part(int op, Speed speed) const {
+    double part(int op, double bytes_second) const {
         uint64_t area = usable_bytes(plan_, op);
         if (plan_.param.test_size > 0) area = std::min(area, plan_.param.test_size * kMib);
-        return writing(static_cast<double>(area) * kPasses, speed) +
-               TimeRange{kFewestRounds, kMostRounds};
+        return static_cast<double>(area) * kPasses / bytes_second + allowance_.rounds;
     }
 
     const Plan& plan_;
-    Speed sequential_;
-    Speed random_;
+    const VolumeSpeed& speed_;
+    const Allowance& allowance_;
 };
 
 }  // namespace
@@ -103,7 +72,23 @@ uint64_t usable_bytes(const Plan& plan, int op) {
     return usable_bytes(plan) * static_cast<uint64_t>(100 - op) / 100;
 }
 
-TimeRange estimate_time(const Plan& plan) { return Estimate(plan).whole(); }
+TimeRange possible_time(const Plan& plan) {
+    return {Sum(plan, fastest_speed(plan), kLeast).whole(),
+            Sum(plan, slowest_speed(plan), kMost).whole()};
+}
+
+TimeEstimate estimate_time(const Plan& plan, const Knowledge& knowledge) {
+    const double usual = Sum(plan, usual_speed(plan, knowledge), kUsual).whole();
+    const double spread = knowledge.precedent ? kSpreadOfPrecedent : kSpread;
+    TimeEstimate estimate{{usual / spread, usual * spread}, {}, {}, {}};
+    if (knowledge.precedent)
+        estimate.record_no = knowledge.precedent->record_no;
+    else if (knowledge.figures)
+        estimate.from_figures = true;
+    else
+        estimate.possible = possible_time(plan);
+    return estimate;
+}
 
 std::string time_range_text(const TimeRange& range) {
     const auto minutes = [](double seconds) {

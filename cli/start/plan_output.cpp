@@ -5,7 +5,7 @@
 
 #include "output/table.h"
 #include "output/text.h"
-#include "start/estimate.h"
+#include "start/knowledge.h"
 
 namespace cli {
 
@@ -63,6 +63,32 @@ std::string services_text(const Plan& plan) {
                : "The file services go on; what they do can disturb the drives' measurement.";
 }
 
+std::string time_text(const Plan& plan) {
+    const TimeEstimate time = estimate_time(plan, knowledge_of(plan));
+    std::string text = fmt::format("It takes about {}, ", time_range_text(time.range));
+    if (time.record_no)
+        return text + fmt::format("as record {} tells of such drives.\n", *time.record_no);
+    if (time.from_figures)
+        return text + "after what the drives did when they were measured empty.\n";
+    return text + fmt::format(
+                      "if the drives are as most of their capacity. None of this kind was "
+                      "measured yet: {} are possible.\n",
+                      time_range_text(*time.possible));
+}
+
+Json time_json(const Plan& plan) {
+    const auto range_json = [](const TimeRange& range) {
+        return Json{{"shortest_seconds", static_cast<int64_t>(range.shortest)},
+                    {"longest_seconds", static_cast<int64_t>(range.longest)}};
+    };
+    const TimeEstimate time = estimate_time(plan, knowledge_of(plan));
+    Json json = range_json(time.range);
+    json["time_basis"] = time.record_no ? "record" : time.from_figures ? "figures" : "capacity";
+    json["time_record"] = or_null(time.record_no);
+    json["possible_time"] = time.possible ? range_json(*time.possible) : Json(nullptr);
+    return json;
+}
+
 }  // namespace
 
 std::string plan_text(const Plan& plan) {
@@ -72,7 +98,7 @@ std::string plan_text(const Plan& plan) {
     if (plan.param.test_size > 0)
         text += fmt::format("Tested area: {} MiB of the volume.\n", plan.param.test_size);
     text += services_text(plan) + "\n";
-    text += fmt::format("It takes about {}.\n", time_range_text(estimate_time(plan)));
+    text += time_text(plan);
     if (!plan.dropped.empty())
         text += fmt::format("The record limit deletes {} for it.\n", dropped_text(plan));
     text +=
@@ -91,20 +117,19 @@ Json plan_json(const Plan& plan) {
     const auto ratio_json = [&](int op) {
         return Json{{"op", op}, {"usable_bytes", usable_bytes(plan, op)}};
     };
-    const TimeRange time = estimate_time(plan);
-    return {{"title", plan.param.title},
-            {"raid_level", plan.layout.level},
-            {"drives", json_list(plan.drives, drive_json)},
-            {"ratios", json_list(plan.ratios, ratio_json)},
-            {"interval", plan.param.interval},
-            {"test_type", type_of(plan).name},
-            {"test_size_mib", plan.param.test_size},
-            {"min_iops", plan.param.min_iops},
-            {"abort_seconds", plan.param.abort_time},
-            {"stop_services", plan.param.stop_service != 0},
-            {"shortest_seconds", static_cast<int64_t>(time.shortest)},
-            {"longest_seconds", static_cast<int64_t>(time.longest)},
-            {"dropped_records", plan.dropped}};
+    Json json = {{"title", plan.param.title},
+                 {"raid_level", plan.layout.level},
+                 {"drives", json_list(plan.drives, drive_json)},
+                 {"ratios", json_list(plan.ratios, ratio_json)},
+                 {"interval", plan.param.interval},
+                 {"test_type", type_of(plan).name},
+                 {"test_size_mib", plan.param.test_size},
+                 {"min_iops", plan.param.min_iops},
+                 {"abort_seconds", plan.param.abort_time},
+                 {"stop_services", plan.param.stop_service != 0}};
+    json.update(time_json(plan));
+    json["dropped_records"] = plan.dropped;
+    return json;
 }
 
 }  // namespace cli
