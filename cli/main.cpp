@@ -18,7 +18,7 @@ constexpr const char* kExitCodes =
     "  1  the appliance reports a failure, or the evaluation failed\n"
     "  2  the command line is not understood\n"
     "  3  refused: the request breaks a rule, for example drives in use, or no measured ratio\n"
-    "     fulfils the wish of recommend\n"
+    "     fulfils the wish of recommend, or compare is given a record without rates\n"
     "  4  no such record or drive\n"
     "  5  not confirmed\n"
     "  6  the evaluation that was followed has been stopped\n"
@@ -36,6 +36,7 @@ void add_commands(cli::Arguments& app) {
     cli::add_list_command(app);
     cli::add_show_command(app);
     cli::add_recommend_command(app);
+    cli::add_compare_command(app);
     cli::add_export_command(app);
     cli::add_report_command(app);
     cli::add_delete_command(app);

@@ -19,6 +19,7 @@ void add_watch_command(Arguments& app);
 void add_list_command(Arguments& app);
 void add_show_command(Arguments& app);
 void add_recommend_command(Arguments& app);
+void add_compare_command(Arguments& app);
 void add_export_command(Arguments& app);
 void add_report_command(Arguments& app);
 void add_events_command(Arguments& app);

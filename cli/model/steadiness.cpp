@@ -29,4 +29,9 @@ std::optional<Steadiness> steadiness_of(const std::vector<double>& rates) {
     return Steadiness{(*largest - *smallest) / mean, 4 * slope_of_a_round / mean};
 }
 
+const char* steadiness_word(const std::optional<Steadiness>& found) {
+    if (!found) return "-";
+    return found->is_steady() ? "steady" : "not steady";
+}
+
 }  // namespace cli

@@ -16,4 +16,7 @@ struct Steadiness {
 /// @param rates of rounds, the oldest first. None of fewer than five, or when their mean is 0.
 std::optional<Steadiness> steadiness_of(const std::vector<double>& rates);
 
+/// "steady", "not steady", or "-" where it cannot be told.
+const char* steadiness_word(const std::optional<Steadiness>& found);
+
 }  // namespace cli

@@ -90,7 +90,7 @@ std::string rounds_text(const Measured& ratio) {
     if (!found) return fmt::format("unknown, OP {} % has no five rounds", op);
     return fmt::format("at OP {} % the last five rounds vary by {}, their slope is {}: {}", op,
                        percent_text(found->excursion), slope_text(found->slope),
-                       found->is_steady() ? "steady" : "not steady");
+                       steadiness_word(found));
 }
 
 std::string doubts_text(const Assessment& assessment) {
@@ -131,9 +131,7 @@ std::vector<std::string> row_of(const Assessment& assessment, const Measured& ra
                                     shown(result.gain_percent, "{:+.1f} %"),
                                     rounds ? percent_text(rounds->excursion) : "-",
                                     rounds ? slope_text(rounds->slope) : "-",
-                                    !rounds               ? "-"
-                                    : rounds->is_steady() ? "steady"
-                                                          : "not steady",
+                                    steadiness_word(rounds),
                                     shown(observation.hottest, "{} °C"),
                                     shown(result.write_amplification, "{:.2f}"),
                                     shown(lifetime, "x {:.2f}")};
