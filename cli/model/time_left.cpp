@@ -21,8 +21,10 @@ class Prediction {
     double seconds_at(int op) const {
         const double writing = writing_at(op), known_writing = writing_at(known_.op);
         if (was_given_up()) return std::min(writing + kRoundsSeconds, known_.seconds);
-        const double beside = known_.seconds - known_writing;
-        return beside > 0 ? writing + beside : known_.seconds * writing / known_writing;
+        // In the steady state from the beginning, or faster before it.
+        const double spent = std::max(known_.seconds - kRoundsSeconds, 0.0);
+        if (spent >= known_writing) return writing + known_.seconds - known_writing;
+        return spent * writing / known_writing + kRoundsSeconds;
     }
 
   private:
