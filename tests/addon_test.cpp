@@ -1,5 +1,6 @@
 // The add-on's own logic: the steady-state rule, and the progress that the library reads.
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -7,13 +8,15 @@
 #include <gtest/gtest.h>
 
 #include "addon/progress.h"
-#include "addon/steady_state.h"
+#include "shared/steadiness.h"
 #include "ssd_op.h"
 
 namespace appliance::addon {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+bool is_steady(const std::array<double, 5>& rates) { return ssd_op::shared::is_steady(rates); }
 
 TEST(SteadyState, ASpreadOfTwentyPercentIsTheMost) {
     EXPECT_TRUE(is_steady({100, 100, 100, 100, 100}));

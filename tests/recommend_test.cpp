@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include "addon/steady_state.h"
 #include "flash/closed_form.h"
 #include "model/recommendation.h"
 #include "model/steadiness.h"
@@ -125,7 +124,7 @@ TEST(Recommendation, IsTheSmallestMeasuredRatioThatFulfilsTheWish) {
     EXPECT_FALSE(recommend(curve(kSimulated), {20000, {}}, false).fit) << "of sequential writes";
 }
 
-TEST(Steadiness, IsJudgedAsTheAddOnJudgesIt) {
+TEST(Steadiness, IsThatOfTheLastFiveRounds) {
     const std::vector<std::vector<double>> windows = {
         {100, 100, 100, 100, 100},   {90, 110, 100, 90, 110},
         {90, 111, 100, 90, 110},     {96, 97, 100, 103, 104},
@@ -133,8 +132,7 @@ TEST(Steadiness, IsJudgedAsTheAddOnJudgesIt) {
         {106, 103, 100, 97, 94},     {0, 0, 0, 0, 0},
         {1, 900, 3, 20, 7}};
     for (auto rates : windows) {
-        const bool steady =
-            appliance::addon::is_steady({rates[0], rates[1], rates[2], rates[3], rates[4]});
+        const bool steady = ssd_op::shared::is_steady(std::span<const double, 5>(rates.data(), 5));
         rates.insert(rates.begin(), 5000);  // a round before the last five
         const auto found = steadiness_of(rates);
         EXPECT_EQ(found && found->is_steady(), steady) << testing::PrintToString(rates);

@@ -13,9 +13,9 @@
 
 #include "addon/drive_reading.h"
 #include "addon/progress.h"
-#include "addon/steady_state.h"
 #include "platform/storage.h"
 #include "shared/command_line.h"
+#include "shared/steadiness.h"
 #include "ssd_op.h"
 
 namespace appliance::addon {
@@ -82,7 +82,7 @@ struct Request {
     int reason_code = 0;
     ProgressKeys keys;
     Status status;
-    Window rounds{};
+    std::array<double, 5> rounds{};
     std::function<int()> action;
 };
 
@@ -112,8 +112,9 @@ void add_measuring_commands(Arguments& app, Request& request) {
     Arguments steady =
         app.subcommand("steady", "Exit status 0 when five rounds are steady, else 1");
     steady.add("iops", request.rounds, "IOPS of five rounds, the oldest first").required();
-    steady.callback(
-        [&] { request.action = [&] { return is_steady(request.rounds) ? kOk : kFailed; }; });
+    steady.callback([&] {
+        request.action = [&] { return ssd_op::shared::is_steady(request.rounds) ? kOk : kFailed; };
+    });
 }
 
 void add_storing_commands(Arguments& app, Request& request) {
