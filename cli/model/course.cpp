@@ -67,6 +67,7 @@ bool add_volume(Course& course, const ssd_op_db_record& record) {
     size_t data_members = 0;
     for (const ssd_op_db_raid_conf& group : shared::groups(record)) {
         course.layout = {group.raid_level, shared::drives(group).size()};
+        if (!course.layout.holds_data()) return false;
         data_members += course.layout.data_members();
     }
     const std::vector<const ssd_op_db_ssd_dev*> drives = drives_of(record);

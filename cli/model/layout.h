@@ -10,6 +10,8 @@ struct Layout {
     int level;
     size_t members;
 
+    /// False for a damaged record, that has fewer members than its level takes.
+    bool holds_data() const { return data_members() > 0 && data_members() <= members; }
     /// Members whose worth of data the group holds.
     size_t data_members() const;
     /// What the members do together for one small random write to the group.

@@ -38,6 +38,7 @@ std::optional<Precedent> precedent_of(const ssd_op_db_record& record) {
     std::vector<Rate> rates = rates_of(results_of(record));
     if (rates.empty() || record.lv_size == 0) return std::nullopt;
     const Layout layout{group->raid_level, shared::drives(*group).size()};
+    if (!layout.holds_data()) return std::nullopt;
     const auto data = static_cast<double>(layout.data_members());
     const DriveUse use{0, static_cast<double>(record.lv_size) * kMib / data,
                        static_cast<double>(record.test_size) * kMib / data};

@@ -15,6 +15,8 @@ constexpr double kBytesOfDie = 16e9;    // 128 Gbit
 constexpr double kFewestDies = 4, kMostDies = 64;
 constexpr double kProgramSeconds = 113e-6;  // of 4 KiB on one die
 
+constexpr double kMostCorrection = 1000;  // beyond is a damaged record, not a drive
+
 /// Bytes a second that one drive keeps up.
 struct DriveSpeed {
     double sequential;
@@ -97,7 +99,8 @@ class Correction {
         for (const auto& [op, iops] : precedent.rates) {
             const double expected =
                 random_speed(drive, precedent.layout, write_amplification_at(use, op));
-            factors_.push_back({op, iops * kBlock / expected});
+            factors_.push_back(
+                {op, std::clamp(iops * kBlock / expected, 1 / kMostCorrection, kMostCorrection)});
         }
     }
 
