@@ -3,7 +3,7 @@
  *
  *     evaluate 5 0x10001 0x10002 0x10003     RAID 5 over three drives; all data on them is lost
  *
- * docs/interface.md tells what stands behind each step.
+ * docs/life-of-an-evaluation.md tells what stands behind each step.
  */
 #define _POSIX_C_SOURCE 200809L
 

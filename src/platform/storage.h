@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * The appliance's storage library (libTavrel_Storage.so): RAID groups, storage pools, logical
  * volumes, mounted volumes and the file services.
  *
@@ -16,24 +17,34 @@ extern "C" {
 
 /* ---- RAID groups ---- */
 
-#define RAID_MAX_DRIVES 3072 /* room for ids in each of a group's two lists */
+/**
+ * @defgroup platform The platform's part of a request
+ * From ssd_op/platform/storage.h. An appliance has its own header, with more in it.
+ * @{
+ */
 
-#define RAID_FLAG_ID_RESERVED 1u /* RAID_CONF.flags bit 0: raid_id is reserved already */
+#define RAID_MAX_DRIVES 3072 /**< room for ids in each of a group's two lists */
 
-enum { /* RAID_CONF.raid_level, beside the plain levels 0, 1, 5, 6 and 10 */
-       RAID_LEVEL_JBOD = -2
-};
+#define RAID_FLAG_ID_RESERVED 1u /**< RAID_CONF.flags bit 0: raid_id is reserved already */
 
+/** RAID_CONF.raid_level, beside the plain levels 0, 1, 5, 6 and 10. */
+enum { RAID_LEVEL_JBOD = -2 /**< drives one behind the other */ };
+
+/** A RAID group to create. */
 typedef struct RAID_CONF {
-    int raid_id;
-    int raid_level;
-    int drive_num; /* member drives in drive_ids */
-    uint32_t drive_ids[RAID_MAX_DRIVES];
-    int spare_drive_num;
-    uint32_t spare_drive_ids[RAID_MAX_DRIVES];
-    uint32_t flags;
-    struct RAID_CONF *next; /* next group of a request */
+    int raid_id;                               /**< number of the group */
+    int raid_level;                            /**< 0, 1, 5, 6, 10 or RAID_LEVEL_JBOD */
+    int drive_num;                             /**< member drives in drive_ids */
+    uint32_t drive_ids[RAID_MAX_DRIVES];       /**< their drive ids */
+    int spare_drive_num;                       /**< spare drives in spare_drive_ids */
+    uint32_t spare_drive_ids[RAID_MAX_DRIVES]; /**< their drive ids */
+    uint32_t flags;                            /**< RAID_FLAG_... */
+    struct RAID_CONF *next;                    /**< next group of the request, or NULL */
 } RAID_CONF;
+
+/** @} */
+
+/** @cond What the library calls, and its callers do not. */
 
 typedef struct RAID_INFO {
     int raid_id;
@@ -134,6 +145,8 @@ int LV_Get_Size(int lv_id, uint64_t *sectors);
 int Check_Default_Share_in_All_Vol(int flags);            /* id of the volume; 0 or below: none */
 int Volume_Is_Mount(int volume_id, char *path, int size); /* above 0: mounted, at path */
 int Start_Services(void); /* services.sh and rsyncd.sh; returns when both have started */
+
+/** @endcond */
 
 #ifdef __cplusplus
 }
