@@ -67,6 +67,19 @@ TEST_F(Steps, TheScriptsArgumentsCanBeOverridden) {
     EXPECT_EQ(read_file("/tmp/arguments"), "256 77\n");
 }
 
+TEST_F(Steps, TheScriptIsToldWhatToWrite) {
+    Groups groups(1, {0, 1});
+    begin_test(groups);
+    std::string told;
+    for (const int type :
+         {SSD_OP_TEST_TYPE_RANDOM, SSD_OP_TEST_TYPE_SEQUENTIAL, SSD_OP_TEST_TYPE_ALL}) {
+        param_.test_type = type;
+        EXPECT_EQ(run_script("echo \"$2\" >/tmp/arguments"), 0);
+        told += read_file("/tmp/arguments");
+    }
+    EXPECT_EQ(told, "random\nsequential\nall\n");
+}
+
 TEST_F(Steps, ResultsAreReadFromTheReportAsFarAsItGoes) {
     Groups groups(1, {0, 1});
     begin_test(groups);
@@ -132,6 +145,16 @@ TEST_F(Steps, WithoutALogPrefixNoReportIsRead) {
     EXPECT_TRUE(exists(report));
     ::unlink(report.c_str());
     EXPECT_EQ(read_record(1)->result_2[0], 0.0L);
+}
+
+TEST_F(Steps, AReportThatIsALinkIsNotRead) {
+    Groups groups(1, {0, 1});
+    begin_test(groups);
+    write_file("/root/other", "OP_0%, 1, 2\n");
+    EXPECT_EQ(run_script("ln -s /root/other \"${PREFIX}report.csv\""), 0);
+    EXPECT_EQ(SSD_OP_Test_Save_Result(&param_, record_.get()), 0);
+    EXPECT_EQ(read_record(1)->result_2[0], 0.0L);
+    EXPECT_TRUE(exists("/root/other"));
 }
 
 TEST_F(Steps, TemperaturesAreSampledAsLongAsTheTestRuns) {

@@ -50,6 +50,7 @@ TEST(CheckRaid, FitsEachLevelToItsNumberOfDrives) {
         }
     }
     EXPECT_EQ(SSD_OP_Test_Check_RAID(nullptr), -13);
+    EXPECT_EQ(SSD_OP_Test_Create_Storage(nullptr, 0, nullptr, nullptr), -13);
 }
 
 TEST(CheckRaid, RejectsListsThatAreNone) {
