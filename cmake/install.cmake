@@ -4,6 +4,7 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 install(TARGETS ssd_op ssd_op_cli)
+install(TARGETS ssd_op_commands DESTINATION lib/ssd-op) # where ssd-op looks, whatever the libraries' place
 install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ssd-op)
 if(TARGET manual)

@@ -27,6 +27,7 @@ make_root() {
     for library in lib lib32 lib64 libx32; do
         [[ ! -e /$library || -L $root/$library ]] || ln -s "usr/$library" "$root/$library"
     done
+    ln -sfn /usr/local/lib "$root/opt/appliance/lib" # beside bin, as in the build
     # What an appliance keeps in memory does not outlive a power-off.
     rm -rf -- "$root/tmp" "$root/run" "$root/var/kfunc/rcK"
     mkdir -m 1777 -- "$root/tmp"

@@ -92,7 +92,10 @@ bool is_named(const Drive& drive, const std::string& name) {
 std::vector<Drive> load_drives() {
     std::vector<unsigned> ids(kMostDrives);
     const int count = PD_Enumerate(ids.data(), kMostDrives);
-    if (count < 0) throw reported_in_log("The platform does not tell which drives there are.");
+    if (count < 0)
+        throw Failure(kFailed, "The platform does not tell which drives there are.",
+                      "Outside an appliance there are none to be told of: see ssd-op-appliance, or "
+                      "appliance/enter. On one, its trace log tells why.");
     ids.resize(static_cast<size_t>(count));
     std::vector<Drive> drives;
     for (const unsigned id : ids) drives.push_back(load_drive(id));
