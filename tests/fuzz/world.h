@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace fuzz {
 
@@ -9,6 +10,10 @@ namespace fuzz {
 /// Record 1 is being tested and has two groups, results of two ratios, a runtime report and
 /// temperatures.
 void renew_database();
+
+/// Stores values in that database, a line each: a letter for the column, one for what is stored (t
+/// a text, l a long one, b bytes, n nothing), and the value itself.
+void put_values(std::string_view lines);
 
 /// The bytes of that database's file, and where it lies.
 const std::string& database_bytes();
