@@ -1,14 +1,25 @@
 #!/usr/bin/env bash
 # The appliance in place of a container: bubblewrap and a Debian root stand in for one that gives no
 # namespaces.
-# usage: in_place_test.sh BUILD_DIR ROOT   (ROOT: a fresh Debian root, which is not changed)
+# usage: in_place_test.sh BUILD_DIR [ROOT]
+#   ROOT  a fresh Debian root with the packages of the group in_place, which is not changed; without it,
+#         one is made (DEBIAN_MIRROR, when it is to be another than mmdebstrap's own)
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 repo=$(dirname "$here")
-build=$(realpath -- "$1") fresh=$(realpath -- "$2")
+build=$(realpath -- "$1")
 work=$(mktemp -d)
 trap 'rm -rf -- "$work"' EXIT
 failed=0
+
+make_root() {
+    mmdebstrap --variant=essential --include="$("$repo/packaging/setup" --list in_place)" \
+        bookworm "$1" ${DEBIAN_MIRROR:+"$DEBIAN_MIRROR"} >"$work/root.log" 2>&1 ||
+        { tail -n 20 "$work/root.log"; echo "There is no Debian root to test in." >&2; exit 1; }
+}
+fresh=${2:-$work/fresh}
+[[ $# -gt 1 ]] || make_root "$fresh"
+fresh=$(realpath -- "$fresh")
 
 check() { # TEXT COMMAND...
     if "${@:2}"; then echo "ok: $1"; else echo "FAILED: $1"; failed=1; fi
