@@ -55,7 +55,11 @@ void open_closed_streams() {
 }
 
 int run(int argc, char** argv) {
-    cli::Arguments app("Evaluates how much over-provisioning SSDs need.", "ssd-op");
+    cli::Arguments app(
+        "Evaluates how much over-provisioning (OP) SSDs need: the share of them that is left free "
+        "so "
+        "that they write faster.",
+        "ssd-op");
     app.require_one_subcommand();
     app.footer(kExitCodes);
     app.version("ssd-op " SSD_OP_VERSION);

@@ -173,7 +173,15 @@ TEST_F(CommandLine, TellsTheTimeAfterWhatIsKnownOfTheDrives) {
     const int record = make_record({2, 3}, SSD_OP_TEST_STATUS_STOPPED);
     SSD_OP_DB_Update_Record_LV_Size(60'000, record);
     ASSERT_EQ(SSD_OP_DB_Update_Test_Result(record, 0, 1.5, 10'000), 0);
-    EXPECT_LT(longest("sda,sdb", "record"), slow) << "other drives of their model";
+    const int after_record = longest("sda,sdb", "record");
+    EXPECT_LT(after_record, slow) << "other drives of their model";
+
+    const int cut_short = make_record({0, 1}, SSD_OP_TEST_STATUS_STOPPED);
+    SSD_OP_DB_Update_Record_LV_Size(60'000, cut_short);
+    write_file("/tmp/rounds", "1000, 40000, 1, 0, 80\n");
+    ASSERT_EQ(SSD_OP_DB_Update_Test_Result(cut_short, 0, 1.5, 40'000), 0);
+    ASSERT_EQ(SSD_OP_DB_Update_Runtime_Report(cut_short, 0, "/tmp/rounds", 0), 0);
+    EXPECT_EQ(longest("sda,sdb", "record"), after_record) << "one round is no steady rate";
 }
 
 TEST_F(CommandLine, FollowsAnEvaluationToItsEndAndShowsIt) {

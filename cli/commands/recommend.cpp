@@ -17,6 +17,13 @@ struct Options {
     bool json = false;
 };
 
+/// The refusal itself says what a record without a knee wants.
+std::string advice_for(const Assessment& assessment) {
+    if (!assessment.recommendation.required) return "";
+    return fmt::format("Wish for less, or measure beyond OP {} %: ssd-op start with --max-op.",
+                       assessment.rates.back().op);
+}
+
 void run(const Options& options) {
     const Assessment assessment =
         assess(options.record_no, options.wishes.wish, options.wishes.endurance_tb);
@@ -25,7 +32,7 @@ void run(const Options& options) {
     else
         fmt::print("{}", recommendation_text(assessment));
     if (!assessment.recommendation.chosen)
-        throw Failure(kRefused, refusal_text(assessment.recommendation));
+        throw Failure(kRefused, refusal_text(assessment.recommendation), advice_for(assessment));
 }
 
 }  // namespace
@@ -38,7 +45,15 @@ void add_recommend_command(Arguments& app) {
     add_wish_options(command, options.wishes);
     add_json_flag(command, options.json);
     command.footer(
-        "Without a wish it recommends the knee of the curve.\n\n"
+        "Without a wish it recommends the knee of the curve: the measured ratio up to which each\n"
+        "percent brings much, and beyond which it brings less.\n\n"
+        "Excursion and slope tell how far apart the rates of the last five rounds of a minute "
+        "lie,\n"
+        "and how much they change over them, as shares of their mean; up to 20 % and 10 % the "
+        "ratio\n"
+        "is steady. Lifetime is that of the drives, as a multiple of that at the lowest measured\n"
+        "ratio. The fit is a curve of theory through the measured rates, for the ratios "
+        "between.\n\n"
         "Exit codes: 0 a ratio is recommended, 3 none is or none was measured, 4 no such record\n\n"
         "Examples:\n"
         "  ssd-op recommend 3 --min-iops 20000\n"

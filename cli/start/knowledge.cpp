@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "model/observation.h"
 #include "model/record.h"
 #include "output/text.h"
 #include "platform/hal.h"
@@ -31,11 +32,21 @@ std::set<Kind> kinds_of(const ssd_op_db_record& record) {
     return kinds;
 }
 
+/// A ratio that an evaluation's end cut short has the rate of drives that were not steady yet.
+bool was_cut_short(ssd_op_db_record& record, const Rate& rate) {
+    if (record.status == SSD_OP_TEST_STATUS_COMPLETED ||
+        SSD_OP_DB_Query_Record_Runtime_Count(record.record_no, rate.op) <= 0)
+        return false;
+    const auto rounds = observe(record, rate.op).steadiness;
+    return !rounds || !rounds->is_steady();
+}
+
 /// None when nothing was measured, or not by random writes to a single group.
-std::optional<Precedent> precedent_of(const ssd_op_db_record& record) {
+std::optional<Precedent> precedent_of(ssd_op_db_record& record) {
     const ssd_op_db_raid_conf* group = record.raid_conf;
     if (record.sequential != 0 || group == nullptr || group->next != nullptr) return std::nullopt;
     std::vector<Rate> rates = rates_of(results_of(record));
+    std::erase_if(rates, [&](const Rate& rate) { return was_cut_short(record, rate); });
     if (rates.empty() || record.lv_size == 0) return std::nullopt;
     const Layout layout{group->raid_level, shared::drives(*group).size()};
     if (!layout.holds_data()) return std::nullopt;

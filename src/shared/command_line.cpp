@@ -2,11 +2,36 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <utility>
 
 #include <CLI/CLI.hpp>
 
 namespace ssd_op::shared {
+
+namespace {
+
+/// The command that the command line has been understood to name, or the one within it, or the
+/// program; and how it is called.
+std::pair<const CLI::App*, std::string> named_in(const CLI::App& app) {
+    for (const CLI::App* command : app.get_subcommands()) {
+        if (command->get_name().empty()) continue;  // a group of options
+        const auto [deepest, name] = named_in(*command);
+        return {deepest, app.get_name() + " " + name};
+    }
+    return {&app, app.get_name()};
+}
+
+std::string complaint_of(const CLI::App& program, const CLI::App& named,
+                         const CLI::ParseError& error) {
+    const bool lacks_command = error.get_name() == "RequiredError" &&
+                               named.get_require_subcommand_min() > 0 &&
+                               named.get_subcommands().empty();
+    if (!lacks_command) return error.what();
+    return program.remaining_size(true) > 0 ? "There is no such command." : "No command is named.";
+}
+
+}  // namespace
 
 Argument Argument::required() { return Argument(option_->required()); }
 
@@ -73,7 +98,11 @@ std::optional<int> Arguments::parse(int argc, char** argv) {
     try {
         app_->parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app_->exit(error);
+        if (error.get_exit_code() == 0) return app_->exit(error);  // help, or the version
+        const auto [named, name] = named_in(*app_);
+        std::fprintf(stderr, "%s: %s\n%s --help tells what there is.\n", name.c_str(),
+                     complaint_of(*app_, *named, error).c_str(), name.c_str());
+        return error.get_exit_code();
     }
     return std::nullopt;
 }
