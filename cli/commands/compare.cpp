@@ -1,9 +1,9 @@
-#include <set>
 #include <vector>
 
 #include <fmt/format.h>
 
 #include "commands/commands.h"
+#include "model/record.h"
 #include "output/failure.h"
 #include "output/terminal.h"
 #include "view/comparison_output.h"
@@ -28,12 +28,7 @@ void check_numbers(const std::vector<int>& record_nos) {
                 record_nos.size() == 1 ? "one is" : fmt::format("{} are", record_nos.size())),
             "ssd-op list shows them.");
     }
-    std::set<int> known;
-    for (const int record_no : record_nos) {
-        if (!known.insert(record_no).second)
-            throw Failure(kRefused, fmt::format("Record {} is named twice.", record_no),
-                          "Name each record once.");
-    }
+    require_distinct(record_nos);
 }
 
 void run(const Options& options) {

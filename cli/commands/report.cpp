@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <vector>
@@ -35,11 +34,7 @@ void check(const Options& options) {
     if (options.record_nos.size() > kMostRecords)
         throw Failure(kRefused, fmt::format("A page has at most {} records.", kMostRecords),
                       "Make several pages.");
-    for (auto record = options.record_nos.begin(); record != options.record_nos.end(); ++record) {
-        if (std::find(options.record_nos.begin(), record, *record) != record)
-            throw Failure(kRefused, fmt::format("Record {} is named twice.", *record),
-                          "Name each record once.");
-    }
+    require_distinct(options.record_nos);
     check_output(options.file);
     for (const int record_no : options.record_nos) require_existence(record_no);
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 #include <new>
+#include <set>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -58,6 +59,15 @@ std::vector<int> record_nos() {
 void require_existence(int record_no) {
     if (has_database() && SSD_OP_DB_Record_Is_Exist(record_no) != 0) return;
     throw Failure(kNotFound, fmt::format("There is no record {}.", record_no), known_records());
+}
+
+void require_distinct(const std::vector<int>& record_nos) {
+    std::set<int> known;
+    for (const int record_no : record_nos) {
+        if (!known.insert(record_no).second)
+            throw Failure(kRefused, fmt::format("Record {} is named twice.", record_no),
+                          "Name each record once.");
+    }
 }
 
 Record empty_record() {

@@ -24,6 +24,9 @@ std::vector<int> record_nos();
 /// @throws Failure when there is no record of that number, telling which there are
 void require_existence(int record_no);
 
+/// @throws Failure when a number stands there more than once
+void require_distinct(const std::vector<int>& record_nos);
+
 /// For a query to fill.
 Record empty_record();
 
