@@ -88,6 +88,13 @@ Appliance& Appliance::holding(const std::string& name, Nth nth) {
         [=] { appliance::set_fault(name, nth.use, appliance::FaultKind::kHold, 0); });
 }
 
+bool Appliance::holds(const std::string& name) const {
+    return !read_state("SELECT count FROM call_count JOIN fault USING(name) WHERE name = '" + name +
+                           "' AND kind = 'hold' AND count >= nth",
+                       [](SQLite::Statement& row) { return row.getColumn(0).getInt(); })
+                .empty();
+}
+
 Appliance& Appliance::healthy() {
     appliance::clear_faults();
     overrides_.clear();

@@ -74,6 +74,8 @@ class Appliance {
     Appliance& slow(const std::string& name, Nth nth, int milliseconds);
     /// The work waits until healthy(): what has to be seen meanwhile is seen on any machine.
     Appliance& holding(const std::string& name, Nth nth);
+    /// Whether the call that is to be held has been met: it is, until healthy().
+    bool holds(const std::string& name) const;
     Appliance& healthy();
     /// A value of the appliance's own, for example "cpu_info".
     Appliance& having(const std::string& setting, const std::string& value);
