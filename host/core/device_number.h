@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <sys/types.h>
+
+namespace host {
+
+/// The kernel's number of a block device. Names move from drive to drive and can be made by
+/// anybody; while a device is there, its number is its alone.
+struct DeviceNumber {
+    unsigned major = 0;
+    unsigned minor = 0;
+
+    bool operator==(const DeviceNumber&) const = default;
+    bool operator<(const DeviceNumber& other) const {
+        return std::pair(major, minor) < std::pair(other.major, other.minor);
+    }
+    std::string text() const;  ///< as the kernel writes it, for example 259:1
+};
+
+/// Of a text that is nothing but a number.
+std::optional<DeviceNumber> parse_device_number(std::string_view text);
+DeviceNumber device_number_of(dev_t device);
+
+/// Of what lies at a path; none when that is no block device or cannot be looked at.
+std::optional<DeviceNumber> block_device_at(const std::string& path);
+
+}  // namespace host

@@ -1,0 +1,124 @@
+#include "drives/health.h"
+
+#include <charconv>
+#include <limits>
+
+#include <fmt/format.h>
+
+#include "core/text.h"
+#include "core/tool.h"
+
+namespace host {
+
+namespace {
+
+constexpr uint64_t kNvmeUnitBytes = 512000;  // in which NVMe counts data
+constexpr int kKelvin = 273;
+constexpr int kOpenFailed = 3;  // bits of smartctl's exit status: no answer from a drive
+
+/// The value under a path like "temperature/current"; null for none.
+const Json& at(const Json& answer, const std::string& path) {
+    static const Json nothing;
+    const auto pointer = Json::json_pointer("/" + path);
+    return answer.contains(pointer) ? answer[pointer] : nothing;
+}
+
+/// A count, which tools write as a number, or as text where it may have 128 bits.
+std::optional<uint64_t> count(const Json& value) {
+    if (value.is_number_unsigned()) return value.get<uint64_t>();
+    if (!value.is_string()) return std::nullopt;
+    const auto& text = value.get_ref<const std::string&>();
+    uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+std::optional<int> small(const Json& value, int most) {
+    const auto number = count(value);
+    if (!number || *number > static_cast<uint64_t>(most)) return std::nullopt;
+    return static_cast<int>(*number);
+}
+
+std::optional<uint64_t> times(std::optional<uint64_t> units, uint64_t unit) {
+    if (!units || *units > std::numeric_limits<uint64_t>::max() / unit) return std::nullopt;
+    return *units * unit;
+}
+
+/// Of the device statistics, which the standard defines; the numbered attributes of SATA drives
+/// mean what their makers want.
+const Json& statistic(const Json& answer, const char* name) {
+    static const Json nothing;
+    for (const Json& page : at(answer, "ata_device_statistics/pages")) {
+        for (const Json& entry : at(page, "table")) {
+            if (at(entry, "name") == name && at(entry, "flags/valid") == true)
+                return at(entry, "value");
+        }
+    }
+    return nothing;
+}
+
+Health ask_nvme(const std::string& device) {
+    const ToolOutput output = run_tool({"nvme", "smart-log", device, "-o", "json"});
+    if (!output.found) return {.problem = "nvme is missing: apt-get install nvme-cli"};
+    const Json answer = parse_foreign(output.text);
+    if (!output.whole || output.status != 0 || !answer.is_object())
+        return {.problem = "nvme smart-log " + device + " fails: run it by hand to see why"};
+    return health_from_nvme(answer);
+}
+
+Health ask_smartctl(const std::string& device, const std::string& serial) {
+    const ToolOutput output =
+        run_tool({"smartctl", "--json=c", "-i", "-A", "-l", "devstat", device});
+    if (!output.found) return {.problem = "smartctl is missing: apt-get install smartmontools"};
+    const Json answer = parse_foreign(output.text);
+    if (!output.whole || output.status < 0 || (output.status & kOpenFailed) != 0 ||
+        !answer.is_object())
+        return {.problem = "smartctl -A " + device + " fails: run it by hand to see why"};
+    const Json& told = at(answer, "serial_number");
+    if (told.is_string() && trimmed(told.get_ref<const std::string&>()) != serial)
+        return {.problem = device + " is another drive by now: list the drives again"};
+    return health_from_smartctl(answer);
+}
+
+}  // namespace
+
+Health health_from_nvme(const Json& answer) {
+    Health health;
+    if (const auto kelvin = small(at(answer, "temperature"), 1000); kelvin && *kelvin > 0)
+        health.celsius = *kelvin - kKelvin;
+    health.wear_percent = small(at(answer, "percent_used"), 255);
+    health.written_bytes = times(count(at(answer, "data_units_written")), kNvmeUnitBytes);
+    health.power_on_hours = count(at(answer, "power_on_hours"));
+    return health;
+}
+
+Health health_from_smartctl(const Json& answer) {
+    Health health;
+    health.celsius = small(at(answer, "temperature/current"), 1000);
+    health.power_on_hours = count(at(answer, "power_on_time/hours"));
+    if (const Json& nvme = at(answer, "nvme_smart_health_information_log"); nvme.is_object()) {
+        health.wear_percent = small(at(nvme, "percentage_used"), 255);
+        health.written_bytes = times(count(at(nvme, "data_units_written")), kNvmeUnitBytes);
+        return health;
+    }
+    if (const Json& scsi = at(answer, "scsi_percentage_used_endurance_indicator"); !scsi.is_null())
+        health.wear_percent = small(scsi, 255);
+    else
+        health.wear_percent = small(statistic(answer, "Percentage Used Endurance Indicator"), 255);
+    const auto block = count(at(answer, "logical_block_size"));
+    if (block && *block > 0)
+        health.written_bytes = times(count(statistic(answer, "Logical Sectors Written")), *block);
+    return health;
+}
+
+Health read_health(const Roots& roots, const Drive& drive) {
+    const std::string device = drive.device(roots);
+    if (drive.place.bus != Bus::kNvme) return ask_smartctl(device, drive.identity.serial);
+    Health health = ask_nvme(device);
+    if (health.problem.empty()) return health;
+    Health other = ask_smartctl(device, drive.identity.serial);
+    return other.problem.empty() ? other : health;
+}
+
+}  // namespace host

@@ -1,0 +1,97 @@
+/// ssd-op-host: the drives of this host, and which of them are given to ssd-op.
+
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "core/failure.h"
+#include "core/text.h"
+#include "enrolment/enrolment.h"
+#include "programs/drive_list.h"
+#include "shared/command_line.h"
+
+namespace {
+
+using namespace host;
+using ssd_op::shared::Arguments;
+
+constexpr int kFailed = 1;
+
+struct Options {
+    bool json = false;
+    Enrolment enrolment;
+};
+
+std::string ask_on_terminal(const std::string& summary) {
+    if (::isatty(STDIN_FILENO) == 0) {
+        throw Failure("The serial number has to be typed, and there is no terminal.",
+                      "In a script: --yes-erase SERIAL");
+    }
+    fmt::print(
+        "{}\nAll data on this drive will be lost when it is evaluated.\n"
+        "Type its serial number to enroll it: ",
+        summary);
+    std::fflush(stdout);
+    std::string typed;
+    std::getline(std::cin, typed);
+    return std::string(trimmed(typed));
+}
+
+void list(const Roots& roots, const Options& options) {
+    const auto drives = load_listed_drives(roots);
+    if (!options.json) return fmt::print("{}", table_of(drives));
+    fmt::print("{}\n", json_of(drives).dump(2, ' ', true, Json::error_handler_t::replace));
+}
+
+void add_commands(Arguments& app, const Roots& roots, Options& options) {
+    Arguments drives = app.subcommand("drives", "The drives of this host");
+    drives.require_one_subcommand();
+
+    Arguments show = drives.subcommand("list", "List the SSDs, and why some cannot be used");
+    show.flag("--json", options.json, "Print JSON");
+    show.callback([&] { list(roots, options); });
+
+    Arguments give = drives.subcommand("enroll", "Give a drive to ssd-op: its data will be lost");
+    give.add("SERIAL", options.enrolment.serial, "The drive's serial number").required();
+    give.add("--yes-erase", options.enrolment.yes_erase,
+             "The serial number again, in the place of typing it");
+    give.flag("--wipe", options.enrolment.wish.wipe, "What is on the drive may go");
+    give.callback([&] {
+        enroll(roots, options.enrolment, ask_on_terminal);
+        fmt::print("The drive {} is enrolled.\n", options.enrolment.serial);
+    });
+    give.footer("Example:\n  ssd-op-host drives enroll S4X1NF0M123456");
+
+    Arguments back = drives.subcommand("release", "Take a drive back from ssd-op");
+    back.add("SERIAL", options.enrolment.serial, "The drive's serial number").required();
+    back.callback([&] {
+        release(roots, options.enrolment.serial);
+        fmt::print("The drive {} is released.\n", printable(options.enrolment.serial));
+    });
+}
+
+int run(int argc, char** argv) {
+    const Roots roots;
+    Options options;
+    Arguments app("Which drives of this host ssd-op may use", "ssd-op-host");
+    app.require_one_subcommand();
+    add_commands(app, roots, options);
+    return app.parse(argc, argv).value_or(0);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const Failure& failure) {
+        fmt::print(stderr, "ssd-op-host: {}\n{}\n", failure.what(), failure.next_step());
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "ssd-op-host: {}\n", error.what());
+    }
+    return kFailed;
+}

@@ -1,0 +1,170 @@
+#include "refusal/examination.h"
+
+#include <algorithm>
+#include <functional>
+
+#include <fmt/format.h>
+
+#include "core/failure.h"
+#include "core/read.h"
+#include "core/text.h"
+#include "refusal/content.h"
+#include "refusal/openers.h"
+#include "refusal/stack.h"
+#include "refusal/tables.h"
+
+namespace host {
+
+namespace {
+
+using Kind = Reason::Kind;
+
+class Reasons {
+  public:
+    void add(Kind kind, std::string text, std::string next_step) {
+        found_.push_back({kind, std::move(text), std::move(next_step)});
+    }
+    /// A question that cannot be answered is a reason itself, and the others are asked all the
+    /// same.
+    void ask(const std::function<void()>& question) {
+        try {
+            question();
+        } catch (const Failure& failure) {
+            add(Kind::kDoubt, failure.what(), failure.next_step());
+        }
+    }
+    std::vector<Reason> take() { return std::move(found_); }
+    bool empty() const { return found_.empty(); }
+
+  private:
+    std::vector<Reason> found_;
+};
+
+void look_at_drive(const Roots& roots, const Drive& drive, Reasons& reasons) {
+    if (drive.identity.serial.empty())
+        reasons.add(Kind::kIdentity, "it tells no serial number", "Use another drive.");
+    if (drive.place.path.empty()) {
+        reasons.add(Kind::kIdentity, "where it is plugged in cannot be told",
+                    "Plug it into a SATA, SAS or NVMe port, by one path only.");
+    }
+    if (!drive.discard.supported()) {
+        reasons.add(Kind::kDiscard, "it takes no discards",
+                    "Its spare space cannot be set: use another drive, or a controller that passes "
+                    "discards.");
+    }
+    if (read_number(drive.directory + "/ro") != 0)
+        reasons.add(Kind::kReadOnly, "it is read-only", "See blockdev --getro and dmesg for why.");
+    for (const Drive& other : list_drives(roots)) {
+        if (other.number == drive.number || drive.identity.wwn.empty() ||
+            other.identity.wwn != drive.identity.wwn)
+            continue;
+        reasons.add(Kind::kIdentity,
+                    fmt::format("{} has the same WWN: two paths to one drive?", other.name),
+                    "Leave one path to it.");
+    }
+}
+
+bool has(const std::vector<DeviceNumber>& numbers, const Member& member) {
+    return std::find(numbers.begin(), numbers.end(), member.number) != numbers.end();
+}
+
+void look_at_mounts(const Roots& roots, const std::vector<Member>& family, Reasons& reasons) {
+    for (const Mount& mount : mounts(roots)) {
+        for (const Member& member : family) {
+            if (!has(mount.devices, member)) continue;
+            reasons.add(Kind::kMounted,
+                        fmt::format("{} is mounted at {}", member.name, printable(mount.point)),
+                        "If nobody needs it, unmount it.");
+        }
+    }
+}
+
+void look_at_swap(const Roots& roots, const std::vector<Member>& family, Reasons& reasons) {
+    for (const SwapArea& area : swap_areas(roots)) {
+        for (const Member& member : family) {
+            if (area.device != member.number) continue;
+            reasons.add(Kind::kSwap, fmt::format("{} is a swap area", member.name),
+                        fmt::format("If the memory suffices: swapoff {}", printable(area.path)));
+        }
+    }
+}
+
+void look_at_holders(const Roots& roots, const std::vector<Member>& family, Reasons& reasons) {
+    for (const Member& member : family) {
+        for (const std::string& holder : holders_of(roots, member)) {
+            reasons.add(Kind::kHeld, fmt::format("{} belongs to {}", member.name, holder),
+                        "If nobody needs that, stop it with the tool that made it (mdadm --stop, "
+                        "vgchange -an, cryptsetup close, multipath -f).");
+        }
+    }
+}
+
+void look_at_openers(const Roots& roots, const std::vector<Member>& family, Reasons& reasons) {
+    for (const std::string& opener : openers_of(roots, family))
+        reasons.add(Kind::kOpen, "it is open in " + opener, "End that first.");
+}
+
+/// What is on it, and whether that is a reason.
+std::vector<std::string> look_at_content(int file, uint64_t bytes, const Wish& wish,
+                                         Reasons& reasons) {
+    std::vector<std::string> content;
+    for (const Signature& signature : signatures_in(file)) {
+        content.push_back(signature.text());
+        if (signature.is_of_shared_storage()) {
+            reasons.add(Kind::kHeld, "it is a member of shared storage: " + signature.text(),
+                        "Take it out of that with its own tool (zpool labelclear, multipath).");
+        }
+    }
+    if (content.empty() && holds_data(file, bytes))
+        content.emplace_back("data that is not recognised, and may be encrypted");
+    for (const std::string& found : content) {
+        if (!wish.wipe) {
+            reasons.add(Kind::kContent, "it holds " + found,
+                        "If that may go for ever, say so with --wipe.");
+        }
+    }
+    return content;
+}
+
+void look_at_tables(const Roots& roots, const Drive& drive, Reasons& reasons) {
+    reasons.ask([&] { look_at_drive(roots, drive, reasons); });
+    reasons.ask([&] {
+        if (system_drives(roots).contains(drive.number))
+            reasons.add(Kind::kSystemDisk, "this system lies on it", "Use another drive.");
+    });
+    std::vector<Member> family;
+    reasons.ask([&] { family = family_of(drive); });
+    reasons.ask([&] { look_at_mounts(roots, family, reasons); });
+    reasons.ask([&] { look_at_swap(roots, family, reasons); });
+    reasons.ask([&] { look_at_holders(roots, family, reasons); });
+    reasons.ask([&] { look_at_openers(roots, family, reasons); });
+}
+
+}  // namespace
+
+std::vector<Reason> reasons_in_tables(const Roots& roots, const Drive& drive) {
+    Reasons reasons;
+    look_at_tables(roots, drive, reasons);
+    return reasons.take();
+}
+
+Examination examine(const Roots& roots, const Drive& drive, const Wish& wish) {
+    Reasons reasons;
+    std::optional<HeldDrive> held;
+    std::vector<std::string> content;
+    reasons.ask([&] { held = HeldDrive::take(roots, drive); });
+    look_at_tables(roots, drive, reasons);
+    if (held) {
+        reasons.ask(
+            [&] { content = look_at_content(held->file_.get(), drive.bytes, wish, reasons); });
+    } else if (reasons.empty()) {
+        reasons.add(
+            Kind::kOpen, "the kernel has given it, or a part of it, to somebody else",
+            "It may be mounted in a container, or used by ZFS or a multi-drive file system: "
+            "stop that.");
+    }
+    if (!reasons.empty()) held.reset();
+    return {reasons.take(), std::move(content), std::move(held)};
+}
+
+}  // namespace host

@@ -1,0 +1,84 @@
+#include "refusal/held_drive.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+
+#include "core/failure.h"
+
+namespace host {
+
+namespace {
+
+using ssd_op::shared::Descriptor;
+
+bool is_device(int file, DeviceNumber number) {
+    struct stat found {};
+    return ::fstat(file, &found) == 0 && S_ISBLK(found.st_mode) &&
+           device_number_of(found.st_rdev) == number;
+}
+
+/// Of a drive that was pulled, 0, however long it stays open.
+uint64_t bytes_of(int file) {
+    uint64_t bytes = 0;
+    return ::ioctl(file, BLKGETSIZE64, &bytes) == 0 ? bytes : 0;
+}
+
+bool is_same(const Drive& now, const Drive& then) {
+    return now.identity == then.identity && now.bytes == then.bytes &&
+           now.directory == then.directory && now.sequence == then.sequence;
+}
+
+}  // namespace
+
+HeldDrive::HeldDrive(const Roots& roots, Drive drive, Descriptor file)
+    : roots_(roots), drive_(std::move(drive)), file_(std::move(file)) {}
+
+std::optional<HeldDrive> HeldDrive::take(const Roots& roots, const Drive& drive) {
+    const std::string device = drive.device(roots);
+    // A regular file or a pipe of that name is not waited for.
+    Descriptor file(
+        ::open(device.c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+    if (!file && errno == EBUSY) return std::nullopt;
+    if (!file) {
+        throw Failure(fmt::format("It cannot be opened at {}: {}.", device, std::strerror(errno)),
+                      "Run it as root; is the drive still there?");
+    }
+    if (!is_device(file.get(), drive.number)) {
+        throw Failure(fmt::format("{} is not the block device {}.", device, drive.number.text()),
+                      "List the drives again; is devtmpfs mounted there?");
+    }
+    HeldDrive held(roots, drive, std::move(file));
+    held.check();
+    return held;
+}
+
+void HeldDrive::check() const {
+    const auto now = find_drive(roots_, drive_.number);
+    if (now && is_same(*now, drive_) && is_device(file_.get(), drive_.number) &&
+        bytes_of(file_.get()) == drive_.bytes)
+        return;
+    throw Failure(fmt::format("The drive {} is gone, or another one is in its place.",
+                              drive_.identity.serial),
+                  "Nothing more is written to it. List the drives again.");
+}
+
+Descriptor HeldDrive::open_for_writing() const {
+    check();
+    const std::string held = fmt::format("/proc/self/fd/{}", file_.get());
+    Descriptor file(::open(held.c_str(), O_RDWR | O_CLOEXEC));
+    if (!file || !is_device(file.get(), drive_.number)) {
+        throw Failure(fmt::format("The drive {} cannot be opened for writing: {}.",
+                                  drive_.identity.serial, std::strerror(errno)),
+                      "Nothing was written to it.");
+    }
+    return file;
+}
+
+}  // namespace host

@@ -1,0 +1,182 @@
+#include <algorithm>
+
+#include <fcntl.h>
+
+#include "core/tool.h"
+#include "enrolment/enrolment.h"
+#include "host_tree.h"
+#include "refusal/content.h"
+#include "refusal/examination.h"
+#include "shared/descriptor.h"
+
+namespace host {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using Kind = Reason::Kind;
+
+class Refusal : public HostTree {
+  protected:
+    Refusal() { place_ = add_nvme(0, "S1"); }
+
+    /// The only reason against the drive; a text that says so when there is none, or another.
+    std::string only(Kind kind) const {
+        const auto reasons = reasons_in_tables(roots_, drive_with_serial(roots_, "S1"));
+        if (reasons.size() != 1 || reasons[0].kind != kind)
+            return "not that alone:\n" + list_of(reasons);
+        return reasons[0].text;
+    }
+    bool nothing() const {
+        return reasons_in_tables(roots_, drive_with_serial(roots_, "S1")).empty();
+    }
+    void mount(const std::string& lines) {
+        put("proc/self/mountinfo", "28 1 0:23 / / rw - overlay overlay rw\n" + lines);
+    }
+
+    std::string place_;
+};
+
+TEST_F(Refusal, OfDrivesWithSomethingMountedIsByNumber) {
+    add_partition(place_, "nvme0n1p1", "259:1");
+    add_nvme(1, "S2");
+    EXPECT_TRUE(nothing());
+    mount(
+        "31 28 259:10 / /mnt rw shared:1 - ext4 /dev/nvme0n1 rw\n");  // another drive, an old name
+    EXPECT_TRUE(nothing());
+    mount(
+        "31 28 259:1 /a /mnt/x\\040-\\040\\033[2J rw shared:1 master:2 - ext4 /dev/elsewhere rw\n");
+    EXPECT_EQ(only(Kind::kMounted), "nvme0n1p1 is mounted at /mnt/x - \\x1b[2J");
+}
+
+TEST_F(Refusal, OfTheSystemsOwnDriveSeesThroughEverythingBuiltOnIt) {
+    add_partition(place_, "nvme0n1p2", "259:2");
+    add_above("md0", "9:0", place_ + "/nvme0n1p2");
+    add_above("dm-3", "253:3", "sys/devices/virtual/block/md0");
+    const Drive drive = drive_with_serial(roots_, "S1");
+    for (const char* point : {"/", "/boot", "/usr"}) {
+        put("proc/self/mountinfo", fmt::format("28 1 253:3 / {} rw - xfs /dev/root rw\n", point));
+        const auto reasons = reasons_in_tables(roots_, drive);
+        EXPECT_THAT(list_of(reasons), HasSubstr("this system lies on it"));
+        EXPECT_THAT(list_of(reasons), HasSubstr("nvme0n1p2 belongs to the md array md0"));
+    }
+    // The devices of such a system are not known to the kernel's tables.
+    put("proc/self/mountinfo", "28 1 0:30 / / rw - zfs rpool/root rw\n");
+    EXPECT_THAT(list_of(reasons_in_tables(roots_, drive)), HasSubstr("cannot be told"));
+}
+
+TEST_F(Refusal, OfDrivesInUseTellsByWhat) {
+    add_above("dm-1", "253:1", place_);
+    for (const auto& [uuid, text] : std::initializer_list<std::pair<const char*, const char*>>{
+             {"LVM-abc", "the LVM volume dm-1 (v\\x1b)"},
+             {"CRYPT-PLAIN-v", "the encrypted device dm-1 (v\\x1b)"},
+             {"mpath-36", "the multipath device dm-1 (v\\x1b)"},
+             {"", "the device mapper device dm-1 (v\\x1b)"}}) {
+        put("sys/devices/virtual/block/dm-1/dm/uuid", uuid);
+        put("sys/devices/virtual/block/dm-1/dm/name", "v\x1b");
+        EXPECT_EQ(only(Kind::kHeld), std::string("nvme0n1 belongs to ") + text);
+    }
+}
+
+TEST_F(Refusal, OfDrivesThatCannotDoTheWork) {
+    put(place_ + "/queue/discard_max_bytes", "0\n");
+    EXPECT_EQ(only(Kind::kDiscard), "it takes no discards");
+    put(place_ + "/queue/discard_max_bytes", "4096\n");
+    put(place_ + "/ro", "1\n");
+    EXPECT_EQ(only(Kind::kReadOnly), "it is read-only");
+    put(place_ + "/ro", "0\n");
+    put(add_nvme(1, "S2") + "/wwid", "eui.S1\n");
+    EXPECT_THAT(only(Kind::kIdentity), HasSubstr("nvme1n1 has the same WWN"));
+}
+
+TEST_F(Refusal, IsTheAnswerToEveryDoubt) {
+    EXPECT_TRUE(nothing());
+    for (const char* line :
+         {"31 28", "31 28 259 / /mnt rw - ext4 x rw", "31 28 259:0 / /mnt rw ext4 x",
+          "31 28 259:0 / /mnt rw -", "31 28 259:99999999999 / /mnt rw - ext4 x rw"}) {
+        mount(line);
+        EXPECT_THAT(list_of(reasons_in_tables(roots_, drive_with_serial(roots_, "S1"))),
+                    HasSubstr("is not understood"));
+    }
+    mount("");
+    put("proc/swaps", "Filename Type\n/swap\\040file file 1 0 -2\n");
+    EXPECT_TRUE(nothing());
+    put("proc/swaps", "Filename Type\n/dev/gone\\040away partition 1 0 -2\n");
+    EXPECT_THAT(only(Kind::kDoubt), HasSubstr("/dev/gone away has no device number"));
+    std::filesystem::remove(base_ + "/proc/swaps");
+    EXPECT_THAT(only(Kind::kDoubt), HasSubstr("cannot be read"));
+    put("proc/swaps", "Filename Type\n");
+    put("proc/4711/comm", "hidden\n");  // without a list of what it has open
+    EXPECT_THAT(only(Kind::kDoubt), HasSubstr("cannot be seen"));
+    std::filesystem::remove_all(base_ + "/proc/4711");
+    std::filesystem::remove(base_ + "/proc/self/ns/pid");
+    std::filesystem::create_symlink("pid:[4026532000]", base_ + "/proc/self/ns/pid");
+    EXPECT_THAT(only(Kind::kDoubt), HasSubstr("as from a container"));
+    std::filesystem::remove(base_ + "/proc/self/ns/pid");
+    std::filesystem::create_symlink("pid:[4026531836]", base_ + "/proc/self/ns/pid");
+    std::filesystem::remove_all(base_ + "/" + place_ + "/holders");
+    EXPECT_THAT(only(Kind::kDoubt), HasSubstr("holders cannot be read"));
+}
+
+TEST_F(Refusal, OfWhatIsNoBlockDeviceHoldsNothing) {
+    put("dev/nvme0n1", std::string(4096, '\0'));
+    for (const bool wipe : {false, true}) {
+        const Examination examination = examine(roots_, drive_with_serial(roots_, "S1"), {wipe});
+        EXPECT_FALSE(examination.passed());
+        EXPECT_THAT(list_of(examination.reasons), HasSubstr("is not the block device 259:0"));
+    }
+    EXPECT_THROW(enroll(roots_, {"S1", {true}, "S1"}, nullptr), Failure);
+    EXPECT_THAT(enrolled_drives(roots_), IsEmpty());
+}
+
+class Content : public HostTree {
+  protected:
+    Content() {
+        put("image", "");
+        std::filesystem::resize_file(image_, kBytes);
+    }
+    ssd_op::shared::Descriptor open() const {
+        return ssd_op::shared::Descriptor(::open(image_.c_str(), O_RDONLY | O_CLOEXEC));
+    }
+    std::vector<std::string> found() const {
+        std::vector<std::string> texts;
+        for (const Signature& signature : signatures_in(open().get()))
+            texts.push_back(signature.text());
+        return texts;
+    }
+    void write(uint64_t offset, std::string_view bytes) {
+        std::fstream file(image_, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(static_cast<std::streamoff>(offset))
+            .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
+
+    static constexpr uint64_t kBytes = 16 << 20;
+    const std::string image_ = base_ + "/image";
+};
+
+TEST_F(Content, IsFoundWhateverItIs) {
+    EXPECT_THAT(found(), IsEmpty());
+    EXPECT_FALSE(holds_data(open().get(), kBytes));
+    write(kBytes - 1, "x");
+    EXPECT_THAT(found(), IsEmpty());
+    EXPECT_TRUE(holds_data(open().get(), kBytes));
+
+    ASSERT_EQ(run_tool({"mkfs.ext4", "-q", "-L", "a\x1b b", image_}).status, 0);
+    EXPECT_THAT(found(), ElementsAre("ext4 \"a\\x1b b\""));
+    ASSERT_EQ(run_tool({"mkswap", "-f", image_}).status, 0);
+    EXPECT_THAT(found(), ElementsAre("swap"));
+    EXPECT_THROW(signatures_in(-1), Failure);
+}
+
+TEST_F(Content, OfAnArrayIsFoundAtItsEndBesideOthers) {
+    // A superblock of md, version 1.0, as far as it tells itself.
+    constexpr uint64_t kPlace = kBytes - 8192;
+    ASSERT_EQ(run_tool({"mkfs.ext4", "-q", image_, "8M"}).status, 0);
+    write(kPlace, std::string("\xfc\x4e\x2b\xa9\x01\0\0\0", 8));
+    write(kPlace + 144, std::string("\xf0\x7f\0\0\0\0\0\0", 8));  // its own sector, 32752
+    EXPECT_THAT(found(), ElementsAre("linux_raid_member", "ext4"));
+}
+
+}  // namespace
+}  // namespace host
