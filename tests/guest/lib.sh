@@ -1,0 +1,68 @@
+# What the jobs of the guest share. Each check prints a line; finish tells how many failed.
+# shellcheck shell=bash
+
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C DM_DISABLE_UDEV=1
+build=$(</tmp/guest/build)
+host=$build/bin/ssd-op-host
+failed=0
+
+pass() { echo "ok      $*"; }
+miss() {
+    echo "FAILED  $*"
+    failed=$((failed + 1))
+}
+
+# check TEXT COMMAND...: the command succeeds.
+check() {
+    local text=$1
+    shift
+    if "$@" >/tmp/guest/output 2>&1; then pass "$text"; else
+        miss "$text"
+        sed 's/^/        /' /tmp/guest/output
+    fi
+}
+
+fails() { ! "$@"; }
+
+# The names that the drives have now, by their serial numbers as the kernel's own files have them.
+declare -A devices
+find_drives() {
+    local directory serial
+    devices=()
+    for directory in /sys/block/nvme* /sys/block/sd*; do
+        serial=$(tr -cd '[:alnum:]' 2>/dev/null <"$directory/device/serial" ||
+            tr -cd '[:alnum:]' <"$directory/device/vpd_pg80")
+        devices[$serial]=/dev/${directory##*/}
+    done
+}
+find_drives
+device_of() { echo "${devices[$1]:?there is no such drive}"; }
+
+# The sum of all that is on a drive, past what the kernel still has in memory.
+sum_of() {
+    sync
+    sha256sum <"$1"
+}
+
+# enroll SERIAL [OPTION...]: as a script does.
+enroll() { "$host" drives enroll "$1" --yes-erase "$@"; }
+
+# refuses TEXT SERIAL PATTERN [OPTION...]: the drive is refused for that reason, and not touched.
+refuses() {
+    local text=$1 serial=$2 pattern=$3 device before status=0
+    shift 3
+    device=$(device_of "$serial")
+    before=$(sum_of "$device")
+    "$host" drives enroll "$serial" --yes-erase "$serial" "$@" >/tmp/guest/output 2>&1 || status=$?
+    if [[ $status -eq 1 ]] && grep -qE -- "$pattern" /tmp/guest/output && [[ $(sum_of "$device") == "$before" ]]; then
+        pass "$text: $(grep -m1 -oE -- "$pattern" /tmp/guest/output)"
+    else
+        miss "$text (status $status)"
+        sed 's/^/        /' /tmp/guest/output
+    fi
+}
+
+finish() {
+    echo "$failed failed"
+    exit $((failed > 0))
+}
