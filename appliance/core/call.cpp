@@ -1,5 +1,7 @@
 #include "core/call.h"
 
+#include <optional>
+
 #include <signal.h>
 #include <time.h>
 #include <unistd.h>
@@ -40,6 +42,12 @@ FaultKind kind_of(const std::string& name) {
     return FaultKind::kReturn;
 }
 
+struct Fault {
+    FaultKind kind;
+    int64_t value;
+    int64_t number;
+};
+
 bool is_set(const Fault& fault) {
     SQLite::Statement query(state(), "SELECT 1 FROM fault WHERE fault_no = ?");
     query.bind(1, fault.number);
@@ -51,8 +59,8 @@ void sleep_for(int64_t milliseconds) {
     ::nanosleep(&pause, nullptr);
 }
 
-}  // namespace
-
+/// Counts one more use of `name` and returns the fault that is set for it, if any: `nth` counts
+/// uses from 1 since the fault was set; 0 means every use.
 std::optional<Fault> next_fault(const std::string& name) {
     // Most instances have no fault set; only a name that has one is counted.
     SQLite::Statement any(state(), "SELECT 1 FROM fault WHERE name = ? LIMIT 1");
@@ -79,6 +87,29 @@ std::optional<Fault> next_fault(const std::string& name) {
                      fault.getColumn(2).getInt64()};
     });
 }
+
+/// Acts on a slow, a holding or a killing fault; returns the value of a returning one.
+std::optional<int64_t> suffer(const std::optional<Fault>& fault) {
+    if (!fault) return std::nullopt;
+    switch (fault->kind) {
+        case FaultKind::kReturn:
+            return fault->value;
+        case FaultKind::kSlow:
+            sleep_for(fault->value);
+            break;
+        case FaultKind::kHold:
+            while (is_set(*fault)) sleep_for(1000);
+            break;
+        case FaultKind::kKill:
+            ::kill(::getpid(), SIGKILL);
+            break;
+        case FaultKind::kKillAfter:
+            break;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
 
 void set_fault(const std::string& name, int nth, FaultKind kind, int64_t value) {
     exclusively([&] {
@@ -108,28 +139,24 @@ void journal(const std::string& name, const std::string& arguments, const std::s
     insert.exec();
 }
 
-std::optional<int64_t> suffer(const std::optional<Fault>& fault) {
-    if (!fault) return std::nullopt;
-    switch (fault->kind) {
-        case FaultKind::kReturn:
-            return fault->value;
-        case FaultKind::kSlow:
-            sleep_for(fault->value);
-            break;
-        case FaultKind::kHold:
-            while (is_set(*fault)) sleep_for(1000);
-            break;
-        case FaultKind::kKill:
-            ::kill(::getpid(), SIGKILL);
-            break;
-        case FaultKind::kKillAfter:
-            break;
-    }
-    return std::nullopt;
-}
-
-void suffer_afterwards(const std::optional<Fault>& fault) {
-    if (fault && fault->kind == FaultKind::kKillAfter) ::kill(::getpid(), SIGKILL);
-}
-
 }  // namespace appliance
+
+provider::Interference provider::before_call(const std::string& name) {
+    const auto fault = appliance::next_fault(name);
+    return {appliance::suffer(fault), fault && fault->kind == appliance::FaultKind::kKillAfter};
+}
+
+void provider::after_call(const std::string& name, const std::string& arguments,
+                          const std::string& result, const Interference& interference) {
+    appliance::journal(name, arguments, result);
+    if (interference.kills_afterwards) ::kill(::getpid(), SIGKILL);
+}
+
+void provider::tell_failure(const std::string& name, const std::string& arguments,
+                            const std::exception& error) noexcept {
+    try {
+        appliance::journal(name, arguments, error.what());
+    } catch (const std::exception&) {
+        // Nothing is left that could take the message.
+    }
+}

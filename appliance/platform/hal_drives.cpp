@@ -8,7 +8,7 @@
 #include "core/query.h"
 #include "platform/hal.h"
 #include "platform/hal_slot.h"
-#include "platform/text.h"
+#include "provider/text.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ constexpr int kFailure = -1;
 int text_of(const char* name, const char* sql, int enclosure, int port, char* buffer, int size) {
     return call(name, arguments(enclosure, port, size), [&] {
         const auto text = first<std::string>(sql, dev_id_of(enclosure, port));
-        const int result = hand_out(text.value_or(""), buffer, size);
+        const int result = provider::hand_out(text.value_or(""), buffer, size);
         return text && !text->empty() ? result : kFailure;
     });
 }
@@ -32,10 +32,10 @@ int fill(PD_INFO& info, unsigned dev_id) {
         dev_id);
     if (!drive.executeStep()) return kFailure;
     info = PD_INFO{};
-    hand_out(drive.getColumn(0).getString(), info.vendor, sizeof info.vendor);
-    hand_out(drive.getColumn(1).getString(), info.model, sizeof info.model);
-    hand_out(drive.getColumn(2).getString(), info.serial_no, sizeof info.serial_no);
-    hand_out(drive.getColumn(3).getString(), info.revision, sizeof info.revision);
+    provider::hand_out(drive.getColumn(0).getString(), info.vendor, sizeof info.vendor);
+    provider::hand_out(drive.getColumn(1).getString(), info.model, sizeof info.model);
+    provider::hand_out(drive.getColumn(2).getString(), info.serial_no, sizeof info.serial_no);
+    provider::hand_out(drive.getColumn(3).getString(), info.revision, sizeof info.revision);
     info.block_size = drive.getColumn(4).getUInt();
     info.block_count = static_cast<uint64_t>(drive.getColumn(5).getInt64());
     info.form_factor = drive.getColumn(6).getInt();

@@ -10,7 +10,7 @@
 #include "core/call.h"
 #include "core/state.h"
 #include "platform/hal.h"
-#include "platform/text.h"
+#include "provider/text.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ constexpr int kFailure = -1;
 
 int identity(const char* function, const char* key, const char* fallback, char* buffer, int size) {
     return appliance::call(function, arguments(size), [&] {
-        return appliance::hand_out(setting(key, fallback), buffer, size);
+        return provider::hand_out(setting(key, fallback), buffer, size);
     });
 }
 
@@ -71,7 +71,7 @@ int HAL_MB_Get_CPU_Info(char* buffer, int size) {
 int SE_Get_Serial_No(int enclosure, char* buffer, int size) {
     return appliance::call(__func__, arguments(enclosure, size), [&] {
         if (enclosure != 0) return kFailure;
-        return appliance::hand_out(setting("serial_no", "TR8-24-000117"), buffer, size);
+        return provider::hand_out(setting("serial_no", "TR8-24-000117"), buffer, size);
     });
 }
 

@@ -1,12 +1,9 @@
-/// The platform's own measurements of drives, and the figures that it keeps of them: one ini file
-/// an enclosure, and one for all drives by their WWN.
+/// The platform's own measurements of drives.
 
-#include <cstdlib>
 #include <functional>
 #include <optional>
 #include <string>
 
-#include <fmt/format.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,7 +12,7 @@
 #include "device/load.h"
 #include "platform/hal.h"
 #include "platform/hal_slot.h"
-#include "platform/ini.h"
+#include "provider/figures.h"
 
 namespace {
 
@@ -25,7 +22,6 @@ constexpr int kFailure = -1;
 constexpr double kSeconds = 15;
 constexpr uint64_t kMib = uint64_t{1} << 20;
 constexpr flash::Range kReadArea{0, 1024 * kMib};
-constexpr const char* kByWwn = "/etc/config/disk_performance.conf";
 
 /// A kind of measurement and the key under which its figure is kept.
 struct Kind {
@@ -39,28 +35,6 @@ Kind kind_of(bool sequential, flash::Direction direction) {
     if (sequential)
         return {flash::Pattern::sequential, direction, read ? "read_speed" : "write_speed"};
     return {flash::Pattern::random, direction, read ? "read_iops" : "write_iops"};
-}
-
-int write_key(const std::string& file, const std::string& section, const char* key,
-              const std::string& value) {
-    const int lock = Ini_Conf_Write_Lock_File(file.c_str());
-    if (lock < 0) return kFailure;
-    const int result = Ini_Conf_Set_Field(file.c_str(), section.c_str(), key, value.c_str());
-    Ini_Conf_Unlock_File(lock);
-    return result < 0 ? kFailure : 0;
-}
-
-std::string enclosure_file(unsigned dev_id) {
-    return fmt::format("/etc/enclosure_{}.conf", enclosure_of(dev_id));
-}
-
-std::string section_of(unsigned dev_id) { return fmt::format("PhysicalDisk_{}", port_of(dev_id)); }
-
-int keep(unsigned dev_id, const char* key, const std::string& value) {
-    int result = write_key(enclosure_file(dev_id), section_of(dev_id), key, value);
-    const auto wwn = first<std::string>("SELECT wwn FROM drive WHERE dev_id = ?", dev_id);
-    if (wwn && !wwn->empty()) result |= write_key(kByWwn, *wwn, key, value);
-    return result;
 }
 
 /// Read speed is kept in KiB a second, write speed in bytes a second.
@@ -86,8 +60,13 @@ bool is_in_group(unsigned dev_id) {
     return first("SELECT 1 FROM raid_drive WHERE dev_id = ?", dev_id).has_value();
 }
 
+int keep_figure(unsigned dev_id, const char* key, const std::string& value) {
+    const auto wwn = first<std::string>("SELECT wwn FROM drive WHERE dev_id = ?", dev_id);
+    return provider::keep_figure(dev_id, wwn.value_or(""), key, value);
+}
+
 int measure(unsigned dev_id, int part_no, const Kind& kind) {
-    int result = keep(dev_id, kind.key, "testing");
+    int result = keep_figure(dev_id, kind.key, "testing");
     try {
         const std::unique_ptr<Device> device =
             open_device(device_name(dev_id, part_no).value_or(""));
@@ -98,9 +77,9 @@ int measure(unsigned dev_id, int part_no, const Kind& kind) {
         }
         PacedLoad load(*device, workload);
         const uint64_t figure = figure_of(kind, load.for_seconds(kSeconds));
-        return result | keep(dev_id, kind.key, std::to_string(figure));
+        return result | keep_figure(dev_id, kind.key, std::to_string(figure));
     } catch (const std::exception&) {
-        keep(dev_id, kind.key, "fail");
+        keep_figure(dev_id, kind.key, "fail");
         return kFailure;
     }
 }
@@ -130,23 +109,6 @@ int measure_all(const unsigned* dev_ids, int count, const int* part_nos, const K
     return result;
 }
 
-/// The figure kept under a key; none while a measurement runs, after a failed one, and before the
-/// first.
-int read_back(const char* name, const char* key, int enclosure, int port,
-              unsigned long long* value) {
-    return call(name, arguments(enclosure, port), [&] {
-        const unsigned dev_id = dev_id_of(enclosure, port);
-        char text[128] = "";
-        const int length = Ini_Conf_Get_Field(enclosure_file(dev_id).c_str(),
-                                              section_of(dev_id).c_str(), key, text, sizeof text);
-        char* end = nullptr;
-        const unsigned long long figure = std::strtoull(text, &end, 10);
-        if (value == nullptr || length <= 0 || end == text || *end != '\0') return kFailure;
-        *value = figure;
-        return 0;
-    });
-}
-
 }  // namespace
 
 int Disk_Read_Performance_Test(const unsigned* dev_ids, int count, int sequential, int background) {
@@ -168,20 +130,4 @@ int Disk_Write_Performance_Test(const unsigned* dev_ids, int count, const int* p
             const Kind kind = kind_of(sequential != 0, flash::Direction::write);
             return measure_all(dev_ids, count, part_nos, kind, background != 0);
         });
-}
-
-int PD_Get_Read_Speed(int enclosure, int port, unsigned long long* value) {
-    return read_back("PD_Get_Read_Speed", "read_speed", enclosure, port, value);
-}
-
-int PD_Get_Write_Speed(int enclosure, int port, unsigned long long* value) {
-    return read_back("PD_Get_Write_Speed", "write_speed", enclosure, port, value);
-}
-
-int PD_Get_Read_IOPS(int enclosure, int port, unsigned long long* value) {
-    return read_back("PD_Get_Read_IOPS", "read_iops", enclosure, port, value);
-}
-
-int PD_Get_Write_IOPS(int enclosure, int port, unsigned long long* value) {
-    return read_back("PD_Get_Write_IOPS", "write_iops", enclosure, port, value);
 }

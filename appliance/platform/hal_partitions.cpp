@@ -6,7 +6,7 @@
 #include "core/query.h"
 #include "platform/hal.h"
 #include "platform/hal_slot.h"
-#include "platform/text.h"
+#include "provider/text.h"
 
 namespace appliance {
 
@@ -33,7 +33,7 @@ int Part_Is_Exist_V2(int enclosure, int port, int part_no) {
 int Part_Get_Name(int enclosure, int port, int part_no, char* name, int size) {
     return call("Part_Get_Name", arguments(enclosure, port, part_no, size), [&] {
         const auto found = device_name(dev_id_of(enclosure, port), part_no);
-        return found ? hand_out(*found, name, size) : -1;
+        return found ? provider::hand_out(*found, name, size) : -1;
     });
 }
 

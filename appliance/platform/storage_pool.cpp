@@ -1,7 +1,6 @@
 #include "platform/storage_pool.h"
 
 #include <algorithm>
-#include <fstream>
 #include <set>
 #include <vector>
 
@@ -68,12 +67,6 @@ int remove_pool(int pool_id) {
 void take_seconds(int seconds) {
     const timespec pause{seconds, 0};
     ::nanosleep(&pause, nullptr);
-}
-
-int mark(const char* path, int pool_id) {
-    std::ofstream file(path, std::ios::trunc);
-    file << pool_id << "\n";
-    return file.flush() ? 0 : -1;
 }
 
 }  // namespace
@@ -169,14 +162,4 @@ int NAS_Pool_Remove(int pool_id, int flags, int kind) {
         take_seconds(1);
         return exclusively([&] { return remove_pool(pool_id); });
     });
-}
-
-int nas_set_initializing_cv_pool(int pool_id) {
-    return call("nas_set_initializing_cv_pool", arguments(pool_id),
-                [&] { return mark("/tmp/cv_initializing.tmp", pool_id); });
-}
-
-int nas_set_removing_cv_pool(int pool_id) {
-    return call("nas_set_removing_cv_pool", arguments(pool_id),
-                [&] { return mark("/tmp/cv_removing.tmp", pool_id); });
 }

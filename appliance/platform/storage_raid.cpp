@@ -10,8 +10,8 @@
 #include "core/call.h"
 #include "core/partitions.h"
 #include "core/query.h"
-#include "platform/ini_file.h"
-#include "platform/text.h"
+#include "provider/ini/file.h"
+#include "provider/text.h"
 
 namespace appliance {
 
@@ -135,7 +135,7 @@ uint64_t raid_capacity_kib(int raid_id) {
 /// was removed, though the id stays taken.
 bool raid_is_configured(int raid_id) {
     return !first("SELECT 1 FROM removed_raid WHERE raid_id = ?", raid_id) &&
-           ini::is_bit_set("/etc/config/raid.conf", "Global", "raidBitmap", raid_id);
+           provider::ini::is_bit_set("/etc/config/raid.conf", "Global", "raidBitmap", raid_id);
 }
 
 int pool_of_raid(int raid_id) {
@@ -200,7 +200,7 @@ int RAID_Get_Id_By_Drive(unsigned dev_id) {
 int RAID_Force_Speed_Down_Generate_UID(int pid, char* uid, int size) {
     return call("RAID_Force_Speed_Down_Generate_UID", arguments(pid), [&] {
         static int made = 0;
-        return hand_out(fmt::format("speed_down_{}_{}", pid, ++made), uid, size);
+        return provider::hand_out(fmt::format("speed_down_{}_{}", pid, ++made), uid, size);
     });
 }
 

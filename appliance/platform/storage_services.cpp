@@ -4,7 +4,7 @@
 #include "core/call.h"
 #include "core/query.h"
 #include "platform/storage.h"
-#include "platform/text.h"
+#include "provider/text.h"
 
 using namespace appliance;
 
@@ -20,7 +20,7 @@ int Volume_Is_Mount(int volume_id, char* path, int size) {
         const auto mount_point = first<std::string>(
             "SELECT path FROM volume WHERE volume_id = ? AND mounted = 1", volume_id);
         if (!mount_point) return 0;
-        hand_out(*mount_point, path, size);
+        provider::hand_out(*mount_point, path, size);
         return 1;
     });
 }

@@ -8,7 +8,7 @@
 #include "core/query.h"
 #include "platform/storage.h"
 #include "platform/storage_pool.h"
-#include "platform/text.h"
+#include "provider/text.h"
 
 namespace appliance {
 
@@ -113,7 +113,7 @@ int LV_Get_Id(const char* name) {
 int LV_Get_Name(int lv_id, char* name, int size) {
     return call("LV_Get_Name", arguments(lv_id), [&] {
         const std::optional<std::string> found = name_of(lv_id);
-        return found ? hand_out(*found, name, size) : -1;
+        return found ? provider::hand_out(*found, name, size) : -1;
     });
 }
 

@@ -1,11 +1,10 @@
 // The appliance's ini files: section, key and value to write, a line each, and the file.
 
-#include "platform/ini_file.h"
-
 #include "fuzz/target.h"
+#include "provider/ini/file.h"
 #include "support/files.h"
 
-using appliance::ini::IniFile;
+using provider::ini::IniFile;
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     constexpr const char* kFile = "/tmp/fuzz.ini";

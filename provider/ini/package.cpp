@@ -2,9 +2,9 @@
 
 #include <strings.h>
 
-#include "core/call.h"
-#include "ini_file.h"
 #include "platform/ini.h"
+#include "provider/call.h"
+#include "provider/ini/file.h"
 
 namespace {
 
@@ -12,7 +12,7 @@ constexpr const char* kPackageConfiguration = "/etc/config/brix.conf";
 
 /// Installed means: it has a place, and was not switched off.
 bool is_installed(const char* name) {
-    const appliance::ini::IniFile packages(kPackageConfiguration);
+    const provider::ini::IniFile packages(kPackageConfiguration);
     return !packages.get(name, "Install_Path").value_or("").empty() &&
            ::strcasecmp(packages.get(name, "Enable").value_or("TRUE").c_str(), "FALSE") != 0;
 }
@@ -20,6 +20,6 @@ bool is_installed(const char* name) {
 }  // namespace
 
 int Is_BRIX_Installed(const char* name) {
-    return appliance::call(__func__, appliance::arguments(name),
-                           [&] { return name != nullptr && is_installed(name) ? 1 : 0; });
+    return provider::call(__func__, provider::arguments(name),
+                          [&] { return name != nullptr && is_installed(name) ? 1 : 0; });
 }

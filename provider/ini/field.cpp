@@ -6,14 +6,14 @@
 #include <initializer_list>
 #include <string>
 
-#include "core/call.h"
-#include "ini_file.h"
 #include "platform/ini.h"
+#include "provider/call.h"
+#include "provider/ini/file.h"
 
 namespace {
 
-using appliance::arguments;
-using appliance::ini::IniFile;
+using provider::arguments;
+using provider::ini::IniFile;
 
 constexpr int kFailure = -1;
 
@@ -38,7 +38,7 @@ int write_field(const char* file, const char* section, const char* key, const st
 
 int Ini_Conf_Get_Field(const char* file, const char* section, const char* key, char* buffer,
                        int size) {
-    return appliance::call(__func__, arguments(file, section, key), [&] {
+    return provider::call(__func__, arguments(file, section, key), [&] {
         if (any_null({file, section, key, buffer}) || size < 1) return kFailure;
         const auto value = IniFile(file).get(section, key);
         return value ? copy_out(*value, buffer, size) : kFailure;
@@ -46,7 +46,7 @@ int Ini_Conf_Get_Field(const char* file, const char* section, const char* key, c
 }
 
 int Ini_Conf_Set_Field(const char* file, const char* section, const char* key, const char* value) {
-    return appliance::call(__func__, arguments(file, section, key, value), [&] {
+    return provider::call(__func__, arguments(file, section, key, value), [&] {
         if (any_null({file, section, key, value})) return kFailure;
         return write_field(file, section, key, value);
     });
@@ -54,7 +54,7 @@ int Ini_Conf_Set_Field(const char* file, const char* section, const char* key, c
 
 int Ini_Conf_Get_Field_Int(const char* file, const char* section, const char* key, int* value,
                            int flags) {
-    return appliance::call(__func__, arguments(file, section, key, flags), [&] {
+    return provider::call(__func__, arguments(file, section, key, flags), [&] {
         if (any_null({file, section, key, value})) return kFailure;
         const auto text = IniFile(file).get(section, key);
         if (!text) return kFailure;
@@ -68,14 +68,14 @@ int Ini_Conf_Get_Field_Int(const char* file, const char* section, const char* ke
 
 int Ini_Conf_Set_Field_Int(const char* file, const char* section, const char* key, int value,
                            int flags) {
-    return appliance::call(__func__, arguments(file, section, key, value, flags), [&] {
+    return provider::call(__func__, arguments(file, section, key, value, flags), [&] {
         if (any_null({file, section, key})) return kFailure;
         return write_field(file, section, key, std::to_string(value));
     });
 }
 
 int Ini_Conf_Remove_Section(const char* file, const char* section) {
-    return appliance::call(__func__, arguments(file, section), [&] {
+    return provider::call(__func__, arguments(file, section), [&] {
         if (any_null({file, section})) return kFailure;
         IniFile ini(file);
         if (!ini.exists()) return kFailure;
@@ -86,7 +86,7 @@ int Ini_Conf_Remove_Section(const char* file, const char* section) {
 
 int GetPrivateProfileString(const char* section, const char* key, const char* fallback,
                             char* buffer, int size, const char* file) {
-    return appliance::call(__func__, arguments(section, key, fallback, file), [&] {
+    return provider::call(__func__, arguments(section, key, fallback, file), [&] {
         if (buffer == nullptr || size < 1) return 0;
         std::string value = fallback == nullptr ? "" : fallback;
         if (!any_null({section, key, file}))

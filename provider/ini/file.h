@@ -7,7 +7,7 @@
 #define SI_NO_CONVERSION  // bytes stay as they are
 #include <SimpleIni.h>
 
-namespace appliance::ini {
+namespace provider::ini {
 
 /// An ini file as it was when the object was made. Comments and order survive a save.
 ///
@@ -39,4 +39,4 @@ class IniFile {
 /// Whether a bit of a bitmap is set.
 bool is_bit_set(const char* path, const char* section, const char* key, int bit);
 
-}  // namespace appliance::ini
+}  // namespace provider::ini

@@ -12,8 +12,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "core/call.h"
 #include "platform/hal.h"
+#include "provider/call.h"
 
 namespace {
 
@@ -133,7 +133,7 @@ int run(const char* command, char* output, int size) {
 }  // namespace
 
 int Get_Command_Result(const char* command, char* output, int size) {
-    return appliance::call(__func__, appliance::arguments(command), [&] {
+    return provider::call(__func__, provider::arguments(command), [&] {
         return command == nullptr ? kFailure : run(command, output, size);
     });
 }

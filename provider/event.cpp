@@ -6,9 +6,9 @@
 
 #include <time.h>
 
-#include "core/call.h"
-#include "core/state.h"
 #include "platform/naslog.h"
+#include "provider/call.h"
+#include "provider/log.h"
 
 namespace {
 
@@ -41,32 +41,27 @@ time_t time_of(const NASLOG_EVENT& event) {
     return ::mktime(&date);
 }
 
-int add(const NASLOG_EVENT& event) {
-    SQLite::Statement insert(appliance::state(),
-                             "INSERT INTO event(time, type, user, address, computer, description) "
-                             "VALUES(?, ?, ?, ?, ?, ?)");
-    insert.bind(1, static_cast<int64_t>(time_of(event)));
-    insert.bind(2, event.type);
-    insert.bind(3, text_of(event.user));
-    insert.bind(4, text_of(event.address));
-    insert.bind(5, text_of(event.computer));
-    insert.bind(6, text_of(event.description));
-    insert.exec();
-    return 0;
+provider::Event taken(const NASLOG_EVENT& event) {
+    return {.time = time_of(event),
+            .type = event.type,
+            .user = text_of(event.user),
+            .address = text_of(event.address),
+            .computer = text_of(event.computer),
+            .description = text_of(event.description)};
 }
 
-NASLOG_EVENT read_event(SQLite::Statement& row) {
+NASLOG_EVENT given(const provider::Event& kept) {
     NASLOG_EVENT event{};
-    const auto seconds = static_cast<time_t>(row.getColumn(0).getInt64());
+    const auto seconds = static_cast<time_t>(kept.time);
     tm date{};
     ::localtime_r(&seconds, &date);
     ::strftime(event.date, sizeof(event.date), kDateFormat, &date);
     ::strftime(event.time, sizeof(event.time), kTimeFormat, &date);
-    event.type = row.getColumn(1).getInt();
-    fill(event.user, row.getColumn(2).getString());
-    fill(event.address, row.getColumn(3).getString());
-    fill(event.computer, row.getColumn(4).getString());
-    fill(event.description, row.getColumn(5).getString());
+    event.type = kept.type;
+    fill(event.user, kept.user);
+    fill(event.address, kept.address);
+    fill(event.computer, kept.computer);
+    fill(event.description, kept.description);
     return event;
 }
 
@@ -76,21 +71,19 @@ int naslog_event_add(const NASLOG_EVENT* event) {
     const std::string shown =
         event == nullptr
             ? "null"
-            : appliance::arguments(event->type, text_of(event->user), text_of(event->description));
-    return appliance::call(__func__, shown,
-                           [&] { return event == nullptr ? kFailure : add(*event); });
+            : provider::arguments(event->type, text_of(event->user), text_of(event->description));
+    return provider::call(__func__, shown, [&] {
+        return event == nullptr ? kFailure : provider::keep_event(taken(*event));
+    });
 }
 
 int naslog_event_query(NASLOG_EVENT* events, int max) {
-    return appliance::call(__func__, appliance::arguments(max), [&] {
+    return provider::call(__func__, provider::arguments(max), [&] {
         if (events == nullptr) return kFailure;
-        SQLite::Statement query(
-            appliance::state(),
-            "SELECT time, type, user, address, computer, description FROM event "
-            "ORDER BY event_no DESC LIMIT ?");
-        query.bind(1, std::max(max, 0));
         int count = 0;
-        while (query.executeStep()) events[count++] = read_event(query);
+        for (const provider::Event& event : provider::newest_events(std::max(max, 0))) {
+            if (count < max) events[count++] = given(event);
+        }
         return count;
     });
 }

@@ -17,8 +17,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "core/call.h"
 #include "platform/ini.h"
+#include "provider/call.h"
 
 namespace {
 
@@ -145,7 +145,7 @@ Locks& locks() {
 }
 
 int take(const char* function, const char* name, Mode mode) {
-    return appliance::call(function, appliance::arguments(name), [&] {
+    return provider::call(function, provider::arguments(name), [&] {
         return name == nullptr || *name == '\0' ? kFailure : locks().take(name, mode);
     });
 }
@@ -157,6 +157,6 @@ int Ini_Conf_Read_Lock_File(const char* name) { return take(__func__, name, Mode
 int Ini_Conf_Write_Lock_File(const char* name) { return take(__func__, name, Mode::kWrite); }
 
 int Ini_Conf_Unlock_File(int handle) {
-    return appliance::call(__func__, appliance::arguments(handle),
-                           [&] { return locks().release(handle); });
+    return provider::call(__func__, provider::arguments(handle),
+                          [&] { return locks().release(handle); });
 }

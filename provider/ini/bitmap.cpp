@@ -5,14 +5,14 @@
 #include <string>
 #include <string_view>
 
-#include "core/call.h"
-#include "ini_file.h"
 #include "platform/ini.h"
+#include "provider/call.h"
+#include "provider/ini/file.h"
 
 namespace {
 
-using appliance::arguments;
-using appliance::ini::IniFile;
+using provider::arguments;
+using provider::ini::IniFile;
 
 constexpr int kFailure = -1;
 constexpr int kMaxBits = 4096;
@@ -41,13 +41,13 @@ void set_bit(std::string& bitmap, int bit) {
 
 }  // namespace
 
-bool appliance::ini::is_bit_set(const char* path, const char* section, const char* key, int bit) {
+bool provider::ini::is_bit_set(const char* path, const char* section, const char* key, int bit) {
     return !is_free(IniFile(path).get(section, key).value_or(""), bit);
 }
 
 int Ini_Conf_Bitmap_Get_Next_Free_Bit(const char* file, const char* section, const char* key,
                                       int* bit, int start, int flags) {
-    return appliance::call(__func__, arguments(file, section, key, start, flags), [&] {
+    return provider::call(__func__, arguments(file, section, key, start, flags), [&] {
         if (file == nullptr || section == nullptr || key == nullptr || bit == nullptr)
             return kFailure;
         const std::string bitmap = IniFile(file).get(section, key).value_or("");
@@ -60,7 +60,7 @@ int Ini_Conf_Bitmap_Get_Next_Free_Bit(const char* file, const char* section, con
 }
 
 int Ini_Conf_Bitmap_Set_Bit(const char* file, const char* section, const char* key, int bit) {
-    return appliance::call(__func__, arguments(file, section, key, bit), [&] {
+    return provider::call(__func__, arguments(file, section, key, bit), [&] {
         if (file == nullptr || section == nullptr || key == nullptr || bit < 0 || bit >= kMaxBits)
             return kFailure;
         IniFile ini(file);

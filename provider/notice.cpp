@@ -6,11 +6,10 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <time.h>
 
-#include "core/call.h"
-#include "core/state.h"
 #include "platform/naslog.h"
+#include "provider/call.h"
+#include "provider/log.h"
 
 namespace {
 
@@ -19,30 +18,6 @@ enum Severity {
     kWarningSeverity = 4,
     kInformationSeverity = 6
 };  // as syslog's
-
-struct Notice {
-    const char* way;
-    std::string message_id;
-    int severity;
-    std::string title;
-    std::string message;
-    std::string detail;
-};
-
-int keep(const Notice& notice) {
-    SQLite::Statement insert(appliance::state(),
-                             "INSERT INTO notice(time, way, message_id, severity, title, message, "
-                             "detail) VALUES(?, ?, ?, ?, ?, ?, ?)");
-    insert.bind(1, static_cast<int64_t>(::time(nullptr)));
-    insert.bind(2, notice.way);
-    insert.bind(3, notice.message_id);
-    insert.bind(4, notice.severity);
-    insert.bind(5, notice.title);
-    insert.bind(6, notice.message);
-    insert.bind(7, notice.detail);
-    insert.exec();
-    return 0;
-}
 
 std::string text_or_empty(const char* text) { return text == nullptr ? "" : text; }
 
@@ -92,23 +67,24 @@ int naslog_notice_send(int64_t application_id, int level, int channel, int64_t c
         values.emplace_back(value);
     va_end(list);
     const std::string message = rendered(text_or_empty(text), values);
-    return appliance::call(
+    return provider::call(
         __func__,
-        appliance::arguments(application_id, level, channel, category_id, message_id, reserved_1,
-                             reserved_2, reserved_3, message),
+        provider::arguments(application_id, level, channel, category_id, message_id, reserved_1,
+                            reserved_2, reserved_3, message),
         [&] {
-            return keep({.way = "notification",
-                         .message_id = std::to_string(message_id),
-                         .severity = severity_of_level(level),
-                         .title = "",
-                         .message = message,
-                         .detail = fmt::format("application {}, channel {}, category {}, level {}",
-                                               application_id, channel, category_id, level)});
+            return provider::keep_notice(
+                {.way = "notification",
+                 .message_id = std::to_string(message_id),
+                 .severity = severity_of_level(level),
+                 .title = "",
+                 .message = message,
+                 .detail = fmt::format("application {}, channel {}, category {}, level {}",
+                                       application_id, channel, category_id, level)});
         });
 }
 
 int ChangeLogTypeToNoticeSeverity(int event_type) {
-    return appliance::call(__func__, appliance::arguments(event_type), [&]() -> int {
+    return provider::call(__func__, provider::arguments(event_type), [&]() -> int {
         switch (event_type) {
             case NASLOG_ERROR:
                 return kErrorSeverity;
@@ -125,13 +101,13 @@ int SendNoticeToLogEngine(int severity, int reserved_1, int reserved_2, const ch
                           int reserved_4, const char* user, const char* address,
                           const char* reserved_text_2, const char* message_id, int reserved_5,
                           const char* reserved_text_3, const char* message) {
-    return appliance::call(
+    return provider::call(
         __func__,
-        appliance::arguments(severity, reserved_1, reserved_2, reserved_text_1, facility, title,
-                             notice_no, reserved_3, reserved_4, user, address, reserved_text_2,
-                             message_id, reserved_5, reserved_text_3, message),
+        provider::arguments(severity, reserved_1, reserved_2, reserved_text_1, facility, title,
+                            notice_no, reserved_3, reserved_4, user, address, reserved_text_2,
+                            message_id, reserved_5, reserved_text_3, message),
         [&] {
-            return keep(
+            return provider::keep_notice(
                 {.way = "log engine",
                  .message_id = text_or_empty(message_id),
                  .severity = severity,

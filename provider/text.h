@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace appliance {
+namespace provider {
 
 /// Copies a text into a caller's buffer, cut to its size. 0; -1 without a buffer.
 inline int hand_out(const std::string& text, char* buffer, int size) {
@@ -12,4 +12,4 @@ inline int hand_out(const std::string& text, char* buffer, int size) {
     return 0;
 }
 
-}  // namespace appliance
+}  // namespace provider

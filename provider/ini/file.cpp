@@ -1,4 +1,4 @@
-#include "ini_file.h"
+#include "provider/ini/file.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace appliance::ini {
+namespace provider::ini {
 
 namespace {
 
@@ -110,4 +110,4 @@ bool IniFile::save() const {
     return !unreadable_ && content_.Save(text, false) >= 0 && replace_file(path_, text);
 }
 
-}  // namespace appliance::ini
+}  // namespace provider::ini

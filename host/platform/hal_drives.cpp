@@ -1,0 +1,1 @@
+/// Which drives were given to this program, and what they say of themselves.

@@ -1,0 +1,1 @@
+/// Who this host is.

@@ -1,0 +1,1 @@
+/// The partitions of the drives.

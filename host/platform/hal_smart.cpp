@@ -1,0 +1,1 @@
+/// What drives report of their health.

@@ -1,0 +1,1 @@
+/// Pools: volume groups.

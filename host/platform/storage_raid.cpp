@@ -1,0 +1,1 @@
+/// RAID groups: md arrays.

@@ -1,0 +1,1 @@
+/// Volumes with data, and the services that use them.

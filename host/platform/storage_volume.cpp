@@ -1,0 +1,1 @@
+/// Volumes: logical volumes.

@@ -1,0 +1,64 @@
+/// What the providers of the platform's calls share: all of it that neither simulates a drive nor
+/// touches one. The simulated appliance and the plain host build their libraries from it.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <type_traits>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace provider {
+
+/// What becomes of a call before its work is done.
+struct Interference {
+    std::optional<int64_t> result{};  ///< the call's result; its work is not done then
+    bool kills_afterwards = false;
+};
+
+// A provider has one of each of these.
+
+/// @throws when it cannot be told
+Interference before_call(const std::string& name);
+void after_call(const std::string& name, const std::string& arguments, const std::string& result,
+                const Interference& interference);
+/// The work, or one of the above, has thrown.
+void tell_failure(const std::string& name, const std::string& arguments,
+                  const std::exception& error) noexcept;
+
+/// The arguments of a call, separated by ", ", null pointers as "null".
+template <typename... Values>
+std::string arguments(const Values&... values) {
+    [[maybe_unused]] const auto readable = [](const auto& value) {
+        using Value = std::decay_t<decltype(value)>;
+        if constexpr (std::is_same_v<Value, const char*> || std::is_same_v<Value, char*>)
+            return std::string(value == nullptr ? "null" : value);
+        else
+            return fmt::format("{}", value);
+    };
+    return fmt::format("{}",
+                       fmt::join(std::initializer_list<std::string>{readable(values)...}, ", "));
+}
+
+/// One platform call. It throws nothing at its caller: what the work throws becomes -1.
+template <typename Work>
+auto call(const char* name, const std::string& call_arguments, Work&& work) noexcept
+    -> std::invoke_result_t<Work> {
+    using Result = std::invoke_result_t<Work>;
+    try {
+        const Interference interference = before_call(name);
+        const Result result =
+            interference.result ? static_cast<Result>(*interference.result) : work();
+        after_call(name, call_arguments, fmt::format("{}", result), interference);
+        return result;
+    } catch (const std::exception& error) {
+        tell_failure(name, call_arguments, error);
+        return static_cast<Result>(-1);
+    }
+}
+
+}  // namespace provider
