@@ -98,10 +98,10 @@ std::vector<Drive> list_drives(const Roots& roots) {
 }
 
 std::optional<Drive> find_drive(const Roots& roots, DeviceNumber number) {
-    for (Drive& drive : list_drives(roots)) {
-        if (drive.number == number) return std::move(drive);
-    }
-    return std::nullopt;
+    const std::vector<Drive> drives = list_drives(roots);
+    const auto found = std::find_if(drives.begin(), drives.end(),
+                                    [&](const Drive& drive) { return drive.number == number; });
+    return found != drives.end() ? std::optional(*found) : std::nullopt;
 }
 
 Drive drive_with_serial(const Roots& roots, const std::string& serial) {
