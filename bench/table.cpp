@@ -164,6 +164,17 @@ void measure_xlsx(const Bench& bench, int samples) {
         {"workbook", samples, bench.command({"xlsx"}), peer("xlsx-bare-all"), "", 1.15, {}});
 }
 
+/// The web page of the record that is there, by the command line; its peer reads the same samples.
+void measure_page(const Bench& bench, int samples) {
+    bench.measure({"web page",
+                   samples,
+                   {"ssd-op", "report", "1", "--output", "/root/page.html", "--force"},
+                   {"sqlite3", "-csv", kDatabase},
+                   kStatements,
+                   0,
+                   {}});
+}
+
 void measure_poll(const Bench& bench) {
     const std::string times = std::to_string(kPolls);
     bench.make_record(0, 0);
@@ -195,6 +206,7 @@ int main(int argc, char** argv) try {
         measure_import_and_query(bench, samples);
         measure_csv(bench, 1, samples);
         measure_csv(bench, kRatios, samples);
+        measure_page(bench, samples);
         measure_xlsx(bench, samples);
     }
     return 0;
