@@ -14,36 +14,11 @@
 
 #include "platform/hal.h"
 #include "provider/call.h"
+#include "shared/children.h"
 
 namespace {
 
 constexpr int kFailure = -1;
-
-/// While it lives, the status of a child can be collected here: a SIGCHLD that is ignored would let
-/// the kernel drop it, a handler of the caller's might take it.
-class ChildrenAreOurs {
-  public:
-    ChildrenAreOurs() {
-        sigset_t child_signal;
-        sigemptyset(&child_signal);
-        sigaddset(&child_signal, SIGCHLD);
-        ::sigprocmask(SIG_BLOCK, &child_signal, &callers_mask_);
-        struct sigaction reaped {};
-        reaped.sa_handler = SIG_DFL;
-        ::sigaction(SIGCHLD, &reaped, &callers_action_);
-    }
-    ChildrenAreOurs(const ChildrenAreOurs&) = delete;
-    ChildrenAreOurs& operator=(const ChildrenAreOurs&) = delete;
-    ~ChildrenAreOurs() {
-        ::sigaction(SIGCHLD, &callers_action_, nullptr);
-        ::sigprocmask(SIG_SETMASK, &callers_mask_, nullptr);
-    }
-    const sigset_t& callers_mask() const { return callers_mask_; }
-
-  private:
-    sigset_t callers_mask_{};
-    struct sigaction callers_action_ {};
-};
 
 class Pipe {
   public:
@@ -115,7 +90,7 @@ int wait_for(pid_t pid) {
 }
 
 int run(const char* command, char* output, int size) {
-    const ChildrenAreOurs guard;
+    const ssd_op::shared::ChildrenAreOurs guard;
     if (output == nullptr || size < 1) {
         const pid_t pid = start_shell(command, -1, guard.callers_mask());
         return pid < 0 ? kFailure : wait_for(pid);

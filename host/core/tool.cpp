@@ -1,29 +1,32 @@
 #include "core/tool.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <utility>
 
 #include <fcntl.h>
-#include <poll.h>
+#include <fmt/format.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "core/capture.h"
 #include "core/failure.h"
+#include "core/text.h"
+#include "shared/children.h"
 #include "shared/descriptor.h"
 
 namespace host {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using ssd_op::shared::Descriptor;
 
 constexpr size_t kMostOutput = 1 << 20;
-constexpr std::chrono::seconds kMostTime{30};
+constexpr size_t kMostComplaint = 4096;
 constexpr std::array kPlaces{"/usr/sbin/", "/usr/bin/", "/sbin/", "/bin/"};
 
 std::string place_of(const std::string& program) {
@@ -59,67 +62,111 @@ class Child {
     pid_t pid_;
 };
 
-pid_t spawn(const std::string& path, const std::vector<std::string>& words, int output) {
-    std::vector<char*> arguments;
-    for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
-    std::array<char, 9> locale{"LC_ALL=C"};
-    std::array<char*, 2> environment{locale.data(), nullptr};
+[[noreturn]] void fail_for(const std::string& program) {
+    throw Failure("No pipe can be made for " + program + ".", "Close files, then try again.");
+}
 
+/// A file in memory: whoever does not read it to its end harms nobody.
+Descriptor input_of(const std::string& program, const std::string& text) {
+    Descriptor file(::memfd_create("input", MFD_CLOEXEC));
+    size_t done = 0;
+    while (file && done < text.size()) {
+        const ssize_t wrote = ::write(file.get(), text.data() + done, text.size() - done);
+        if (wrote <= 0) fail_for(program);
+        done += static_cast<size_t>(wrote);
+    }
+    if (!file || ::lseek(file.get(), 0, SEEK_SET) != 0) fail_for(program);
+    return file;
+}
+
+struct Pipe {
+    explicit Pipe(const std::string& program) {
+        std::array<int, 2> ends{};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0) fail_for(program);
+        source = Descriptor(ends[0]);
+        target = Descriptor(ends[1]);
+        ::fcntl(source.get(), F_SETFL, O_NONBLOCK);
+    }
+    Descriptor source, target;
+};
+
+std::vector<char*> pointers_to(const std::vector<std::string>& words) {
+    std::vector<char*> pointers;
+    for (const std::string& word : words) pointers.push_back(const_cast<char*>(word.c_str()));
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+pid_t spawn(const std::string& path, const std::vector<std::string>& words,
+            const std::vector<std::string>& variables, const std::array<int, 3>& streams) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, output, 1);
-    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    for (int stream = 0; stream < 3; ++stream)
+        posix_spawn_file_actions_adddup2(&actions, streams[static_cast<size_t>(stream)], stream);
+    // What the caller ignores or holds back is nothing to a program that counts on its signals.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t none, usual;
+    sigemptyset(&none);
+    sigemptyset(&usual);
+    for (const int signal : {SIGCHLD, SIGPIPE, SIGTERM, SIGINT}) sigaddset(&usual, signal);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &usual);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     pid_t pid = -1;
-    const int error =
-        ::posix_spawn(&pid, path.c_str(), &actions, nullptr, arguments.data(), environment.data());
+    const int error = ::posix_spawn(&pid, path.c_str(), &actions, &attributes,
+                                    pointers_to(words).data(), pointers_to(variables).data());
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     return error == 0 ? pid : -1;
 }
 
-/// Reads to the end; false when that did not come within the limits.
-bool read_all(int source, std::string& text) {
-    const auto until = Clock::now() + kMostTime;
-    std::array<char, 16384> block;
-    while (text.size() <= kMostOutput) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
-        pollfd ready{source, POLLIN, 0};
-        if (left <= 0) return false;
-        const int polled = ::poll(&ready, 1, static_cast<int>(left));
-        if (polled == 0 || (polled < 0 && errno != EINTR)) return false;
-        if (polled < 0) continue;
-        const ssize_t got = ::read(source, block.data(), block.size());
-        if (got == 0) return true;
-        if (got < 0) return false;
-        text.append(block.data(), static_cast<size_t>(got));
-    }
-    return false;
-}
-
 }  // namespace
 
-ToolOutput run_tool(const std::vector<std::string>& words) {
-    const std::string path = place_of(words.at(0));
+ToolOutput run_tool(const std::vector<std::string>& words, const ToolOptions& options) {
+    const std::string& program = words.at(0);
+    const std::string path = place_of(program);
     if (path.empty()) return {.found = false};
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-        throw Failure("No pipe can be made for " + words[0] + ".", "Close files, then try again.");
-    const Descriptor source(ends[0]);
-    Descriptor target(ends[1]);
-    const pid_t pid = spawn(path, words, target.get());
-    { const Descriptor closed = std::move(target); }
+    std::vector<std::string> variables = options.variables;
+    variables.emplace_back("LC_ALL=C");
+
+    const ssd_op::shared::ChildrenAreOurs guard;
+    Pipe output(program), complaint(program);
+    pid_t pid = -1;
+    {
+        const Descriptor input = input_of(program, options.input);
+        const Descriptor output_end = std::move(output.target);
+        const Descriptor complaint_end = std::move(complaint.target);
+        pid = spawn(path, words, variables, {input.get(), output_end.get(), complaint_end.get()});
+    }
     if (pid < 0) return {.whole = false};
     Child child(pid);
-    ToolOutput output;
-    output.whole = read_all(source.get(), output.text);
-    if (!output.whole) {
-        output.text.clear();
-        return output;
+    Capture text(output.source.get(), kMostOutput), told(complaint.source.get(), kMostComplaint);
+    ToolOutput result;
+    result.whole = capture_until_end(pid, text, told, options.most_time) && !text.overflowed();
+    result.complaint = told.text();
+    if (!result.whole) return result;
+    result.text = text.text();
+    result.status = child.wait();
+    return result;
+}
+
+std::string must_run(const std::vector<std::string>& words, const ToolOptions& options) {
+    ToolOutput output = run_tool(words, options);
+    const std::string& program = words.at(0);
+    if (!output.found) {
+        throw Failure(fmt::format("There is no program {} on this host.", program),
+                      "Install the package that it is in.");
     }
-    output.status = child.wait();
-    return output;
+    if (output.whole && output.status == 0) return std::move(output.text);
+    const std::string end = !output.whole         ? "did not come to an end"
+                            : output.status == -1 ? "was ended by a signal"
+                                                  : fmt::format("exited with {}", output.status);
+    std::string complaint(trimmed(output.complaint));
+    std::replace(complaint.begin(), complaint.end(), '\n', ';');
+    throw Failure(fmt::format("{} {}: {}", program, end,
+                              complaint.empty() ? "it told nothing." : printable(complaint)),
+                  "See dmesg for what the kernel says of it.");
 }
 
 }  // namespace host

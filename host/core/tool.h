@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -11,11 +12,20 @@ struct ToolOutput {
     bool whole = true;   ///< false: it printed more than is read, or took longer than is waited
     int status = -1;     ///< what it exited with; -1 when a signal ended it
     std::string text{};  ///< its standard output; nothing unless whole
+    std::string complaint{};  ///< the beginning of its standard error
 };
 
-/// Runs a program, found in the directories of the system whatever PATH says, without a shell and
-/// with its other streams on /dev/null. Its first 1 MiB of output is read, for 30 seconds at the
-/// most; then it is ended.
-ToolOutput run_tool(const std::vector<std::string>& words);
+struct ToolOptions {
+    std::string input{};                   ///< its standard input
+    std::chrono::seconds most_time{30};    ///< then it is ended
+    std::vector<std::string> variables{};  ///< NAME=VALUE; it gets LC_ALL=C and no others
+};
+
+/// Runs a program, found in the directories of the system whatever PATH says, without a shell. Its
+/// first 1 MiB of output is read; then it is ended. Works whatever the caller does with SIGCHLD.
+ToolOutput run_tool(const std::vector<std::string>& words, const ToolOptions& options = {});
+
+/// What it printed. Fails, with its complaint, unless it was run to its end and exited with 0.
+std::string must_run(const std::vector<std::string>& words, const ToolOptions& options = {});
 
 }  // namespace host
