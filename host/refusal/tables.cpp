@@ -56,12 +56,16 @@ SwapArea parse_swap(std::string_view line, const std::string& path) {
 }  // namespace
 
 std::vector<Mount> mounts(const Roots& roots) {
-    const std::string path = roots.proc + "/self/mountinfo";
-    const std::string text = table(path);
     std::vector<Mount> found;
-    for (const std::string_view line : split(text, '\n')) {
-        if (!line.empty()) found.push_back(parse_mount(line, path));
+    for (const char* process : {"/self", "/1"}) {
+        const std::string path = roots.proc + process + "/mountinfo";
+        const std::string text = table(path);
+        for (const std::string_view line : split(text, '\n')) {
+            if (!line.empty()) found.push_back(parse_mount(line, path));
+        }
     }
+    std::sort(found.begin(), found.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
     return found;
 }
 

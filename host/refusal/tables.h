@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/device_number.h"
@@ -15,9 +16,15 @@ struct Mount {
     std::vector<DeviceNumber> devices;
     std::string point;
     std::string type;
+
+    bool operator==(const Mount&) const = default;
+    bool operator<(const Mount& other) const {
+        return std::tie(devices, point, type) < std::tie(other.devices, other.point, other.type);
+    }
 };
 
-/// All mounts that this process sees. Fails when they cannot be told.
+/// All mounts that this process sees, and those that the first process sees: in a sandbox, the
+/// host's are not among the former. Fails when they cannot be told.
 std::vector<Mount> mounts(const Roots& roots);
 
 struct SwapArea {

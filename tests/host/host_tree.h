@@ -21,10 +21,12 @@ class HostTree : public ::testing::Test {
         std::string name = ::testing::TempDir() + "a host.XXXXXX";
         base_ = ::mkdtemp(name.data());
         roots_ = {base_ + "/sys", base_ + "/proc", base_ + "/dev", base_ + "/state"};
-        for (const char* directory : {"sys/block", "sys/dev/block", "proc/self/ns", "dev"})
+        for (const char* directory :
+             {"sys/block", "sys/dev/block", "proc/self/ns", "proc/1/fd", "dev"})
             std::filesystem::create_directories(base_ + "/" + directory);
         std::filesystem::create_symlink("pid:[4026531836]", base_ + "/proc/self/ns/pid");
-        put("proc/self/mountinfo", "28 1 0:23 / / rw - overlay overlay rw\n");
+        for (const char* process : {"self", "1"})
+            put(fmt::format("proc/{}/mountinfo", process), kMounts);
         put("proc/swaps", "Filename\tType\tSize\tUsed\tPriority\n");
     }
     ~HostTree() override { std::filesystem::remove_all(base_); }
@@ -89,6 +91,7 @@ class HostTree : public ::testing::Test {
         link(below + "/holders/" + name, "sys/devices/virtual/block/" + name);
     }
 
+    static constexpr const char* kMounts = "28 1 0:23 / / rw - overlay overlay rw\n";
     std::string base_;
     Roots roots_;
 };

@@ -31,9 +31,7 @@ class Refusal : public HostTree {
     bool nothing() const {
         return reasons_in_tables(roots_, drive_with_serial(roots_, "S1")).empty();
     }
-    void mount(const std::string& lines) {
-        put("proc/self/mountinfo", "28 1 0:23 / / rw - overlay overlay rw\n" + lines);
-    }
+    void mount(const std::string& lines) { put("proc/self/mountinfo", kMounts + lines); }
 
     std::string place_;
 };
@@ -48,6 +46,9 @@ TEST_F(Refusal, OfDrivesWithSomethingMountedIsByNumber) {
     mount(
         "31 28 259:1 /a /mnt/x\\040-\\040\\033[2J rw shared:1 master:2 - ext4 /dev/elsewhere rw\n");
     EXPECT_EQ(only(Kind::kMounted), "nvme0n1p1 is mounted at /mnt/x - \\x1b[2J");
+    mount("");
+    put("proc/1/mountinfo", "31 28 259:1 / /srv rw - ext4 /dev/elsewhere rw\n");  // out of sight
+    EXPECT_EQ(only(Kind::kMounted), "nvme0n1p1 is mounted at /srv");
 }
 
 TEST_F(Refusal, OfTheSystemsOwnDriveSeesThroughEverythingBuiltOnIt) {
@@ -100,6 +101,10 @@ TEST_F(Refusal, IsTheAnswerToEveryDoubt) {
                     HasSubstr("is not understood"));
     }
     mount("");
+    std::filesystem::remove(base_ + "/proc/1/mountinfo");
+    EXPECT_THAT(list_of(reasons_in_tables(roots_, drive_with_serial(roots_, "S1"))),
+                HasSubstr("/1/mountinfo cannot be read"));
+    put("proc/1/mountinfo", kMounts);
     put("proc/swaps", "Filename Type\n/swap\\040file file 1 0 -2\n");
     EXPECT_TRUE(nothing());
     put("proc/swaps", "Filename Type\n/dev/gone\\040away partition 1 0 -2\n");

@@ -1,0 +1,94 @@
+#include "taking/taking.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "core/failure.h"
+#include "core/text.h"
+#include "enrolment/enrolment.h"
+#include "refusal/examination.h"
+
+namespace host {
+
+namespace {
+
+constexpr auto kDrive = UndoEntry::Kind::kDrive;
+
+/// By which a drive is known again. Its place is for people: a drive may be put elsewhere.
+Json details_of(const Drive& drive) {
+    return {{"wwn", drive.identity.wwn},
+            {"model", drive.identity.model},
+            {"bytes", drive.bytes},
+            {"place", drive.place.path}};
+}
+
+bool is_of(const UndoEntry& entry, const Drive& drive) {
+    Json then = entry.details, now = details_of(drive);
+    then.erase("place");
+    now.erase("place");
+    return then == now;
+}
+
+/// udev looks into a drive for a moment each time that somebody has written to it.
+Examination examine_patiently(const Roots& roots, const Drive& drive, const Wish& wish) {
+    constexpr int kMostLooks = 20;
+    constexpr std::chrono::milliseconds kBetween{250};
+    const auto is_open = [](const Reason& reason) { return reason.kind == Reason::Kind::kOpen; };
+    Examination examination = examine(roots, drive, wish);
+    for (int look = 1; look < kMostLooks && !examination.passed(); ++look) {
+        if (!std::all_of(examination.reasons.begin(), examination.reasons.end(), is_open)) break;
+        std::this_thread::sleep_for(kBetween);
+        examination = examine(roots, drive, wish);
+    }
+    return examination;
+}
+
+}  // namespace
+
+bool is_taken(const UndoList& undo, const Drive& drive) {
+    const UndoEntry* const entry = undo.find(kDrive, drive.identity.serial);
+    if (entry == nullptr || is_of(*entry, drive)) return entry != nullptr;
+    throw Failure(fmt::format("The drive {} is not the one that was written to: its WWN, model or "
+                              "size is another.",
+                              drive.identity.serial),
+                  "Put that one back and run ssd-op --host cleanup.");
+}
+
+Enrolled enrolment_of(const Roots& roots, const Drive& drive) {
+    const auto all = enrolled_drives(roots);
+    const auto found = std::find_if(all.begin(), all.end(), [&](const Enrolled& one) {
+        return one.serial == drive.identity.serial;
+    });
+    if (found == all.end()) {
+        throw Failure(
+            fmt::format("The drive {} is not enrolled.",
+                        drive.identity.serial.empty() ? drive.name : drive.identity.serial),
+            "See ssd-op-host drives list, and enroll what may be written to.");
+    }
+    if (!found->is(drive)) {
+        throw Failure(fmt::format("The drive {} is not the one that was enrolled: its WWN, model "
+                                  "or size is another.",
+                                  drive.identity.serial),
+                      "If it may be written to, release the serial number and enroll it again.");
+    }
+    return *found;
+}
+
+HeldDrive take(const Roots& roots, UndoList& undo, const Drive& drive) {
+    const Enrolled given = enrolment_of(roots, drive);
+    const bool ours = is_taken(undo, drive);
+    Examination examination = examine_patiently(roots, drive, {given.wipe || ours});
+    if (!examination.passed()) {
+        throw Failure(fmt::format("The drive {} is refused:\n{}", drive.identity.serial,
+                                  list_of(examination.reasons)),
+                      "Nothing was written to it.");
+    }
+    if (!ours) undo.add({kDrive, drive.identity.serial, details_of(drive)});
+    return std::move(*examination.held);
+}
+
+}  // namespace host
