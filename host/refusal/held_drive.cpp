@@ -1,7 +1,9 @@
 #include "refusal/held_drive.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -79,6 +81,21 @@ Descriptor HeldDrive::open_for_writing() const {
                       "Nothing was written to it.");
     }
     return file;
+}
+
+void HeldDrive::read_partitions_again() const {
+    constexpr int kTries = 50;
+    constexpr std::chrono::milliseconds kPause{100};
+    check();
+    // Who looks at each new partition, as udev does, keeps it open for a moment.
+    for (int tries = 0; ::ioctl(file_.get(), BLKRRPART) != 0; ++tries) {
+        if (errno != EBUSY || tries == kTries) {
+            throw Failure(fmt::format("The kernel does not read the partitions of {}: {}.",
+                                      drive_.identity.serial, std::strerror(errno)),
+                          "Is one of them in use?");
+        }
+        std::this_thread::sleep_for(kPause);
+    }
 }
 
 }  // namespace host

@@ -25,6 +25,9 @@ class HeldDrive {
     /// is held, whatever its name leads to by now.
     ssd_op::shared::Descriptor open_for_writing() const;
 
+    /// Has the kernel forget the partitions that it knows, and find those that there are now.
+    void read_partitions_again() const;
+
   private:
     HeldDrive(const Roots& roots, Drive drive, ssd_op::shared::Descriptor file);
     /// None when somebody else holds it.

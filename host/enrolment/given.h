@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "core/roots.h"
+#include "drives/drive.h"
+#include "shared/drive_id.h"
+
+namespace host {
+
+/// A drive that was given to this program and is there.
+struct GivenDrive {
+    Drive drive;
+    ssd_op::shared::Slot slot;
+
+    uint32_t id() const {
+        return static_cast<uint32_t>(slot.enclosure) << 16 | static_cast<uint32_t>(slot.port);
+    }
+};
+
+/// In the order of their slots. Others do not exist for an evaluation.
+std::vector<GivenDrive> given_drives(const Roots& roots);
+
+/// None when no such drive is in that slot.
+std::optional<Drive> given_drive(const Roots& roots, uint32_t id);
+
+}  // namespace host
