@@ -60,6 +60,10 @@ Store::Store(const Roots& roots, const std::string& name)
     }
 }
 
+void Store::let_tools_hold_it() {
+    if (::fcntl(lock_.get(), F_SETFD, 0) != 0) fail("Cannot share the lock of", path_);
+}
+
 Json Store::read(const Json& nothing) const {
     struct stat found {};
     if (::lstat(path_.c_str(), &found) != 0 && errno == ENOENT) return nothing;

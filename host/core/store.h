@@ -23,6 +23,9 @@ class Store {
     /// After a crash at any moment the file is the old one or the new one, whole.
     void write(const Json& value);
     const std::string& path() const { return path_; }
+    /// From now on tools that are started hold the store, too: should this process be killed, the
+    /// next one waits until what it has started has ended.
+    void let_tools_hold_it();
 
   private:
     std::string directory_;

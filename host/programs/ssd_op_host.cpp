@@ -13,6 +13,7 @@
 #include "enrolment/enrolment.h"
 #include "programs/drive_list.h"
 #include "shared/command_line.h"
+#include "storage/cleanup.h"
 
 namespace {
 
@@ -74,13 +75,29 @@ void add_commands(Arguments& app, const Roots& roots, Options& options) {
     });
 }
 
+void add_cleanup(Arguments& app, const Roots& roots, int& status) {
+    Arguments cleanup = app.subcommand(
+        "cleanup", "Give back all that evaluations have left: volumes, pools, drives");
+    cleanup.callback([&] {
+        const bool all = clean_up(roots, [](const std::string& line) {
+            fmt::print("{}\n", line);
+            std::fflush(stdout);
+        });
+        fmt::print("{}\n", all ? "Nothing is left to undo."
+                               : "The rest stays in the undo list: run it again after that.");
+        status = all ? 0 : kFailed;
+    });
+}
+
 int run(int argc, char** argv) {
     const Roots roots;
     Options options;
     Arguments app("Which drives of this host ssd-op may use", "ssd-op-host");
     app.require_one_subcommand();
+    int status = 0;
     add_commands(app, roots, options);
-    return app.parse(argc, argv).value_or(0);
+    add_cleanup(app, roots, status);
+    return app.parse(argc, argv).value_or(status);
 }
 
 }  // namespace

@@ -1,0 +1,93 @@
+#include "platform/storage_ids.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "core/failure.h"
+#include "enrolment/given.h"
+#include "provider/call.h"
+#include "provider/ini/file.h"
+#include "storage/array.h"
+#include "storage/giving_back.h"
+
+namespace host {
+
+namespace {
+
+constexpr const char* kRemoved = "removed_groups.json";
+
+bool holds(const std::vector<std::string>& serials, const std::string& serial) {
+    return std::find(serials.begin(), serials.end(), serial) != serials.end();
+}
+
+}  // namespace
+
+std::string serial_in(const Roots& roots, uint32_t dev_id) {
+    const auto drive = given_drive(roots, dev_id);
+    if (drive) return drive->identity.serial;
+    throw Failure(
+        fmt::format("No enrolled drive is in slot {}:{}.", dev_id >> 16, dev_id & 0xFFFFU),
+        "See ssd-op-host drives list.");
+}
+
+std::vector<uint32_t> dev_ids_of(const Roots& roots, const std::vector<std::string>& serials) {
+    const auto given = given_drives(roots);
+    std::vector<uint32_t> ids;
+    for (const std::string& serial : serials) {
+        for (const GivenDrive& drive : given) {
+            if (drive.drive.identity.serial == serial) ids.push_back(drive.id());
+        }
+    }
+    return ids;
+}
+
+std::optional<ArrayRecord> array_with(const UndoList& undo, const std::string& serial) {
+    for (ArrayRecord& array : arrays_in(undo)) {
+        if (holds(array.members, serial) || holds(array.spares, serial)) return std::move(array);
+    }
+    return std::nullopt;
+}
+
+std::optional<PoolRecord> pool_over(const UndoList& undo, int raid_id) {
+    for (PoolRecord& pool : pools_in(undo)) {
+        if (std::find(pool.arrays.begin(), pool.arrays.end(), raid_id) != pool.arrays.end())
+            return std::move(pool);
+    }
+    return std::nullopt;
+}
+
+bool raid_is_configured(const Roots& roots, int raid_id) {
+    const Json removed = Store(roots, kRemoved).read(Json::array());
+    return std::find(removed.begin(), removed.end(), Json(raid_id)) == removed.end() &&
+           provider::ini::is_bit_set("/etc/config/raid.conf", "Global", "raidBitmap", raid_id);
+}
+
+void set_raid_removed(const Roots& roots, int raid_id, bool removed) {
+    Store store(roots, kRemoved);
+    Json ids = Json::array();
+    for (const Json& id : store.read(Json::array())) {
+        if (id != Json(raid_id)) ids.push_back(id);
+    }
+    if (removed) ids.push_back(raid_id);
+    store.write(ids);
+}
+
+void remove_group(const Roots& roots, UndoList& undo, int raid_id) {
+    if (const auto record = find_array_record(undo, raid_id)) {
+        remove_array(roots, undo, raid_id);
+        for (const auto* serials : {&record->members, &record->spares}) {
+            for (const std::string& serial : *serials) {
+                try {
+                    remove_layout(roots, undo, serial);
+                    give_drive_back(roots, undo, serial);
+                } catch (const Failure& failure) {
+                    provider::tell_failure("giving back", serial, failure);
+                }
+            }
+        }
+    }
+    set_raid_removed(roots, raid_id, true);
+}
+
+}  // namespace host

@@ -1,0 +1,50 @@
+#include "storage/cleanup.h"
+
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "core/failure.h"
+#include "storage/owner.h"
+#include "storage/undoing.h"
+#include "undo/undo_list.h"
+
+namespace host {
+
+namespace {
+
+/// Of the one that made it, while that still is at work with it.
+void refuse_under_owner(const Roots& roots, const UndoEntry& entry) {
+    const auto owner = entry.details.find("owner");
+    if (owner == entry.details.end() || !lives(roots, *owner)) return;
+    throw Failure(fmt::format("The {} is in use by an evaluation, process {}.", name_of(entry),
+                              owner->at("pid").get<int64_t>()),
+                  "Wait for its end, or stop it with ssd-op stop. Nothing was undone.");
+}
+
+bool undo_and_tell(const Roots& roots, UndoList& undo, const UndoEntry& entry,
+                   const std::function<void(const std::string&)>& tell) {
+    try {
+        undo_step(roots, undo, entry);
+        tell(fmt::format("The {} is undone.", name_of(entry)));
+        return true;
+    } catch (const Failure& failure) {
+        tell(fmt::format("The {} is NOT undone: {} {}", name_of(entry), failure.what(),
+                         failure.next_step()));
+        return false;
+    }
+}
+
+}  // namespace
+
+bool clean_up(const Roots& roots, const std::function<void(const std::string&)>& tell) {
+    UndoList undo(roots);
+    const std::vector<UndoEntry> entries = undo.entries();
+    for (const UndoEntry& entry : entries) refuse_under_owner(roots, entry);
+    bool all = true;
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
+        all = undo_and_tell(roots, undo, *entry, tell) && all;
+    return all;
+}
+
+}  // namespace host

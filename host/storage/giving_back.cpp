@@ -1,0 +1,148 @@
+#include "storage/giving_back.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "core/failure.h"
+#include "enrolment/enrolled.h"
+#include "enrolment/enrolment.h"
+#include "refusal/content.h"
+#include "refusal/examination.h"
+#include "shared/drive_id.h"
+#include "storage/layout.h"
+#include "storage/record.h"
+#include "taking/taking.h"
+
+namespace host {
+
+namespace {
+
+using Kind = UndoEntry::Kind;
+
+constexpr uint64_t kEdge = 1 << 20;
+constexpr uint64_t kPiece = uint64_t{1} << 30;
+
+/// A drive of the list, for the undoing alone.
+HeldDrive take_back(const Roots& roots, const UndoList& undo, const Drive& drive) {
+    if (!is_taken(undo, drive)) {
+        throw Failure(
+            fmt::format("The undo list does not say that {} was taken.", drive.identity.serial),
+            "Nothing was written to it.");
+    }
+    Examination examination = examine(roots, drive, {true});
+    if (!examination.passed()) {
+        throw Failure(fmt::format("The drive {} cannot be given back:\n{}", drive.identity.serial,
+                                  list_of(examination.reasons)),
+                      "Nothing was written to it. Then run it again.");
+    }
+    return std::move(*examination.held);
+}
+
+void zero(int file, uint64_t from, uint64_t bytes) {
+    const std::vector<char> zeros(bytes, '\0');
+    uint64_t done = 0;
+    while (done < bytes) {
+        const ssize_t wrote =
+            ::pwrite(file, zeros.data() + done, bytes - done, static_cast<off_t>(from + done));
+        if (wrote < 0 && errno == EINTR) continue;
+        if (wrote <= 0) {
+            throw Failure(fmt::format("The drive cannot be written: {}.", std::strerror(errno)),
+                          "Look for I/O errors with dmesg.");
+        }
+        done += static_cast<uint64_t>(wrote);
+    }
+}
+
+void zero_edges(int file, uint64_t from, uint64_t bytes) {
+    const uint64_t edge = std::min(bytes, kEdge);
+    zero(file, from, edge);
+    zero(file, from + bytes - edge, edge);
+}
+
+void sync(int file) {
+    if (::fsync(file) != 0)
+        throw Failure(fmt::format("The drive cannot be synced: {}.", std::strerror(errno)),
+                      "Look for I/O errors with dmesg.");
+}
+
+/// In pieces, so that this program can be ended between them. A drive that fails it keeps old data
+/// where nothing points at, which does no harm.
+void discard(int file, uint64_t bytes) {
+    for (uint64_t from = 0; from < bytes; from += kPiece) {
+        uint64_t range[2] = {from, std::min(kPiece, bytes - from)};
+        if (::ioctl(file, BLKDISCARD, range) != 0) return;
+    }
+}
+
+/// Content that nobody of us wrote, and that nobody said may go, was put there after us.
+void refuse_content_of_others(const Roots& roots, const Drive& drive, int file) {
+    const auto enrolled = enrolled_drives(roots);
+    const bool may_go = std::any_of(enrolled.begin(), enrolled.end(),
+                                    [&](const Enrolled& one) { return one.is(drive) && one.wipe; });
+    const auto signatures = signatures_in(file);
+    if (signatures.empty() || may_go) return;
+    throw Failure(fmt::format("The drive {} holds {}, which is not ours.", drive.identity.serial,
+                              signatures.front().text()),
+                  "If it may go: wipefs --all " + drive.device(roots));
+}
+
+}  // namespace
+
+void remove_layout(const Roots& roots, UndoList& undo, const std::string& serial) {
+    for (const ArrayRecord& array : arrays_in(undo)) {
+        for (const auto* drives : {&array.members, &array.spares}) {
+            if (std::find(drives->begin(), drives->end(), serial) != drives->end()) {
+                throw Failure(
+                    fmt::format("The drive {} is in the RAID group {}.", serial, array.id),
+                    "That has to go first.");
+            }
+        }
+    }
+    const Drive drive = drive_with_serial(roots, serial);
+    const HeldDrive held = take_back(roots, undo, drive);
+    if (has_our_layout(roots, undo, drive)) {
+        const auto data = partition_of(drive, ssd_op::shared::kDataPartition);
+        const auto file = held.open_for_writing();
+        if (data && data->start + data->bytes <= drive.bytes)
+            zero_edges(file.get(), data->start, data->bytes);
+        sync(file.get());
+        zero_edges(file.get(), 0, drive.bytes);
+        sync(file.get());
+        held.read_partitions_again();
+    } else if (!table_guid(roots, drive).empty()) {
+        throw Failure(
+            fmt::format("The drive {} has a partition table that is not ours.", serial),
+            "Nothing was written to it. If it may go: wipefs --all " + drive.device(roots));
+    }
+    undo.remove(Kind::kPartitions, serial);
+}
+
+void give_drive_back(const Roots& roots, UndoList& undo, const std::string& serial) {
+    if (undo.find(Kind::kPartitions, serial) != nullptr) {
+        throw Failure(fmt::format("The drive {} has our partitions.", serial),
+                      "Those have to go first.");
+    }
+    const Drive drive = drive_with_serial(roots, serial);
+    const HeldDrive held = take_back(roots, undo, drive);
+    const auto file = held.open_for_writing();
+    refuse_content_of_others(roots, drive, file.get());
+    discard(file.get(), drive.bytes);
+    zero_edges(file.get(), 0, drive.bytes);
+    sync(file.get());
+    held.read_partitions_again();
+    if (!signatures_in(file.get()).empty() || holds_data(file.get(), drive.bytes)) {
+        throw Failure(fmt::format("The drive {} is not empty after all.", serial),
+                      "Look for I/O errors with dmesg.");
+    }
+    undo.remove(Kind::kDrive, serial);
+}
+
+}  // namespace host
