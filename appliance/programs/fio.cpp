@@ -13,39 +13,26 @@
 ///
 /// Without --time_based the job ends when the amount (--io_limit, else the area once) is done, or
 /// after --runtime, whichever is first. It takes the time that it says, on the appliance's clock.
-/// The line with the figures, "read :" for reads:
-///
-///       write: io=1024.0MB, bw=52345KB/s, iops=13086, runt= 20001msec
 
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <optional>
-#include <string>
-
-#include <fmt/format.h>
-#include <sys/types.h>
-#include <unistd.h>
 
 #include "device/device.h"
 #include "device/load.h"
-#include "programs/fio_options.h"
 #include "programs/program.h"
+#include "provider/fio/options.h"
+#include "provider/fio/summary.h"
 
 namespace {
 
-using appliance::fio::Job;
+using appliance::flash::Direction;
+using appliance::flash::Pattern;
+using provider::fio::Job;
 
-struct Outcome {
-    std::string io;
-    uint64_t kib_per_second;
-    uint64_t iops;
-    uint64_t milliseconds;
-};
-
-Outcome outcome_of(const appliance::flash::Progress& progress) {
+provider::fio::Summary summary_of(const appliance::flash::Progress& progress) {
     const double milliseconds = std::max(progress.seconds * 1000, 1.0);
-    return {fmt::format("{:.1f}MB", static_cast<double>(progress.bytes) / (1 << 20)),
+    return {static_cast<uint64_t>(progress.bytes),
             static_cast<uint64_t>(progress.bytes_per_second() / 1024),
             static_cast<uint64_t>(progress.iops()), static_cast<uint64_t>(milliseconds)};
 }
@@ -53,8 +40,8 @@ Outcome outcome_of(const appliance::flash::Progress& progress) {
 appliance::flash::Progress carry_out(const Job& job) {
     const std::unique_ptr<appliance::Device> device = appliance::open_device(job.device);
     appliance::flash::Workload workload;
-    workload.pattern = job.pattern;
-    workload.direction = job.direction;
+    workload.pattern = job.random ? Pattern::random : Pattern::sequential;
+    workload.direction = job.read ? Direction::read : Direction::write;
     workload.block_bytes = job.block;
     workload.queue_depth = job.depth;
     workload.range.offset = job.offset;
@@ -70,30 +57,14 @@ appliance::flash::Progress carry_out(const Job& job) {
     return load.for_seconds(job.runtime, amount);
 }
 
-void print_start(const Job& job) {
-    fmt::print("{}: (g=0): rw={}, bs={}-{}, ioengine={}, iodepth={}\nStarting 1 process\n\n",
-               job.name, appliance::fio::mode_of(job), job.block, job.block, job.engine, job.depth);
-    std::fflush(stdout);
-}
-
-void print_outcome(const Job& job, const Outcome& outcome) {
-    const bool read = job.direction == appliance::flash::Direction::read;
-    fmt::print("{}: (groupid=0, jobs=1): err= 0: pid={}\n", job.name, ::getpid());
-    fmt::print("  {}: io={}, bw={}KB/s, iops={}, runt={:6}msec\n\n", read ? "read " : "write",
-               outcome.io, outcome.kib_per_second, outcome.iops, outcome.milliseconds);
-    fmt::print("Run status group 0 (all jobs):\n");
-    fmt::print("  {}: io={}, aggrb={}KB/s, mint={}msec, maxt={}msec\n", read ? " READ" : "WRITE",
-               outcome.io, outcome.kib_per_second, outcome.milliseconds, outcome.milliseconds);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     return appliance::run_program("fio", argc, argv, [&] {
-        const auto [job, exit_status] = appliance::fio::parse(argc, argv);
+        const auto [job, exit_status] = provider::fio::parse(argc, argv);
         if (!job) return exit_status;
         print_start(*job);
-        print_outcome(*job, outcome_of(carry_out(*job)));
+        print_summary(*job, summary_of(carry_out(*job)));
         return 0;
     });
 }

@@ -1,4 +1,4 @@
-#include "programs/fio_options.h"
+#include "provider/fio/options.h"
 
 #include <map>
 #include <tuple>
@@ -7,19 +7,17 @@
 
 #include "shared/command_line.h"
 
-namespace appliance::fio {
+namespace provider::fio {
 
 namespace {
 
-using flash::Direction;
-using flash::Pattern;
-using Mode = std::pair<Pattern, Direction>;
+using Mode = std::pair<bool, bool>;  // random, read
 
 const std::map<std::string, Mode> kModes = {
-    {"read", {Pattern::sequential, Direction::read}},
-    {"write", {Pattern::sequential, Direction::write}},
-    {"randread", {Pattern::random, Direction::read}},
-    {"randwrite", {Pattern::random, Direction::write}},
+    {"read", {false, true}},
+    {"write", {false, false}},
+    {"randread", {true, true}},
+    {"randwrite", {true, false}},
 };
 
 std::vector<std::string> mode_words() {
@@ -47,18 +45,18 @@ Parsed parse(int argc, char** argv) {
     app.add("--runtime", job.runtime, "Seconds at the most").not_negative();
     app.add("--ramp_time", job.ramp_time, "Seconds before that, which do not count").not_negative();
     app.flag("--time_based", job.time_based, "Run for the whole runtime");
-    app.add("--ioengine", job.engine, "Accepted; there is one way to the simulated drives");
-    app.add("--direct", ignored, "Accepted; the simulated drives have no cache before them");
-    app.add("--randrepeat", ignored, "Accepted; each drive has its own random numbers");
+    app.add("--ioengine", job.engine, "How the kernel is asked; simulated drives know one way");
+    app.add("--direct", job.direct, "Past the cache; simulated drives have none before them");
+    app.add("--randrepeat", ignored, "Accepted; random numbers are never the same again");
     if (const auto code = app.parse(argc, argv)) return {std::nullopt, *code};
-    std::tie(job.pattern, job.direction) = kModes.at(mode);
+    std::tie(job.random, job.read) = kModes.at(mode);
     return {job, 0};
 }
 
 const char* mode_of(const Job& job) {
     for (const auto& [word, mode] : kModes)
-        if (mode == Mode{job.pattern, job.direction}) return word.c_str();
+        if (mode == Mode{job.random, job.read}) return word.c_str();
     return "";
 }
 
-}  // namespace appliance::fio
+}  // namespace provider::fio

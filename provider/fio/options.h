@@ -1,20 +1,21 @@
+/// What the fio of every provider has in common: the options that it takes, and the lines that it
+/// prints, which are those of the generation of the tool that the library and the add-on read.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
 
-#include "flash/workload.h"
-
-namespace appliance::fio {
+namespace provider::fio {
 
 /// One job, as the command line describes it. Sizes are bytes; 0 stands for "not given".
 struct Job {
     std::string name = "job";
     std::string device;
     std::string engine = "libaio";
-    flash::Pattern pattern = flash::Pattern::sequential;
-    flash::Direction direction = flash::Direction::read;
+    bool random = false;
+    bool read = true;
+    int direct = 0;  ///< not 0: past the kernel's cache
     uint64_t block = 4096;
     uint64_t offset = 0;
     uint64_t size = 0;    ///< area of the device from offset; 0: to its end
@@ -35,4 +36,4 @@ Parsed parse(int argc, char** argv);
 /// The word for --rw.
 const char* mode_of(const Job& job);
 
-}  // namespace appliance::fio
+}  // namespace provider::fio
