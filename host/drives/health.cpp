@@ -1,12 +1,11 @@
 #include "drives/health.h"
 
-#include <charconv>
-#include <limits>
-
-#include <fmt/format.h>
+#include <algorithm>
 
 #include "core/text.h"
 #include "core/tool.h"
+#include "drives/answer.h"
+#include "drives/flash_writes.h"
 
 namespace host {
 
@@ -16,33 +15,10 @@ constexpr uint64_t kNvmeUnitBytes = 512000;  // in which NVMe counts data
 constexpr int kKelvin = 273;
 constexpr int kOpenFailed = 3;  // bits of smartctl's exit status: no answer from a drive
 
-/// The value under a path like "temperature/current"; null for none.
-const Json& at(const Json& answer, const std::string& path) {
-    static const Json nothing;
-    const auto pointer = Json::json_pointer("/" + path);
-    return answer.contains(pointer) ? answer[pointer] : nothing;
-}
-
-/// A count, which tools write as a number, or as text where it may have 128 bits.
-std::optional<uint64_t> count(const Json& value) {
-    if (value.is_number_unsigned()) return value.get<uint64_t>();
-    if (!value.is_string()) return std::nullopt;
-    const auto& text = value.get_ref<const std::string&>();
-    uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return number;
-}
-
 std::optional<int> small(const Json& value, int most) {
     const auto number = count(value);
     if (!number || *number > static_cast<uint64_t>(most)) return std::nullopt;
     return static_cast<int>(*number);
-}
-
-std::optional<uint64_t> times(std::optional<uint64_t> units, uint64_t unit) {
-    if (!units || *units > std::numeric_limits<uint64_t>::max() / unit) return std::nullopt;
-    return *units * unit;
 }
 
 /// Of the device statistics, which the standard defines; the numbered attributes of SATA drives
@@ -64,7 +40,12 @@ Health ask_nvme(const std::string& device) {
     const Json answer = parse_foreign(output.text);
     if (!output.whole || output.status != 0 || !answer.is_object())
         return {.problem = "nvme smart-log " + device + " fails: run it by hand to see why"};
-    return health_from_nvme(answer);
+    Health health = health_from_nvme(answer);
+    // Most drives have no such log: then it fails.
+    const ToolOutput more = run_tool({"nvme", "ocp", "smart-add-log", device, "-o", "json"});
+    if (more.whole && more.status == 0)
+        health.flash_written_bytes = flash_writes_from_ocp(parse_foreign(more.text));
+    return health;
 }
 
 Health ask_smartctl(const std::string& device, const std::string& serial) {
@@ -109,6 +90,7 @@ Health health_from_smartctl(const Json& answer) {
     const auto block = count(at(answer, "logical_block_size"));
     if (block && *block > 0)
         health.written_bytes = times(count(statistic(answer, "Logical Sectors Written")), *block);
+    health.flash_written_bytes = flash_writes_from_smartctl(answer);
     return health;
 }
 

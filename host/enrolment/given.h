@@ -10,14 +10,17 @@
 
 namespace host {
 
+/// The id of a slot, by the two halves by which calls name it.
+constexpr uint32_t slot_id(int enclosure, int port) {
+    return static_cast<uint32_t>(enclosure) << 16 | (static_cast<uint32_t>(port) & 0xFFFFU);
+}
+
 /// A drive that was given to this program and is there.
 struct GivenDrive {
     Drive drive;
     ssd_op::shared::Slot slot;
 
-    uint32_t id() const {
-        return static_cast<uint32_t>(slot.enclosure) << 16 | static_cast<uint32_t>(slot.port);
-    }
+    uint32_t id() const { return slot_id(slot.enclosure, slot.port); }
 };
 
 /// In the order of their slots. Others do not exist for an evaluation.

@@ -1,5 +1,6 @@
 #include <set>
 
+#include "drives/flash_writes.h"
 #include "drives/health.h"
 #include "drives/slots.h"
 #include "enrolment/enrolled.h"
@@ -118,6 +119,27 @@ TEST_F(Drives, AreEnrolledAsTheDriveThatTheyWere) {
     std::filesystem::remove(base_ + "/state/enrolled.json");
     std::filesystem::permissions(roots_.state, std::filesystem::perms::all);
     EXPECT_THROW(enrolled_drives(roots_), Failure);
+}
+
+TEST(DriveHealth, TellsFlashWritesOnlyInUnitsThatAreKnown) {
+    const auto of_attribute = [](const char* name) {
+        return flash_writes_from_smartctl(
+            Json::parse(fmt::format(R"({{"ata_smart_attributes":{{"revision":1,"table":[
+            {{"id":241,"name":"Total_LBAs_Written","raw":{{"value":9,"string":"9"}}}},
+            {{"id":249,"name":"{}","value":100,"raw":{{"value":3000000000,"string":"3"}}}}]}}}})",
+                                    name)));
+    };
+    EXPECT_EQ(of_attribute("NAND_Writes_32MiB"), uint64_t{3000000000} << 25);
+    EXPECT_EQ(of_attribute("NAND_Writes"), std::nullopt);
+    EXPECT_EQ(of_attribute("NAND_Writes_1GiB"), uint64_t{3000000000} << 30);
+
+    EXPECT_EQ(flash_writes_from_ocp(Json::parse(
+                  R"({"Physical media units written":{"hi":0,"lo":81920},
+                  "Physical media units read":{"hi":0,"lo":5}})")),
+              81920u);
+    for (const char* none : {R"({"Physical media units written":{"hi":1,"lo":2}})", "[]", "{}",
+                             R"({"Physical media units written":{"hi":0,"lo":-2}})"})
+        EXPECT_EQ(flash_writes_from_ocp(Json::parse(none)), std::nullopt) << none;
 }
 
 TEST(DriveHealth, IsWhatToolsReallyTell) {
