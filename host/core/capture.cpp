@@ -52,7 +52,7 @@ bool capture_until_end(pid_t child, Capture& output, Capture& complaint,
         const int polled = ::poll(ready.data(), ended ? 2 : 3, ended ? 0 : left_until(until));
         if (polled < 0 && errno == EINTR) continue;
         if (polled < 0) return false;
-        if (polled == 0) return ended;
+        if (polled == 0 && (ended || left_until(until) == 0)) return ended;
         if (ready[0].revents != 0) output.read_some();
         if (ready[1].revents != 0) complaint.read_some();
         ended = ended || ready[2].revents != 0;

@@ -104,6 +104,19 @@ std::optional<Drive> find_drive(const Roots& roots, DeviceNumber number) {
     return found != drives.end() ? std::optional(*found) : std::nullopt;
 }
 
+void check_same(const Roots& roots, const Drive& drive) {
+    const auto now = find_drive(roots, drive.number);
+    if (!now || now->identity != drive.identity || now->bytes != drive.bytes ||
+        now->directory != drive.directory || now->sequence != drive.sequence)
+        fail_changed(drive);
+}
+
+void fail_changed(const Drive& drive) {
+    throw Failure(
+        fmt::format("The drive {} is gone, or another one is in its place.", drive.identity.serial),
+        "Nothing more is written to it. List the drives again.");
+}
+
 Drive drive_with_serial(const Roots& roots, const std::string& serial) {
     std::vector<Drive> found = list_drives(roots);
     std::erase_if(found, [&](const Drive& drive) { return drive.identity.serial != serial; });

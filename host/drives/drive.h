@@ -44,6 +44,10 @@ std::vector<Drive> list_drives(const Roots& roots);
 /// The drive that has this device number now; none when it is gone or is no such drive.
 std::optional<Drive> find_drive(const Roots& roots, DeviceNumber number);
 
+/// Fails when another drive has its place or its number by now, or none has.
+void check_same(const Roots& roots, const Drive& drive);
+[[noreturn]] void fail_changed(const Drive& drive);
+
 /// The one drive with this serial number. Fails when there is none, or more than one.
 Drive drive_with_serial(const Roots& roots, const std::string& serial);
 

@@ -32,11 +32,6 @@ uint64_t bytes_of(int file) {
     return ::ioctl(file, BLKGETSIZE64, &bytes) == 0 ? bytes : 0;
 }
 
-bool is_same(const Drive& now, const Drive& then) {
-    return now.identity == then.identity && now.bytes == then.bytes &&
-           now.directory == then.directory && now.sequence == then.sequence;
-}
-
 }  // namespace
 
 HeldDrive::HeldDrive(const Roots& roots, Drive drive, Descriptor file)
@@ -62,13 +57,9 @@ std::optional<HeldDrive> HeldDrive::take(const Roots& roots, const Drive& drive)
 }
 
 void HeldDrive::check() const {
-    const auto now = find_drive(roots_, drive_.number);
-    if (now && is_same(*now, drive_) && is_device(file_.get(), drive_.number) &&
-        bytes_of(file_.get()) == drive_.bytes)
-        return;
-    throw Failure(fmt::format("The drive {} is gone, or another one is in its place.",
-                              drive_.identity.serial),
-                  "Nothing more is written to it. List the drives again.");
+    if (!is_device(file_.get(), drive_.number) || bytes_of(file_.get()) != drive_.bytes)
+        fail_changed(drive_);
+    check_same(roots_, drive_);
 }
 
 Descriptor HeldDrive::open_for_writing() const {

@@ -33,20 +33,6 @@ bool is_of(const UndoEntry& entry, const Drive& drive) {
     return then == now;
 }
 
-/// udev looks into a drive for a moment each time that somebody has written to it.
-Examination examine_patiently(const Roots& roots, const Drive& drive, const Wish& wish) {
-    constexpr int kMostLooks = 20;
-    constexpr std::chrono::milliseconds kBetween{250};
-    const auto is_open = [](const Reason& reason) { return reason.kind == Reason::Kind::kOpen; };
-    Examination examination = examine(roots, drive, wish);
-    for (int look = 1; look < kMostLooks && !examination.passed(); ++look) {
-        if (!std::all_of(examination.reasons.begin(), examination.reasons.end(), is_open)) break;
-        std::this_thread::sleep_for(kBetween);
-        examination = examine(roots, drive, wish);
-    }
-    return examination;
-}
-
 }  // namespace
 
 bool is_taken(const UndoList& undo, const Drive& drive) {
@@ -78,14 +64,31 @@ Enrolled enrolment_of(const Roots& roots, const Drive& drive) {
     return *found;
 }
 
+std::vector<Reason> reasons_that_stay(const std::function<std::vector<Reason>()>& ask) {
+    constexpr int kMostLooks = 20;
+    constexpr std::chrono::milliseconds kBetween{250};
+    const auto is_open = [](const Reason& reason) { return reason.kind == Reason::Kind::kOpen; };
+    std::vector<Reason> reasons = ask();
+    for (int look = 1; look < kMostLooks && !reasons.empty(); ++look) {
+        if (!std::all_of(reasons.begin(), reasons.end(), is_open)) break;
+        std::this_thread::sleep_for(kBetween);
+        reasons = ask();
+    }
+    return reasons;
+}
+
 HeldDrive take(const Roots& roots, UndoList& undo, const Drive& drive) {
     const Enrolled given = enrolment_of(roots, drive);
     const bool ours = is_taken(undo, drive);
-    Examination examination = examine_patiently(roots, drive, {given.wipe || ours});
+    Examination examination;
+    const auto reasons = reasons_that_stay([&] {
+        examination = examine(roots, drive, {given.wipe || ours});
+        return examination.reasons;
+    });
     if (!examination.passed()) {
-        throw Failure(fmt::format("The drive {} is refused:\n{}", drive.identity.serial,
-                                  list_of(examination.reasons)),
-                      "Nothing was written to it.");
+        throw Failure(
+            fmt::format("The drive {} is refused:\n{}", drive.identity.serial, list_of(reasons)),
+            "Nothing was written to it.");
     }
     if (!ours) undo.add({kDrive, drive.identity.serial, details_of(drive)});
     return std::move(*examination.held);

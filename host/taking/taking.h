@@ -1,10 +1,14 @@
 /// Taking room: the one way from a drive that was given to one that is written to.
 #pragma once
 
+#include <functional>
+#include <vector>
+
 #include "core/roots.h"
 #include "drives/drive.h"
 #include "enrolment/enrolled.h"
 #include "refusal/held_drive.h"
+#include "refusal/reason.h"
 #include "undo/undo_list.h"
 
 namespace host {
@@ -16,6 +20,10 @@ bool is_taken(const UndoList& undo, const Drive& drive);
 /// What was given of this drive. Fails when it is not enrolled, or another one was that called
 /// itself so.
 Enrolled enrolment_of(const Roots& roots, const Drive& drive);
+
+/// Calls `ask` until it gives other reasons than that something is open, or none; for a few
+/// seconds. udev looks into a drive for a moment each time that somebody has written to it.
+std::vector<Reason> reasons_that_stay(const std::function<std::vector<Reason>()>& ask);
 
 /// Takes a drive, before the first step that writes to it and again before later ones. When it
 /// returns, the list says on the disk that what is on the drive is ours. Fails, with all reasons,

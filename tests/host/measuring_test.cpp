@@ -1,0 +1,93 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "core/failure.h"
+#include "measuring/discard_range.h"
+#include "measuring/fio_command.h"
+#include "measuring/fio_result.h"
+
+namespace host {
+namespace {
+
+using provider::fio::Job;
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+/// What the library and the add-on say, as it is read from their command lines.
+Job job_of(std::vector<std::string> words) {
+    words.insert(words.begin(), {"fio", "--filename=/dev/x"});
+    std::vector<char*> pointers;
+    for (std::string& word : words) pointers.push_back(word.data());
+    return provider::fio::parse(static_cast<int>(pointers.size()), pointers.data()).job.value();
+}
+
+TEST(Fio, IsToldWhatTheLibraryAndTheAddOnMean) {
+    const Job library = job_of({"--direct=1", "--rw=write", "--bs=1M", "--runtime=20",
+                                "--name=x --exec_prerun=reboot", "--iodepth=32", "--ramp_time=30"});
+    EXPECT_THAT(fio_words(library, "/dev/y", ""),
+                ElementsAre("fio", "--output-format=json", "--eta=never", "--thread",
+                            "--allow_file_create=0", "--disk_util=0", "--percentile_list=99",
+                            "--name=ssd-op", "--filename=/dev/y", "--rw=write", "--bs=1048576",
+                            "--iodepth=32", "--ioengine=libaio", "--direct=1", "--runtime=20000ms",
+                            "--ramp_time=30000ms", "--time_based"));
+    const Job slice =
+        job_of({"--rw=randwrite", "--bs=4k", "--size=512M", "--io_limit=51M", "--randrepeat=0"});
+    EXPECT_THAT(fio_words(slice, "/dev/y", "/tmp/d"),
+                AllOf(Contains("--norandommap"), Contains("--size=536870912"),
+                      Contains("--io_size=53477376"), Contains("--write_iops_log=/tmp/d"),
+                      Not(Contains("--time_based"))));
+    EXPECT_THROW(fio_words(job_of({"--ioengine=external:/tmp/x.so"}), "/dev/y", ""), Failure);
+}
+
+// As fio 3.33 wrote it.
+constexpr const char* kAnswer = R"({"fio version": "fio-3.33", "jobs": [{"jobname": "ssd-op",
+  "error": 0, "elapsed": 6, "read": {"total_ios": 0}, "write": {"io_bytes": 10555973632,
+  "io_kbytes": 10308568, "bw_bytes": 2636357050, "bw": 2574567, "iops": 643640.859141,
+  "runtime": 4004, "total_ios": 2577138, "clat_ns": {"min": 2576, "max": 7805076,
+  "mean": 4856.033550, "stddev": 20758.455906, "N": 2577141,
+  "percentile": {"99.000000": 6304}}}}]})";
+
+TEST(Fio, TellsInJsonWhatItFound) {
+    FioResult result = fio_result(std::string("fio: a word before it\n") + kAnswer, false);
+    EXPECT_EQ(result.bytes, 10555973632u);
+    EXPECT_EQ(result.bytes_per_second, 2636357050u);
+    EXPECT_EQ(result.iops, 643640u);
+    EXPECT_EQ(result.milliseconds, 4004u);
+    result.iops_of_seconds = fio_log("999, 587175, 1, 0, 0\n2003, 625606, 1, 0, 0\n30");
+    EXPECT_EQ(details_of(result),
+              "mean_latency_us,4.9\np99_latency_us,6.3\niops,587175\niops,625606\n");
+
+    const auto complaint = [](const std::string& text, bool read) {
+        try {
+            fio_result(text, read);
+        } catch (const Failure& failure) {
+            return std::string(failure.what());
+        }
+        return std::string();
+    };
+    EXPECT_THAT(complaint(kAnswer, true), HasSubstr("nothing was done"));
+    std::string failed = kAnswer;
+    failed.replace(failed.find("\"error\": 0"), 10, "\"error\": 5");
+    EXPECT_THAT(complaint(failed, false), HasSubstr("Input/output error"));
+    for (const char* strange : {"", "{", "[]", "{}", R"({"jobs": [{"error": -1}]})",
+                                R"({"jobs": [{"error": 0, "write": {"total_ios": 1e300}}]})"})
+        EXPECT_THAT(complaint(strange, false), Not(IsEmpty())) << strange;
+}
+
+TEST(Discards, StayWithinTheirRange) {
+    EXPECT_EQ(inward({0, 4096}, {512, 0}), (Range{0, 4096}));
+    EXPECT_EQ(inward({1, 4095}, {512, 0}), (Range{512, 3584}));
+    EXPECT_EQ(inward({1000, 10000}, {4096, 512}), (Range{4608, 4096}));
+    EXPECT_EQ(inward({4608, 8192}, {4096, 512}), (Range{4608, 8192}));
+    EXPECT_EQ(inward({100, 4000}, {4096, 0}).length, 0u);
+    EXPECT_EQ(inward({0, UINT64_MAX}, {4096, 0}), (Range{0, UINT64_MAX - 4095}));
+    for (const Range& range : {Range{UINT64_MAX, 1}, Range{UINT64_MAX - 1, 1}, Range{0, 0}})
+        EXPECT_EQ(inward(range, {4096, 0}).length, 0u);
+}
+
+}  // namespace
+}  // namespace host
