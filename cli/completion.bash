@@ -15,7 +15,7 @@ _ssd_op_records() {
     local number
     while read -r number; do
         [[ " ${COMP_WORDS[*]} " == *" $number "* ]] || _ssd_op_offer "$number"
-    done < <(_ssd_op_ask "$program" list --json | sed -nE 's/^ *"record": ([0-9]+),?$/\1/p')
+    done < <(_ssd_op_ask "${program[@]}" list --json | sed -nE 's/^ *"record": ([0-9]+),?$/\1/p')
 }
 
 # Free drives, after those that stand before the last comma.
@@ -24,7 +24,7 @@ _ssd_op_drives() {
     [[ $current != *,* ]] || chosen=${current%,*},
     while read -r device; do
         [[ ,$chosen == *",$device,"* ]] || _ssd_op_offer "$chosen$device"
-    done < <(_ssd_op_ask "$program" drives --json |
+    done < <(_ssd_op_ask "${program[@]}" drives --json |
         sed -nE '/^ *"device": "\/dev\/([a-z0-9]+)",?$/{s//\1/;h}; /^ *"free": true,?$/{x;p}')
     compopt -o nospace
 }
@@ -43,12 +43,12 @@ _ssd_op_value() {
 # Fills command, with the words before the cursor that name it, and help, with its own.
 _ssd_op_read() {
     local word before=''
-    help=$(_ssd_op_ask "$program" --help)
+    help=$(_ssd_op_ask "${program[@]}" --help)
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         if ! _ssd_op_takes_value "$before" && [[ $word =~ ^[a-z]+$ ]] &&
             grep -qE "^  $word  " < <(_ssd_op_commands_of_help); then
             command+=("$word")
-            help=$(_ssd_op_ask "$program" "${command[@]}" --help)
+            help=$(_ssd_op_ask "${program[@]}" "${command[@]}" --help)
         fi
         before=$word
     done
@@ -57,9 +57,10 @@ _ssd_op_read() {
 _ssd_op_commands_of_help() { sed -n '/^Subcommands:$/,/^$/{/^  [a-z]/p}' <<<"$help"; }
 
 _ssd_op() {
-    local program=$1 current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} help
-    local -a command=() words
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} help
+    local -a program=("$1") command=() words
     COMPREPLY=()
+    [[ $COMP_CWORD -lt 2 || ${COMP_WORDS[1]} != --host ]] || program+=(--host)
     _ssd_op_read
     if _ssd_op_takes_value "$previous"; then
         _ssd_op_value

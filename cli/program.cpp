@@ -24,8 +24,13 @@ constexpr const char* kExitCodes =
     "  6  the evaluation that was followed has been stopped\n"
     "  7  the evaluation that was followed still runs: Ctrl-C ended the following\n"
     "\n"
-    "Example:\n"
-    "  ssd-op start --raid 5 --drives sda,sdb,sdc,sdd --foreground";
+    "Examples:\n"
+    "  ssd-op start --raid 5 --drives sda,sdb,sdc,sdd --foreground\n"
+    "  ssd-op --host drives list\n"
+    "\n"
+    "On a host, --host or SSD_OP_PROVIDER=host in the environment chooses its own drives, and "
+    "there are\n"
+    "also: drives list, drives enroll, drives release, cleanup; each tells more with --help.";
 
 void add_commands(cli::Arguments& app) {
     cli::add_drives_command(app);
@@ -63,6 +68,9 @@ int run(int argc, char** argv) {
     app.require_one_subcommand();
     app.footer(kExitCodes);
     app.version("ssd-op " SSD_OP_VERSION);
+    // The program around this module takes it off; it is here to be told of.
+    bool on_host = false;
+    app.flag("--host", on_host, "Work on the drives of this host; the first word of all");
     add_commands(app);
     return app.parse(argc, argv).value_or(0) == 0 ? cli::kDone : cli::kWrongUsage;
 }

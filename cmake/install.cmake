@@ -41,6 +41,8 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/appliance/rootfs ${PROJECT_SOURCE_DIR}/a
         DESTINATION ${CMAKE_INSTALL_DATADIR}/ssd-op-appliance/appliance USE_SOURCE_PERMISSIONS
         COMPONENT appliance EXCLUDE_FROM_ALL
         PATTERN *.cpp EXCLUDE PATTERN *.h EXCLUDE PATTERN CMakeLists.txt EXCLUDE PATTERN *.md EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/provider/lib DESTINATION ${CMAKE_INSTALL_DATADIR}/ssd-op-appliance/provider
+        COMPONENT appliance EXCLUDE_FROM_ALL)
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/appliance/enter
         DESTINATION ${CMAKE_INSTALL_DATADIR}/ssd-op-appliance/appliance
         COMPONENT appliance EXCLUDE_FROM_ALL)

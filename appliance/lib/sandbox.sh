@@ -5,9 +5,8 @@
 # What root keeps inside: enough to own files and processes, nothing that reaches devices or the host.
 capabilities=-all,+chown,+dac_override,+fowner,+fsetid,+kill,+setuid,+setgid,+setpcap
 
-need_program() {
-    command -v "$1" >/dev/null || fail "$1 is missing, which $3. Please install it: apt-get install $2"
-}
+# shellcheck source=../../provider/lib/root.sh
+source "$repo/provider/lib/root.sh"
 
 check_host() {
     need_program bwrap bubblewrap "makes the sandbox"
@@ -23,10 +22,7 @@ check_host() {
 make_root() {
     mkdir -p -- "$root"/{bin,sbin,etc/alternatives,etc/config,etc/init.d,dev,proc,usr/local/{bin,sbin,lib}} \
         "$root"/{mnt/HDA_ROOT,opt/appliance,root,share,var/lib/appliance,var/log,var/kfunc,var/tmp}
-    local library
-    for library in lib lib32 lib64 libx32; do
-        [[ ! -e /$library || -L $root/$library ]] || ln -s "usr/$library" "$root/$library"
-    done
+    link_libraries "$root"
     ln -sfn /usr/local/lib "$root/opt/appliance/lib" # beside bin, as in the build
     # What an appliance keeps in memory does not outlive a power-off.
     rm -rf -- "$root/tmp" "$root/run" "$root/var/kfunc/rcK"
@@ -37,13 +33,13 @@ make_root() {
 
 # Fills the array sandbox_options for bubblewrap.
 make_sandbox_options() {
+    make_root_options "$root"
     sandbox_options=(
         --unshare-pid --unshare-ipc --unshare-net --unshare-uts --hostname appliance
-        --bind "$root" /
-        --ro-bind /usr /usr --bind "$root/usr/local" /usr/local
+        "${root_options[@]}"
+        --bind "$root/usr/local" /usr/local
         --ro-bind "$sandbox_build/lib" /usr/local/lib
-        --ro-bind-try /etc/alternatives /etc/alternatives
-        --tmpfs /bin --tmpfs /sbin --proc /proc --dev /dev
+        --proc /proc --dev /dev
         --ro-bind "$sandbox_build/bin" /opt/appliance/bin
         --ro-bind "$here/rootfs" /opt/appliance/rootfs
         --ro-bind "$here/addon" /opt/appliance/addon
@@ -74,19 +70,15 @@ built_with() {
     grep -qs "^$1:BOOL=ON" "$sandbox_build/CMakeCache.txt"
 }
 
-# Fills the array environment for a process inside; the host's environment stays outside, except
-# what concerns the terminal, the test runner and an emulator of another processor.
+# Fills the array environment for a process inside: beside the terminal, what concerns the test runner
+# and an emulator of another processor.
 make_environment() {
+    make_root_environment "${!GTEST_@}" "${!RANDOM_@}" "${!SWEEP_@}" "${!TOGETHER_@}" "${!QEMU_@}" "${!ASAN_@}" "${!UBSAN_@}" "${!LSAN_@}"
     environment=(
-        HOME=/root USER=root LOGNAME=root SHELL=/bin/bash LANG=C.UTF-8
+        "${root_environment[@]}"
         PATH=/usr/local/bin:/usr/local/sbin:/bin:/sbin:/usr/bin:/usr/sbin:/opt/appliance/bin
         LD_LIBRARY_PATH=/usr/local/lib
-        PS1='[\u@\h \w]\$ '
     )
-    local name
-    for name in TERM COLUMNS LINES NO_COLOR "${!GTEST_@}" "${!RANDOM_@}" "${!SWEEP_@}" "${!TOGETHER_@}" "${!QEMU_@}" "${!ASAN_@}" "${!UBSAN_@}" "${!LSAN_@}"; do
-        [[ ! -v $name ]] || environment+=("$name=${!name}")
-    done
     # The clock's library comes before the sanitizer's; that order is fine.
     ! built_with SSD_OP_SANITIZE || environment+=(
         ASAN_OPTIONS="verify_asan_link_order=0:${ASAN_OPTIONS:-}"
