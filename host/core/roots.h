@@ -13,6 +13,7 @@ struct Roots {
     std::string proc = "/proc";
     std::string dev = "/dev";
     std::string state = "/var/lib/ssd-op";
+    std::string settings = "/etc/ssd-op/host.conf";
 };
 
 }  // namespace host

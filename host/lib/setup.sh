@@ -72,6 +72,12 @@ Install_Path = $addon"
     [[ -e $root/tmp/opr_run_once_on_boot ]] || : >"$root/tmp/opr_run_once_on_boot"
 }
 
+# The log of traces grows with every call that fails.
+limit_traces() {
+    local log=$root/var/log/sm_trace.log
+    [[ ! -f $log || $(stat -c %s -- "$log") -lt $((16 << 20)) ]] || mv -f -- "$log" "$log.1"
+}
+
 set_up_root() {
     umask 022
     root=$state/root
@@ -88,5 +94,6 @@ set_up_root() {
     forget_last_start
     install_addon
     write_settings
+    limit_traces
     exec {lock}>&-
 }

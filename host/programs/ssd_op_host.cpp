@@ -1,6 +1,7 @@
 /// ssd-op-host: the drives of this host, and which of them are given to ssd-op.
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -12,6 +13,7 @@
 #include "core/text.h"
 #include "enrolment/enrolment.h"
 #include "programs/drive_list.h"
+#include "programs/leftovers.h"
 #include "shared/command_line.h"
 #include "storage/cleanup.h"
 
@@ -90,13 +92,17 @@ void add_cleanup(Arguments& app, const Roots& roots, int& status) {
 }
 
 int run(int argc, char** argv) {
-    const Roots roots;
+    Roots roots;
+    // As host/enter takes it, which shows it under its usual name inside.
+    if (const char* state = std::getenv("SSD_OP_HOST_STATE")) roots.state = state;
     Options options;
     Arguments app("Which drives of this host ssd-op may use", "ssd-op-host");
     app.require_one_subcommand();
     int status = 0;
     add_commands(app, roots, options);
     add_cleanup(app, roots, status);
+    app.subcommand("leftovers", "Offer to undo what is left of an evaluation that is gone")
+        .callback([&] { offer_cleanup(roots); });
     return app.parse(argc, argv).value_or(status);
 }
 

@@ -75,6 +75,17 @@ inside bash -c 'sleep 33333 & echo $!' >"$work/left"
 check "what a command leaves behind lives on" sees 'sleep 33333'
 kill "$(<"$work/left")"
 
+# What an evaluation that is gone has left, with nobody at a terminal.
+entry='[{"kind": "array", "name": "800", "details": {}}]'
+echo "$entry" >"$SSD_OP_HOST_STATE/undo.json"
+status=0
+"$build/bin/ssd-op" --host start --raid 1 </dev/null >"$work/said" 2>&1 || status=$?
+check "no evaluation starts beside what another one has left" test "$status" -eq 1
+check "it says what that is" grep -q 'RAID group 800' "$work/said"
+check "it says the way out" grep -q 'ssd-op --host cleanup' "$work/said"
+check "the list is as it was" test "$(<"$SSD_OP_HOST_STATE/undo.json")" = "$entry"
+rm -- "$SSD_OP_HOST_STATE/undo.json"
+
 touch "$root/tmp/mark"
 rm -r -- "$root/etc/config" "$root/opt/Oprella"
 check "what is missing is made anew" inside test -f /etc/config/brix.conf -a -x /opt/Oprella/util/SOPT.sh
