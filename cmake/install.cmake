@@ -46,3 +46,20 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/provider/lib DESTINATION ${CMAKE_INSTALL
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/appliance/enter
         DESTINATION ${CMAKE_INSTALL_DATADIR}/ssd-op-appliance/appliance
         COMPONENT appliance EXCLUDE_FROM_ALL)
+
+# What ssd-op --host works with, on request alone (--component host). It lies where ssd-op looks, whatever
+# the libraries' place, and is a build to host/enter, but for ssd-op itself and the library: what is below
+# /usr is seen in the private root as it is.
+set(host lib/ssd-op-host)
+get_property(host_programs GLOBAL PROPERTY SSD_OP_HOST_PROGRAMS)
+install(TARGETS ssd_op_host COMPONENT host EXCLUDE_FROM_ALL)
+install(TARGETS host_hal host_naslog host_ini host_Storage
+        COMPONENT host EXCLUDE_FROM_ALL LIBRARY DESTINATION ${host}/lib/host)
+install(TARGETS ${host_programs} COMPONENT host EXCLUDE_FROM_ALL RUNTIME DESTINATION ${host}/bin/host)
+install(TARGETS disk_opr_util COMPONENT host EXCLUDE_FROM_ALL RUNTIME DESTINATION ${host}/bin)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/host/lib ${PROJECT_SOURCE_DIR}/host/rootfs
+        DESTINATION ${host}/host USE_SOURCE_PERMISSIONS COMPONENT host EXCLUDE_FROM_ALL)
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/host/enter DESTINATION ${host}/host COMPONENT host EXCLUDE_FROM_ALL)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/provider/lib DESTINATION ${host}/provider COMPONENT host EXCLUDE_FROM_ALL)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/appliance/addon DESTINATION ${host}
+        USE_SOURCE_PERMISSIONS COMPONENT host EXCLUDE_FROM_ALL FILES_MATCHING PATTERN *.sh)

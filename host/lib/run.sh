@@ -37,7 +37,7 @@ make_environment() {
     make_root_environment "${!ASAN_@}" "${!UBSAN_@}" "${!LSAN_@}"
     environment=(
         "${root_environment[@]}"
-        PATH=/opt/ssd-op/bin:/sbin:/bin:/usr/sbin:/usr/bin
+        PATH=/opt/ssd-op/bin:/sbin:/bin:/usr/local/bin:/usr/sbin:/usr/bin
         LD_LIBRARY_PATH=/opt/ssd-op/lib/host:/opt/ssd-op/lib
         DM_DISABLE_UDEV=1
         SSD_OP_PROVIDER=host SSD_OP_INSIDE=host
