@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -76,7 +77,7 @@ class AddonRun : public support::ApplianceTest {
         ASSERT_EQ(LV_Get_Size(request.lv_id, &sectors_), 0);
     }
 
-    void create_record() {
+    void create_record(const std::string& title = {}) {
         auto* record = static_cast<ssd_op_db_record*>(std::calloc(1, sizeof(ssd_op_db_record)));
         auto* raid = static_cast<ssd_op_db_raid_conf*>(std::calloc(1, sizeof(ssd_op_db_raid_conf)));
         raid->raid_id = kRaidId;
@@ -84,6 +85,7 @@ class AddonRun : public support::ApplianceTest {
         raid->ssd_drive_num = 3;
         for (int i = 0; i < 3; ++i) raid->ssd_drives[i].dev_id = appliance::drive_id(i);
         record->raid_conf = raid;
+        title.copy(record->title, sizeof record->title - 1);
         record->max_op = 20;
         record->interval = 20;
         record->lv_size = sectors_ >> 11;
@@ -236,6 +238,54 @@ TEST_F(AddonRun, MeasuresSequentialWritesBeforeRandomOnes) {
     // The random writes of the ratio before do not slow a sequence down for good.
     EXPECT_NEAR(kept[1].other_iops, kept[0].other_iops, 0.02 * kept[0].other_iops);
     EXPECT_TRUE(appliance().journal().shows("fio", "--rw=randwrite"));
+}
+
+/// The appliance's fio, with what a host's tells beside its line.
+class TalkingFio {
+  public:
+    TalkingFio() {
+        std::filesystem::remove(kPlace);
+        support::write_file(kPlace,
+                            "#!/bin/bash\nprintf '%s\\n' mean_latency_us,120.5 p99_latency_us,900 "
+                            "iops,11 iops,no iops,22 >\"$SSD_OP_FIO_DETAILS\"\n"
+                            "exec /opt/appliance/bin/fio \"$@\"\n");
+        std::filesystem::permissions(kPlace, std::filesystem::perms::all);
+    }
+    TalkingFio(const TalkingFio&) = delete;
+    TalkingFio& operator=(const TalkingFio&) = delete;
+    ~TalkingFio() {
+        std::filesystem::remove(kPlace);
+        std::filesystem::create_symlink("/opt/appliance/bin/fio", kPlace);
+    }
+
+  private:
+    static constexpr const char* kPlace = "/sbin/fio";
+};
+
+TEST_F(AddonRun, RehearsesAndKeepsTheLatenciesAndSecondsThatFioTells) {
+    create_record("Quick rehearsal: of latencies");
+    const TalkingFio fio;
+    ASSERT_EQ(measure({.size_mib = 64}), exited(0));
+    EXPECT_TRUE(appliance().journal().shows("fio", "--runtime=5 "));
+    EXPECT_FALSE(appliance().journal().shows("fio", "--runtime=60 "));
+    const auto kept = history();
+    ASSERT_EQ(kept.size(), 1U);
+    EXPECT_GE(kept[0].write_amplification, 1);  // no latency
+
+    const auto lines = split(support::read_file(log_file("random", "runtime_0.csv")), '\n');
+    ASSERT_EQ(lines.size(), static_cast<size_t>(20 + 3 * kept[0].rounds));
+    EXPECT_EQ(count_of("RUNTIME_REPORT"), std::to_string(lines.size()));
+    for (const std::string& line : lines) EXPECT_THAT(line, HasSubstr(", 120.5, 900, ")) << line;
+    const auto before = split(lines[19], ',');
+    for (const auto& [line, rate] : {std::pair(20, " 11"), std::pair(21, " 22")}) {
+        const auto second = split(lines[line], ',');
+        EXPECT_EQ(second[1], rate);
+        EXPECT_EQ(second[4], before[4]);  // no more written than before the round
+    }
+    EXPECT_NE(split(lines[22], ',')[4], before[4]);
+    const std::string drives =
+        support::read_file(kUtil + "/history/Record_" + std::to_string(record_no_) + "_drives.csv");
+    EXPECT_THAT(drives, ::testing::ContainsRegex("\n0,[0-9]+,[0-9]+,[0-9]+,120.5,900\n"));
 }
 
 TEST_F(AddonRun, SkipsARatioThatCannotBeSet) {

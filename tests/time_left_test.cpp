@@ -3,9 +3,14 @@
 #include "model/time_left.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
+
+#include "model/step_rows.h"
 
 namespace {
 
@@ -127,6 +132,19 @@ TEST(TimeLeft, IsWithinAFifthOfTheTruthFromTheSecondRatioOn) {
             }
         }
     }
+}
+
+TEST(StepRows, AreThoseWithMoreWritten) {
+    std::array<ssd_op_db_runtime_report, 6> rows{};
+    ssd_op_db_record record{};
+    record.runtime_report = rows.data();
+    for (size_t i = 0; i + 1 < rows.size(); ++i) rows[i].next = &rows[i + 1];
+    EXPECT_EQ(step_rows(record).size(), rows.size());  // nothing tells how much was written
+    for (const auto& [row, written] :
+         {std::pair(0, 10), {1, 20}, {2, 20}, {3, 20}, {4, 30}, {5, 30}})
+        rows[row].write_amount = written;
+    EXPECT_EQ(step_rows(record),
+              (std::vector<const ssd_op_db_runtime_report*>{&rows[0], &rows[1], &rows[4]}));
 }
 
 TEST(TimeLeft, IsToldInTheFirstRatioOnceTheScriptHasToldSomething) {

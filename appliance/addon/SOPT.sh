@@ -20,7 +20,10 @@ UTIL=${BASH_SOURCE[0]%/*}
 # shellcheck source=opr_common.sh
 . "$UTIL/opr_common.sh"
 
-readonly WINDOW=5 MAX_ROUNDS=25 ROUND_SECONDS=60
+readonly WINDOW=5 MAX_ROUNDS=25
+ROUND_SECONDS=60
+[[ -z ${OPR_REHEARSAL:-} ]] || ROUND_SECONDS=5
+readonly ROUND_SECONDS
 readonly PASSES=2 SLICES=20 # over the area under test, to precondition it
 readonly FILL_SLICES=10     # in which the volume is filled
 readonly THROTTLE_CELSIUS=70
@@ -51,7 +54,8 @@ take_arguments() {
 prepare() {
     file_prefix "$VOLUME" "$TYPE"
     REPORT=${PREFIX}runtime_$OP.csv TEMPERATURES=${PREFIX}temperature_$OP.csv
-    PENDING=${PREFIX}pending_$OP.csv
+    PENDING=${PREFIX}pending_$OP.csv DETAILS=${PREFIX}details.txt
+    export SSD_OP_FIO_DETAILS=$DETAILS # an appliance's fio has none to tell
     mkdir -p "$UTIL/log" "$UTIL/history"
     rm -f -- "$REPORT" "$TEMPERATURES"
     : >"$REPORT"
@@ -59,6 +63,7 @@ prepare() {
     LABEL='' WA=0 OTHER_IOPS=0 STEADY_IOPS=0 PART=0
     ROUNDS=()
     HOST_KIB=(0) FLASH_KIB=(0) CELSIUS=(0) # then at the ratio's start and after each step
+    MEAN_US='' P99_US='' SECOND_RATES=()
 }
 
 # ---- Progress ----
@@ -103,6 +108,8 @@ write_volume() {
     local pattern=randwrite block=4k block_kib=4 output
     if [[ $1 == sequential ]]; then pattern=write block=1M block_kib=1024; fi
     shift
+    BEGAN_MS=$(((${EPOCHREALTIME/./} - START_US) / 1000)) WRITTEN_BEFORE=$WRITTEN_KIB
+    rm -f -- "$DETAILS"
     if ! run /sbin/fio --filename="$VOLUME" --name=opr --direct=1 --ioengine=libaio --iodepth=32 \
         --randrepeat=0 --rw="$pattern" --bs="$block" "$@" >"$PREFIX"fio.txt 2>&1; then
         publish # a stop ends in here
@@ -113,6 +120,22 @@ write_volume() {
         give_up "$EXIT_FAILED" "fio printed no summary"
     IOPS=${BASH_REMATCH[1]}
     WRITTEN_KIB=$((WRITTEN_KIB + IOPS * block_kib * BASH_REMATCH[2] / 1000))
+    take_details
+}
+
+# What fio tells beside its line: latencies in microseconds, and the rate of each second.
+take_details() {
+    MEAN_US='' P99_US='' SECOND_RATES=()
+    [[ -s $DETAILS ]] || return 0
+    local key value
+    while IFS=, read -r key value; do
+        [[ $value =~ ^[0-9]{1,15}(\.[0-9]+)?$ ]] || continue
+        case $key in
+            mean_latency_us) MEAN_US=$value ;;
+            p99_latency_us) P99_US=$value ;;
+            iops) SECOND_RATES+=("$value") ;;
+        esac
+    done <"$DETAILS"
 }
 
 # Write the n-th of the slices in which an area is written over: all over it when random, one after
@@ -154,18 +177,33 @@ observe_drives() {
 take_write_amplification() {
     local host=$((HOST_KIB[-1] - HOST_KIB[-1 - $1])) flash=$((FLASH_KIB[-1] - FLASH_KIB[-1 - $1]))
     WA=0
-    ((host <= 0)) || printf -v WA '%d.%02d' "$((flash / host))" "$((flash % host * 100 / host))"
+    ((host <= 0 || flash < 0)) || # 0: not known
+        printf -v WA '%d.%02d' "$((flash / host))" "$((flash % host * 100 / host))"
 }
 
 # After a step, a line of the runtime report: milliseconds, IOPS, write amplification, temperature
-# of the hottest drive, KiB written.
+# of the hottest drive, KiB written. Where fio tells latencies, their mean and their 99th percentile
+# stand in the third and fourth field.
 observe_step() {
     observe_drives
     take_write_amplification 1
-    local line="$ELAPSED_MS, $IOPS, $WA, ${CELSIUS[-1]}, $WRITTEN_KIB"
+    report_line "$ELAPSED_MS" "$IOPS" "$WRITTEN_KIB"
+    store_observations
+}
+
+report_line() {
+    local line="$1, $2, ${MEAN_US:-$WA}, ${P99_US:-${CELSIUS[-1]}}, $3"
     echo "$line" >>"$REPORT"
     echo "$line" >>"$PENDING"
-    store_observations
+}
+
+# A line for each second of a round, where fio tells them. By the KiB written, which are those of the
+# line before, readers tell them from the lines of slices and rounds.
+report_seconds() {
+    local n
+    for ((n = 0; n < ${#SECOND_RATES[@]} && n < ROUND_SECONDS; ++n)); do
+        report_line "$((BEGAN_MS + 1000 * (n + 1)))" "${SECOND_RATES[n]}" "$WRITTEN_BEFORE"
+    done
 }
 
 # Into the database at once: a stop kills this script without a warning. Lines that could not be
@@ -214,6 +252,7 @@ measure_rounds() {
     for ((n = 1; n <= MAX_ROUNDS; ++n)); do
         write_volume "$1" --size="${AREA_MIB}M" --runtime="$ROUND_SECONDS" --time_based
         ROUNDS+=("$IOPS")
+        report_seconds
         observe_step
         if ((n < WINDOW)); then
             publish_part "$((80 + 4 * n))" "$(((WINDOW - n) * ROUND_SECONDS))"
@@ -316,6 +355,25 @@ conclude() {
 remember() {
     echo "$OP,$WA,$STEADY_IOPS,$OTHER_IOPS,${#ROUNDS[@]},$LABEL" >>"$UTIL/history/Record_$RECORD.csv"
     log "OP $OP: $LABEL, $STEADY_IOPS IOPS, write amplification $WA"
+    [[ -z $MEAN_US ]] || remember_drives
+}
+
+# What the drives counted at the ratio, and the latencies of its last step.
+remember_drives() {
+    local file=$UTIL/history/Record_${RECORD}_drives.csv flash=$((FLASH_KIB[-1] - FLASH_KIB[1]))
+    ((FLASH_KIB[-1] > 0)) || {
+        flash=''
+        log "OP $OP: the drives do not count what they write to their flash; write amplification unknown"
+    }
+    [[ -s $file ]] ||
+        echo "op,host_written_kib,flash_written_kib,hottest_celsius,mean_latency_us,p99_latency_us" >"$file"
+    echo "$OP,$((HOST_KIB[-1] - HOST_KIB[1])),$flash,$(hottest),$MEAN_US,$P99_US" >>"$file"
+}
+
+hottest() {
+    local celsius most=0
+    for celsius in "${CELSIUS[@]}"; do ((celsius <= most)) || most=$celsius; done
+    echo "$most"
 }
 
 skip() {

@@ -15,6 +15,7 @@
 #include "addon/progress.h"
 #include "platform/storage.h"
 #include "shared/command_line.h"
+#include "shared/rehearsal.h"
 #include "shared/steadiness.h"
 #include "ssd_op.h"
 
@@ -70,6 +71,11 @@ int store(int record_no, int ratio, const std::string& lines, const std::string&
     return SSD_OP_DB_Update_Runtime_Report(record_no, ratio, lines.c_str(), 0) == 0 ? kOk : kFailed;
 }
 
+bool is_rehearsal(int record_no) {
+    const std::unique_ptr<ssd_op_db_record, FreeRecord> record = load_record(record_no);
+    return record && ssd_op::shared::is_rehearsal(record->title);
+}
+
 /// What the command line asks for; a sub-command uses the part that it declares.
 struct Request {
     int record_no = 0;
@@ -108,6 +114,10 @@ void add_measuring_commands(Arguments& app, Request& request) {
                     [&] { return sample(request.record_no, request.time_ms, request.file); });
     take.add("time", request.time_ms, "Milliseconds since the ratio's start").required();
     take.add("file", request.file, "Temperature file").required();
+
+    add_command(app, request, "is-rehearsal",
+                "Exit status 0 when the rounds are to be short, else 1",
+                [&] { return is_rehearsal(request.record_no) ? kOk : kFailed; });
 
     Arguments steady =
         app.subcommand("steady", "Exit status 0 when five rounds are steady, else 1");

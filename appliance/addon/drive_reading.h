@@ -1,16 +1,25 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
+
+#include "ssd_op.h"
 
 namespace appliance::addon {
 
 /// What the drives of a record's test storage report about themselves.
 struct DriveReading {
     uint64_t host_written_kib = 0;   ///< sum over the drives
-    uint64_t flash_written_kib = 0;  ///< sum over the drives
+    uint64_t flash_written_kib = 0;  ///< sum over the drives; 0 unless all of them count it
     int hottest = 0;                 ///< highest temperature, degrees Celsius
 };
+
+struct FreeRecord {
+    void operator()(ssd_op_db_record* record) const { SSD_OP_DB_Free_Record(record); }
+};
+/// Null when there is no such record.
+std::unique_ptr<ssd_op_db_record, FreeRecord> load_record(int record_no);
 
 /// Reads the SMART data of the record's drives. A drive that gives none is left out.
 /// @return nothing when there is no such record

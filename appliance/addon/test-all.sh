@@ -58,8 +58,10 @@ start_history() {
     for file in "$UTIL"/history/Record_*.csv; do
         number=${file##*/Record_}
         number=${number%.csv}
+        number=${number%_drives}
         if is_number "$number" && ((number <= RECORD - 30)); then rm -f -- "$file"; fi
     done
+    rm -f -- "$UTIL/history/Record_${RECORD}_drives.csv"
     echo "op,write_amplification,steady_iops,other_iops,rounds,label" >"$UTIL/history/Record_$RECORD.csv"
 }
 
@@ -84,6 +86,7 @@ file_prefix "$VOLUME" "$TYPE"
 start_report
 start_history
 export OPR_PARENT=$$ # SOPT.sh ends when it finds another parent
+if run "$OPR" is-rehearsal "$RECORD" "$VOLUME"; then export OPR_REHEARSAL=yes; fi
 result=0
 measure_all || result=$?
 run "$OPR" finish "$RECORD" "$VOLUME" || :

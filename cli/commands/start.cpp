@@ -99,6 +99,9 @@ void add_request_options(Arguments& command, Request& request) {
         .shows_default();
     command.flag("--stop-services", request.stop_services,
                  "Stop the file services while the storage is created");
+    command.flag(
+        "--quick", request.quick,
+        "Rehearse: short rounds, on 1024 MiB unless --test-size says more; the title tells");
     const Argument sequential = command.flag("--sequential", request.sequential,
                                              "Measure sequential writes instead of random ones");
     command.flag("--all", request.all, "Measure sequential writes, then random ones")

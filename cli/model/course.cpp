@@ -7,6 +7,7 @@
 
 #include "model/record.h"
 #include "model/results.h"
+#include "model/step_rows.h"
 #include "output/text.h"
 
 namespace cli {
@@ -21,9 +22,9 @@ struct Steps {
     double written = 0;  // bytes
 
     /// The last ones are rounds.
-    double round_seconds() const {
-        if (ends.size() <= kRounds) return kRoundSeconds;
-        return std::max((ends.back() - ends[ends.size() - 1 - kRounds]) / kRounds, kRoundSeconds);
+    double round_seconds(double least) const {
+        if (ends.size() <= kRounds) return least;
+        return std::max((ends.back() - ends[ends.size() - 1 - kRounds]) / kRounds, least);
     }
 };
 
@@ -31,18 +32,18 @@ Steps steps_of(int record_no, int op) {
     Steps steps;
     const Record holder = empty_record();
     if (SSD_OP_DB_Query_Record_Runtime_Report(holder.get(), record_no, op, 1) != 0) return steps;
-    for (const auto& row : shared::nodes(holder->runtime_report)) {
-        steps.ends.push_back(static_cast<double>(row.time_slap) / 1000);
-        steps.written = static_cast<double>(row.write_amount) * kKib;
+    for (const auto* row : step_rows(*holder)) {
+        steps.ends.push_back(static_cast<double>(row->time_slap) / 1000);
+        steps.written = static_cast<double>(row->write_amount) * kKib;
     }
     return steps;
 }
 
-std::optional<FinishedRatio> finished_ratio(int record_no, const Result& result) {
+std::optional<FinishedRatio> finished_ratio(int record_no, const Result& result, double round) {
     const Steps steps = steps_of(record_no, result.op);
     if (steps.ends.empty() || steps.ends.back() <= 0) return std::nullopt;
     return FinishedRatio{result.op,    steps.ends.back(),          steps.written,
-                         *result.iops, result.write_amplification, steps.round_seconds()};
+                         *result.iops, result.write_amplification, steps.round_seconds(round)};
 }
 
 /// Sorts the ratios by what has become of them, whatever order the script visits them in: those to
@@ -57,7 +58,7 @@ void add_ratios(Course& course, const ssd_op_db_record& record) {
         if (!result.iops || result.op == course.op) continue;
         if (!nearest || distance(result.op) <= distance(nearest->op)) nearest = result;
     }
-    if (nearest) course.last = finished_ratio(record.record_no, *nearest);
+    if (nearest) course.last = finished_ratio(record.record_no, *nearest, course.round_seconds);
     for (const auto& [op, skipped] : unmeasured_of(record, rates_of(results))) {
         if (op != course.op && !skipped) course.later.push_back(op);
     }
@@ -104,6 +105,7 @@ std::optional<Course> course_of(const ssd_op_db_record& record, int op, double i
     Course course{};
     course.op = op;
     course.iops = iops;
+    course.round_seconds = shared::round_seconds_of(record.title);
     course.elapsed = static_cast<double>(now - start);
     if (!add_volume(course, record)) return std::nullopt;
     add_ratios(course, record);

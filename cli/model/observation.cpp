@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "model/samples.h"
+#include "model/step_rows.h"
 
 namespace cli {
 
@@ -13,7 +14,7 @@ std::vector<double> sampled_rates(int record_no, int op) {
     if (SSD_OP_DB_Query_Record_Runtime_Report(holder.get(), record_no, op, 1) != 0)
         fail_reading_samples(record_no);
     std::vector<double> rates;
-    for (const auto& sample : shared::nodes(holder->runtime_report)) rates.push_back(sample.result);
+    for (const auto* row : step_rows(*holder)) rates.push_back(row->result);
     return rates;
 }
 

@@ -13,18 +13,18 @@ constexpr double kSequentialBlock = 1 << 20;
 class Prediction {
   public:
     Prediction(const Course& course, const FinishedRatio& known)
-        : course_(course), known_(known), use_(course.use) {
+        : course_(course), known_(known), use_(course.use), rounds_(course.rounds_seconds()) {
         if (known.write_amplification.value_or(0) > 1)
             use_.flash = flash_of(use_, known.op, *known.write_amplification);
     }
 
     double seconds_at(int op) const {
         const double writing = writing_at(op), known_writing = writing_at(known_.op);
-        if (was_given_up()) return std::min(writing + kRoundsSeconds, known_.seconds);
+        if (was_given_up()) return std::min(writing + rounds_, known_.seconds);
         // In the steady state from the beginning, or faster before it.
-        const double spent = std::max(known_.seconds - kRoundsSeconds, 0.0);
+        const double spent = std::max(known_.seconds - rounds_, 0.0);
         if (spent >= known_writing) return writing + known_.seconds - known_writing;
-        return spent * writing / known_writing + kRoundsSeconds;
+        return spent * writing / known_writing + rounds_;
     }
 
   private:
@@ -45,15 +45,17 @@ class Prediction {
     const Course& course_;
     const FinishedRatio& known_;
     DriveUse use_;
+    double rounds_;
 };
 
 /// The current ratio as if it had been finished already, after what the script tells of it. The
-/// script counts a minute for a round, and nothing for what it does between them.
+/// script counts its seconds for a round, and nothing for what it does between them.
 std::optional<FinishedRatio> as_told(const Course& course) {
     if (course.told_left < 0 || course.told_share <= 0 || course.iops <= 0) return std::nullopt;
-    const double round = course.last ? course.last->round_seconds : kRoundSeconds;
-    const double rounds = std::min(course.told_left, kRoundsSeconds) / kRoundSeconds;
-    const double left = course.told_left + rounds * (round - kRoundSeconds);
+    const double round = course.last ? course.last->round_seconds : course.round_seconds;
+    const double rounds =
+        std::min(course.told_left, course.rounds_seconds()) / course.round_seconds;
+    const double left = course.told_left + rounds * (round - course.round_seconds);
     return FinishedRatio{course.op, course.told_at + left, 1e300, course.iops, {}};
 }
 

@@ -4,12 +4,13 @@
 #include <vector>
 
 #include "model/write_cost.h"
+#include "shared/rehearsal.h"
 
 namespace cli {
 
 constexpr int kPasses = 2;  // over the area under test, before it is measured
 constexpr int kRounds = 5;  // at least, until a rate is steady
-constexpr double kRoundSeconds = 60;
+constexpr double kRoundSeconds = ssd_op::shared::kRoundSeconds;
 constexpr double kRoundsSeconds = kRounds * kRoundSeconds;
 
 /// A ratio of a running evaluation that was measured, or given up.
@@ -30,6 +31,7 @@ struct Course {
     bool sequential = false;
     std::vector<int> later;  // ratios that are still to come
     std::optional<FinishedRatio> last;
+    double round_seconds = kRoundSeconds;  // as the script counts them
 
     int op;             // measured now
     double elapsed;     // seconds since its start
@@ -37,6 +39,8 @@ struct Course {
     double told_at;     // seconds after the start of the ratio
     double told_share;  // 0 to 1, of the ratio that was done then
     double iops;        // at that time; 0: unknown
+
+    double rounds_seconds() const { return kRounds * round_seconds; }
 };
 
 /// Seconds until the last ratio is measured; none before anything can be said.

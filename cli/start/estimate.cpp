@@ -7,6 +7,7 @@
 
 #include "model/time_left.h"
 #include "output/text.h"
+#include "shared/rehearsal.h"
 #include "start/speed.h"
 
 namespace cli {
@@ -52,7 +53,9 @@ class Sum {
     double part(int op, double bytes_second) const {
         uint64_t area = usable_bytes(plan_, op);
         if (plan_.param.test_size > 0) area = std::min(area, plan_.param.test_size * kMib);
-        return static_cast<double>(area) * kPasses / bytes_second + allowance_.rounds;
+        return static_cast<double>(area) * kPasses / bytes_second +
+               allowance_.rounds * ssd_op::shared::round_seconds_of(plan_.param.title) /
+                   kRoundSeconds;
     }
 
     const Plan& plan_;

@@ -9,6 +9,7 @@
 #include "output/text.h"
 #include "platform/hal.h"
 #include "shared/drive_id.h"
+#include "shared/rehearsal.h"
 
 namespace cli {
 
@@ -60,7 +61,9 @@ std::optional<Precedent> newest_precedent(const Plan& plan) {
     const std::set<Kind> kinds = kinds_of(plan);
     const std::vector<Record> records = load_records();
     for (auto record = records.rbegin(); record != records.rend(); ++record) {
-        if (is_running((*record)->status) || kinds_of(**record) != kinds) continue;
+        if (is_running((*record)->status) || shared::is_rehearsal((*record)->title) ||
+            kinds_of(**record) != kinds)
+            continue;
         std::optional<Precedent> precedent = precedent_of(*require_record((*record)->record_no));
         if (precedent) return precedent;
     }

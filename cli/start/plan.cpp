@@ -1,5 +1,6 @@
 #include "start/plan.h"
 
+#include <algorithm>
 #include <cstring>
 #include <set>
 
@@ -8,6 +9,7 @@
 #include "model/choice.h"
 #include "output/failure.h"
 #include "output/text.h"
+#include "shared/rehearsal.h"
 #include "start/estimate.h"
 
 namespace cli {
@@ -129,11 +131,22 @@ int test_type(const Request& request) {
     return request.sequential ? SSD_OP_TEST_TYPE_SEQUENTIAL : SSD_OP_TEST_TYPE_RANDOM;
 }
 
-std::string title_of(const Request& request, const Plan& plan) {
+std::string plain_title(const Request& request, const Plan& plan) {
     if (!request.title.empty()) return request.title;
     const int first = plan.ratios.front(), last = plan.ratios.back();
     if (first == last) return fmt::format("{}, OP {} %", plan.layout.text(), first);
     return fmt::format("{}, OP {} to {} %", plan.layout.text(), first, last);
+}
+
+std::string title_of(const Request& request, const Plan& plan) {
+    std::string title = plain_title(request, plan);
+    if (!request.quick || ssd_op::shared::is_rehearsal(title)) return title;
+    return std::string(ssd_op::shared::kRehearsalMark) + title;
+}
+
+uint64_t test_size_of(const Request& request, const Plan& plan) {
+    if (!request.quick || request.test_size_mib != 0) return request.test_size_mib;
+    return std::min<uint64_t>(ssd_op::shared::kRehearsalMib, usable_bytes(plan) / kMib);
 }
 
 ssd_op_test_param make_param(const Request& request, const Plan& plan) {
@@ -147,7 +160,7 @@ ssd_op_test_param make_param(const Request& request, const Plan& plan) {
     param.min_op = request.min_op;
     param.max_op = request.max_op;
     param.interval = request.interval;
-    param.test_size = request.test_size_mib;
+    param.test_size = test_size_of(request, plan);
     param.stop_service = request.stop_services ? 1 : 0;
     param.min_iops = request.min_iops;
     param.abort_time = request.abort_time;

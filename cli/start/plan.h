@@ -24,6 +24,7 @@ struct Request {
     bool sequential = false;
     bool all = false;
     bool stop_services = false;
+    bool quick = false;
 };
 
 /// A request that keeps every rule: what the evaluation will be.

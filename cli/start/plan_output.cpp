@@ -5,6 +5,7 @@
 
 #include "output/table.h"
 #include "output/text.h"
+#include "shared/rehearsal.h"
 #include "start/knowledge.h"
 
 namespace cli {
@@ -97,6 +98,10 @@ std::string plan_text(const Plan& plan) {
     text += drive_table(plan) + "\n" + ratio_table(plan) + "\n";
     if (plan.param.test_size > 0)
         text += fmt::format("Tested area: {} MiB of the volume.\n", plan.param.test_size);
+    if (ssd_op::shared::is_rehearsal(plan.param.title))
+        text +=
+            fmt::format("A rehearsal, with rounds of {} seconds: it tells little of the drives.\n",
+                        ssd_op::shared::kRehearsalRoundSeconds);
     text += services_text(plan) + "\n";
     text += time_text(plan);
     if (!plan.dropped.empty())
