@@ -28,7 +28,7 @@ void print_table(const std::vector<Drive>& drives) {
                    printable(drive.model), printable(drive.serial_no), printable(drive.firmware),
                    size_text(drive.capacity_bytes), use_of(drive)});
     }
-    fmt::print("{}", drives.empty() ? "The appliance has no drives.\n" : table.text());
+    fmt::print("{}", drives.empty() ? no_drives() + "\n" : table.text());
 }
 
 Json to_json(const Drive& drive) {

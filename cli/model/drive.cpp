@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <map>
 #include <set>
+#include <string_view>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -103,6 +105,14 @@ std::vector<Drive> load_drives() {
     return drives;
 }
 
+std::string no_drives() {
+    const char* const provider = std::getenv("SSD_OP_PROVIDER");
+    if (provider == nullptr || std::string_view(provider) != "host")
+        return "The appliance has no drives.";
+    return "No drive of this host was given. ssd-op --host drives list tells which there are, and "
+           "ssd-op --host drives enroll SERIAL gives one.";
+}
+
 const Drive& find_drive(const std::vector<Drive>& drives, const std::string& name) {
     const auto found = std::find_if(drives.begin(), drives.end(),
                                     [&](const Drive& drive) { return is_named(drive, name); });
@@ -110,7 +120,7 @@ const Drive& find_drive(const std::vector<Drive>& drives, const std::string& nam
     std::vector<std::string> names;
     for (const Drive& drive : drives) names.push_back(drive.device);
     throw Failure(kNotFound, fmt::format("There is no drive \"{}\".", printable(name)),
-                  names.empty() ? "The appliance has no drives."
+                  names.empty() ? no_drives()
                                 : fmt::format("Present: {}. ssd-op drives tells more.",
                                               fmt::join(names, ", ")));
 }

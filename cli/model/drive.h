@@ -31,6 +31,9 @@ struct Drive {
 /// Every present drive.
 std::vector<Drive> load_drives();
 
+/// A sentence for whoever finds none: on a host, only drives that were given are there.
+std::string no_drives();
+
 /// The drive that a user means: "sda", "/dev/sda", the slot's name, or the id, decimal or as 0x....
 /// @throws Failure when there is none, telling which there are
 const Drive& find_drive(const std::vector<Drive>& drives, const std::string& name);

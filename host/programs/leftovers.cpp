@@ -9,6 +9,7 @@
 
 #include "core/failure.h"
 #include "core/text.h"
+#include "storage/undoing.h"
 #include "undo/evaluations.h"
 #include "undo/undo_list.h"
 
@@ -23,28 +24,12 @@ bool stands_in_the_way(const UndoEntry& entry) {
     return entry.kind != Kind::kDrive && entry.kind != Kind::kPartitions;
 }
 
-std::string text_of(const UndoEntry& entry) {
-    const std::string name = printable(entry.name);
-    switch (entry.kind) {
-        case Kind::kArray:
-            return "RAID group " + name;
-        case Kind::kPool:
-            return "pool " + name;
-        case Kind::kVolume:
-            return "volume " + name;
-        case Kind::kService:
-            return "the stopped service " + name;
-        default:
-            return "drive " + name;
-    }
-}
-
 /// Empty when there is nothing, or when it may belong to an evaluation that runs.
 std::string leftovers(const Roots& roots) {
     std::string lines;
     const UndoList list(roots);
     for (const UndoEntry& entry : list.entries())
-        if (stands_in_the_way(entry)) lines += "  " + text_of(entry) + "\n";
+        if (stands_in_the_way(entry)) lines += "  " + name_of(entry) + "\n";
     return lines.empty() || evaluation_runs(roots) ? "" : lines;
 }
 

@@ -54,6 +54,8 @@ check "the host's libraries come first" \
 check "the shell knows what the appliance's does" test "$(inside sh -c 'echo lost &>/dev/null; echo $'\''a\tb'\')" = $'a\tb'
 # shellcheck disable=SC2016
 check "the caller's environment stays outside" test -z "$(SECRET=told inside bash -c 'echo "$SECRET"')"
+check "it can be entered from inside" inside ssd-op --host list >/dev/null
+check "drives that nobody gave are not there" grep -q 'drives enroll SERIAL' <("$build/bin/ssd-op" --host drives)
 status=0
 inside sh -c 'exit 7' || status=$?
 check "the exit status is the command's" test "$status" -eq 7
