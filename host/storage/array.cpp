@@ -52,7 +52,7 @@ std::vector<std::string> all_of(const ArrayRecord& record) {
 std::string free_name(const Roots& roots, int id) {
     constexpr int kStep = 10000, kMost = 1 << 20;
     for (int number = id; number < kMost; number += kStep) {
-        const std::string name = fmt::format("md{}", number);
+        std::string name = fmt::format("md{}", number);
         if (::access((roots.sys + "/block/" + name).c_str(), F_OK) != 0) return name;
     }
     throw Failure(fmt::format("There is no name left for the array {}.", id),

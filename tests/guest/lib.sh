@@ -1,10 +1,31 @@
 # What the jobs of the guest share. Each check prints a line; finish tells how many failed.
 # shellcheck shell=bash
 
-export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C DM_DISABLE_UDEV=1
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C DM_DISABLE_UDEV=1 LVM_SUPPRESS_FD_WARNINGS=1
 build=$(</tmp/guest/build)
 host=$build/bin/ssd-op-host
 failed=0
+# Which boot of this job it is, from 1: another begins when the job has the power cut.
+# shellcheck disable=SC2034
+boot=$(sed -E 's/.*guest_boot=([0-9]+).*/\1/' /proc/cmdline)
+
+# outside REQUEST...: asks whoever runs the guest (see answers.sh); prints the answer's text.
+exec {outside}<>/dev/ttyS1
+stty -F /dev/ttyS1 raw -echo
+outside() {
+    local status text
+    echo "$*" >&"$outside"
+    read -r status text <&"$outside"
+    [[ -z $text ]] || echo "$text"
+    [[ $status == ok ]]
+}
+
+# Not what was written a moment ago is lost, but what nobody has synced.
+cut_power() {
+    echo "the power is cut: $*"
+    sleep 0.3 # for the line to get out
+    outside cut
+}
 
 pass() { echo "ok      $*"; }
 miss() {
@@ -30,6 +51,7 @@ find_drives() {
     local directory serial
     devices=()
     for directory in /sys/block/nvme* /sys/block/sd*; do
+        [[ -e $directory ]] || continue
         serial=$(tr -cd '[:alnum:]' 2>/dev/null <"$directory/device/serial" ||
             tr -cd '[:alnum:]' <"$directory/device/vpd_pg80")
         devices[$serial]=/dev/${directory##*/}
