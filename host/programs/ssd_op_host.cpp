@@ -27,6 +27,7 @@ constexpr int kFailed = 1;
 struct Options {
     bool json = false;
     Enrolment enrolment;
+    std::string forget;
 };
 
 std::string ask_on_terminal(const std::string& summary) {
@@ -77,11 +78,13 @@ void add_commands(Arguments& app, const Roots& roots, Options& options) {
     });
 }
 
-void add_cleanup(Arguments& app, const Roots& roots, int& status) {
+void add_cleanup(Arguments& app, const Roots& roots, Options& options, int& status) {
     Arguments cleanup = app.subcommand(
         "cleanup", "Give back all that evaluations have left: volumes, pools, drives");
+    cleanup.add("--forget", options.forget,
+                "The serial number of a drive that is gone for good: nothing is undone on it");
     cleanup.callback([&] {
-        const bool all = clean_up(roots, [](const std::string& line) {
+        const bool all = clean_up(roots, options.forget, [](const std::string& line) {
             fmt::print("{}\n", line);
             std::fflush(stdout);
         });
@@ -100,7 +103,7 @@ int run(int argc, char** argv) {
     app.require_one_subcommand();
     int status = 0;
     add_commands(app, roots, options);
-    add_cleanup(app, roots, status);
+    add_cleanup(app, roots, options, status);
     app.subcommand("leftovers", "Offer to undo what is left of an evaluation that is gone")
         .callback([&] { offer_cleanup(roots); });
     return app.parse(argc, argv).value_or(status);

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "core/failure.h"
+#include "storage/giving_back.h"
 #include "storage/owner.h"
 #include "storage/undoing.h"
 #include "undo/undo_list.h"
@@ -12,6 +13,8 @@
 namespace host {
 
 namespace {
+
+using Kind = UndoEntry::Kind;
 
 /// Of the one that made it, while that still is at work with it.
 void refuse_under_owner(const Roots& roots, const UndoEntry& entry) {
@@ -37,13 +40,18 @@ bool undo_and_tell(const Roots& roots, UndoList& undo, const UndoEntry& entry,
 
 }  // namespace
 
-bool clean_up(const Roots& roots, const std::function<void(const std::string&)>& tell) {
+bool clean_up(const Roots& roots, const std::string& forget,
+              const std::function<void(const std::string&)>& tell) {
     UndoList undo(roots);
     const std::vector<UndoEntry> entries = undo.entries();
     for (const UndoEntry& entry : entries) refuse_under_owner(roots, entry);
     bool all = true;
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        const bool is_of_drive = entry->kind == Kind::kDrive || entry->kind == Kind::kPartitions;
+        if (!forget.empty() && is_of_drive && entry->name == forget) continue;
         all = undo_and_tell(roots, undo, *entry, tell) && all;
+    }
+    if (!forget.empty()) forget_drive(roots, undo, forget);
     return all;
 }
 

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "core/failure.h"
+#include "core/text.h"
 #include "enrolment/enrolled.h"
 #include "enrolment/enrolment.h"
 #include "refusal/content.h"
@@ -44,6 +45,18 @@ HeldDrive take_back(const Roots& roots, const UndoList& undo, const Drive& drive
                       "Nothing was written to it. Then run it again.");
     }
     return std::move(*examination.held);
+}
+
+/// Fails, with what to do, when it is gone.
+Drive drive_there(const Roots& roots, const std::string& serial) {
+    const auto all = list_drives(roots);
+    if (std::any_of(all.begin(), all.end(),
+                    [&](const Drive& drive) { return drive.identity.serial == serial; }))
+        return drive_with_serial(roots, serial);
+    throw Failure(fmt::format("The drive {} is not there.", serial),
+                  "Put it back and run it again. If it is gone for good: ssd-op-host cleanup "
+                  "--forget " +
+                      serial);
 }
 
 void zero(int file, uint64_t from, uint64_t bytes) {
@@ -94,9 +107,7 @@ void refuse_content_of_others(const Roots& roots, const Drive& drive, int file) 
                   "If it may go: wipefs --all " + drive.device(roots));
 }
 
-}  // namespace
-
-void remove_layout(const Roots& roots, UndoList& undo, const std::string& serial) {
+void refuse_in_array(const UndoList& undo, const std::string& serial) {
     for (const ArrayRecord& array : arrays_in(undo)) {
         for (const auto* drives : {&array.members, &array.spares}) {
             if (std::find(drives->begin(), drives->end(), serial) != drives->end()) {
@@ -106,7 +117,13 @@ void remove_layout(const Roots& roots, UndoList& undo, const std::string& serial
             }
         }
     }
-    const Drive drive = drive_with_serial(roots, serial);
+}
+
+}  // namespace
+
+void remove_layout(const Roots& roots, UndoList& undo, const std::string& serial) {
+    refuse_in_array(undo, serial);
+    const Drive drive = drive_there(roots, serial);
     const HeldDrive held = take_back(roots, undo, drive);
     if (has_our_layout(roots, undo, drive)) {
         const auto data = partition_of(drive, ssd_op::shared::kDataPartition);
@@ -130,7 +147,7 @@ void give_drive_back(const Roots& roots, UndoList& undo, const std::string& seri
         throw Failure(fmt::format("The drive {} has our partitions.", serial),
                       "Those have to go first.");
     }
-    const Drive drive = drive_with_serial(roots, serial);
+    const Drive drive = drive_there(roots, serial);
     const HeldDrive held = take_back(roots, undo, drive);
     const auto file = held.open_for_writing();
     refuse_content_of_others(roots, drive, file.get());
@@ -142,6 +159,18 @@ void give_drive_back(const Roots& roots, UndoList& undo, const std::string& seri
         throw Failure(fmt::format("The drive {} is not empty after all.", serial),
                       "Look for I/O errors with dmesg.");
     }
+    undo.remove(Kind::kDrive, serial);
+}
+
+void forget_drive(const Roots& roots, UndoList& undo, const std::string& serial) {
+    const auto all = list_drives(roots);
+    if (std::any_of(all.begin(), all.end(),
+                    [&](const Drive& drive) { return drive.identity.serial == serial; })) {
+        throw Failure(fmt::format("The drive {} is there.", printable(serial)),
+                      "It needs not be forgotten: ssd-op-host cleanup gives it back.");
+    }
+    refuse_in_array(undo, serial);
+    undo.remove(Kind::kPartitions, serial);
     undo.remove(Kind::kDrive, serial);
 }
 

@@ -15,4 +15,8 @@ void remove_layout(const Roots& roots, UndoList& undo, const std::string& serial
 /// Fails, with the entry kept, when the drive is gone, in use, or holds what nobody of us wrote.
 void give_drive_back(const Roots& roots, UndoList& undo, const std::string& serial);
 
+/// Takes what the list says of a drive that will never come back out of it. Fails while it is
+/// there, or an array is not undone that it is in.
+void forget_drive(const Roots& roots, UndoList& undo, const std::string& serial);
+
 }  // namespace host

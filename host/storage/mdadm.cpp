@@ -29,8 +29,7 @@ MdArray look_at(const std::string& name, const std::string& directory) {
 
 /// One that does not run tells its UUID only on its members.
 std::string uuid_of(const Roots& roots, const MdArray& array) {
-    std::string told =
-        uuid_in(run_tool({"mdadm", "--detail", "--export", array.device(roots)}));
+    std::string told = uuid_in(run_tool({"mdadm", "--detail", "--export", array.device(roots)}));
     if (!told.empty()) return told;
     for (const std::string& member :
          names_in(array.directory + "/slaves").value_or(std::vector<std::string>())) {
