@@ -78,7 +78,9 @@ std::optional<Partition> our_data_partition(const Roots& roots, const UndoList& 
 void lay_out(const Roots& roots, UndoList& undo, const HeldDrive& held) {
     const Drive& drive = held.drive();
     if (our_data_partition(roots, undo, drive)) return;
-    const std::string guid = new_guid();
+    // An earlier table of ours stays known as that until this one has taken its place.
+    const std::string* const earlier = recorded_guid(undo, drive);
+    const std::string guid = earlier != nullptr ? *earlier : new_guid();
     const std::string script = layout_script(drive.bytes, guid);
     undo.add({kKind, drive.identity.serial, {{"guid", guid}, {"owner", this_process(roots)}}});
     held.check();

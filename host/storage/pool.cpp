@@ -3,8 +3,11 @@
 #include <algorithm>
 
 #include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "core/failure.h"
+#include "core/read.h"
 #include "core/text.h"
 #include "storage/array.h"
 
@@ -40,6 +43,18 @@ void refuse_foreign_volumes(const Lvm& lvm, const PoolRecord& pool) {
                                   printable(text_in(volume, "lv_name")), pool.group_name()),
                       "Save what is in it, and remove it with lvremove.");
     }
+}
+
+/// Links to volumes that went without LVM are in the way of the next group of that name.
+void remove_dead_links(const Roots& roots, const PoolRecord& pool) {
+    const std::string directory = roots.dev + "/" + pool.group_name();
+    for (const std::string& name : names_in(directory).value_or(std::vector<std::string>())) {
+        const std::string link = directory + "/" + name;
+        struct stat found {};
+        if (::lstat(link.c_str(), &found) == 0 && S_ISLNK(found.st_mode) && !real_path(link))
+            ::unlink(link.c_str());
+    }
+    ::rmdir(directory.c_str());
 }
 
 }  // namespace
@@ -107,6 +122,7 @@ void remove_pool(const Roots& roots, UndoList& undo, int id) {
         words.insert(words.end(), lvm.devices().begin(), lvm.devices().end());
         lvm.run(words);
     }
+    remove_dead_links(roots, *pool);
     undo.remove(UndoEntry::Kind::kPool, std::to_string(id));
 }
 
