@@ -29,10 +29,10 @@ bool undo_and_tell(const Roots& roots, UndoList& undo, const UndoEntry& entry,
                    const std::function<void(const std::string&)>& tell) {
     try {
         undo_step(roots, undo, entry);
-        tell(fmt::format("The {} is undone.", name_of(entry)));
+        tell(fmt::format("Undone: {}.", name_of(entry)));
         return true;
     } catch (const Failure& failure) {
-        tell(fmt::format("The {} is NOT undone: {} {}", name_of(entry), failure.what(),
+        tell(fmt::format("NOT undone: {}. {} {}", name_of(entry), failure.what(),
                          failure.next_step()));
         return false;
     }
