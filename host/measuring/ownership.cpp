@@ -8,27 +8,21 @@
 #include "core/failure.h"
 #include "core/read.h"
 #include "core/text.h"
-#include "core/tool.h"
 #include "enrolment/enrolment.h"
 #include "refusal/examination.h"
 #include "refusal/stack.h"
-#include "shared/drive_id.h"
+#include "storage/layout.h"
+#include "storage/mdadm.h"
+#include "storage/record.h"
 #include "taking/taking.h"
 
 namespace host {
 
 namespace {
 
-using Kind = UndoEntry::Kind;
-
 [[noreturn]] void refuse(const std::string& path, const std::string& why) {
     throw Failure(printable(path) + " " + why + ".",
                   "Name an enrolled drive, its data partition or a test volume.");
-}
-
-std::string text_of(const UndoEntry& entry, const char* key) {
-    const auto found = entry.details.find(key);
-    return found != entry.details.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
 void must_be_taken(const Roots& roots, const UndoList& undo, const Drive& drive,
@@ -39,21 +33,12 @@ void must_be_taken(const Roots& roots, const UndoList& undo, const Drive& drive,
 
 // ---- The data partition of a drive ----
 
-std::string uuid_of_array(const Roots& roots, const std::string& name) {
-    const ToolOutput output = run_tool({"mdadm", "--detail", "--export", roots.dev + "/" + name});
-    for (const std::string_view line : split(output.text, '\n')) {
-        constexpr std::string_view kKey = "MD_UUID=";
-        if (line.starts_with(kKey)) return std::string(trimmed(line.substr(kKey.size())));
-    }
-    return {};
-}
-
 bool is_array_of_ours(const Roots& roots, const UndoList& undo, const std::string& name) {
-    const std::string uuid = name.starts_with("md") ? uuid_of_array(roots, name) : "";
-    return !uuid.empty() &&
-           std::any_of(undo.entries().begin(), undo.entries().end(), [&](const UndoEntry& entry) {
-               return entry.kind == Kind::kArray && text_of(entry, "uuid") == uuid;
-           });
+    const auto arrays = arrays_in(undo);
+    return std::any_of(arrays.begin(), arrays.end(), [&](const ArrayRecord& record) {
+        const auto array = find_array(roots, record.uuid);
+        return array && array->name == name;
+    });
 }
 
 /// Nothing may speak against the drive but that our array has the partition.
@@ -74,9 +59,9 @@ Ownership of_partition(const Roots& roots, const UndoList& undo, const std::stri
     const auto parent = parse_device_number(read_attribute(directory + "/../dev").value_or(""));
     const auto drive = parent ? find_drive(roots, *parent) : std::nullopt;
     if (!drive) refuse(path, "lies on no SSD");
-    if (read_number(directory + "/partition") != uint64_t{ssd_op::shared::kDataPartition})
-        refuse(path, "is not the data partition");
     must_be_taken(roots, undo, *drive, path);
+    const auto data = our_data_partition(roots, undo, *drive);
+    if (!data || data->directory != directory) refuse(path, "is no data partition of ours");
 
     Ownership ours{{*drive}, false, directory + "/../diskseq", ""};
     const auto holders = names_in(directory + "/holders");
@@ -101,15 +86,11 @@ std::string without_dashes(std::string text) {
 
 /// Device mapper has the UUIDs of group and volume one behind the other.
 bool is_volume_of_ours(const UndoList& undo, const std::string& uuid) {
-    return std::any_of(undo.entries().begin(), undo.entries().end(), [&](const UndoEntry& entry) {
-        const auto pool = entry.details.find("pool");
-        if (entry.kind != Kind::kVolume || pool == entry.details.end() ||
-            !pool->is_number_integer())
-            return false;
-        const UndoEntry* const group = undo.find(Kind::kPool, std::to_string(pool->get<int>()));
-        const std::string volume = without_dashes(text_of(entry, "uuid"));
-        const std::string under = group != nullptr ? without_dashes(text_of(*group, "uuid")) : "";
-        return !volume.empty() && !under.empty() && uuid == "LVM-" + under + volume;
+    const auto volumes = volumes_in(undo);
+    return std::any_of(volumes.begin(), volumes.end(), [&](const VolumeRecord& volume) {
+        const auto pool = find_pool_record(undo, volume.pool);
+        return pool && !pool->uuid.empty() && !volume.uuid.empty() &&
+               uuid == "LVM-" + without_dashes(pool->uuid) + without_dashes(volume.uuid);
     });
 }
 
