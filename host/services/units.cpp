@@ -69,9 +69,10 @@ void stop_units(const Roots& roots, const Run& run) {
     }
 }
 
-void start_units(const Roots& roots, const Run& run) {
+size_t start_units(const Roots& roots, const Run& run) {
     std::string failed;
-    for (const std::string& unit : noted(roots)) {
+    const std::vector<std::string> units = noted(roots);
+    for (const std::string& unit : units) {
         if (reaches(run, unit, "start", true))
             UndoList(roots).remove(Kind::kService, unit);
         else
@@ -79,6 +80,7 @@ void start_units(const Roots& roots, const Run& run) {
     }
     if (!failed.empty())
         throw Failure("Services do not start:" + failed + ".", "See: systemctl status" + failed);
+    return units.size();
 }
 
 }  // namespace host

@@ -1,6 +1,7 @@
 /// Services room: the units of systemd that the administrator wants stopped while storage is made.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -20,8 +21,8 @@ ToolOutput run_on_host(const std::vector<std::string>& words);
 /// @throws Failure when one could not be stopped; those before it stay stopped, and noted
 void stop_units(const Roots& roots, const Run& run = run_on_host);
 
-/// Starts what the undo list says was stopped, and nothing else.
+/// Starts what the undo list says was stopped, and nothing else; returns how many units that were.
 /// @throws Failure when one could not be started, which stays noted; the others are tried, too
-void start_units(const Roots& roots, const Run& run = run_on_host);
+size_t start_units(const Roots& roots, const Run& run = run_on_host);
 
 }  // namespace host

@@ -5,9 +5,11 @@
 #include <fmt/format.h>
 
 #include "core/failure.h"
+#include "services/units.h"
 #include "storage/giving_back.h"
 #include "storage/owner.h"
 #include "storage/undoing.h"
+#include "undo/evaluations.h"
 #include "undo/undo_list.h"
 
 namespace host {
@@ -38,21 +40,43 @@ bool undo_and_tell(const Roots& roots, UndoList& undo, const UndoEntry& entry,
     }
 }
 
-}  // namespace
+/// Services come last: they were stopped first, and starting them holds the list by itself.
+bool start_services(const Roots& roots, const std::function<void(const std::string&)>& tell) {
+    try {
+        if (start_units(roots) > 0) tell("Undone: services are started.");
+        return true;
+    } catch (const Failure& failure) {
+        tell(fmt::format("NOT undone: {} {}", failure.what(), failure.next_step()));
+        return false;
+    }
+}
 
-bool clean_up(const Roots& roots, const std::string& forget,
-              const std::function<void(const std::string&)>& tell) {
+bool undo_storage(const Roots& roots, const std::string& forget,
+                  const std::function<void(const std::string&)>& tell) {
     UndoList undo(roots);
     const std::vector<UndoEntry> entries = undo.entries();
     for (const UndoEntry& entry : entries) refuse_under_owner(roots, entry);
     bool all = true;
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
         const bool is_of_drive = entry->kind == Kind::kDrive || entry->kind == Kind::kPartitions;
+        if (entry->kind == Kind::kService) continue;
         if (!forget.empty() && is_of_drive && entry->name == forget) continue;
         all = undo_and_tell(roots, undo, *entry, tell) && all;
     }
     if (!forget.empty()) forget_drive(roots, undo, forget);
     return all;
+}
+
+}  // namespace
+
+bool clean_up(const Roots& roots, const std::string& forget,
+              const std::function<void(const std::string&)>& tell) {
+    // What was taken last may have no owner yet: a drive that is measured.
+    if (evaluation_runs(roots))
+        throw Failure("An evaluation runs.",
+                      "Wait for its end, or stop it with ssd-op --host stop. Nothing was undone.");
+    const bool storage = undo_storage(roots, forget, tell);
+    return start_services(roots, tell) && storage;
 }
 
 }  // namespace host

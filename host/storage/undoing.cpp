@@ -9,7 +9,6 @@
 
 #include "core/failure.h"
 #include "core/text.h"
-#include "core/tool.h"
 #include "storage/array.h"
 #include "storage/giving_back.h"
 #include "storage/pool.h"
@@ -23,11 +22,6 @@ using Kind = UndoEntry::Kind;
 
 bool is_same(const UndoEntry& one, const UndoEntry& other) {
     return one.kind == other.kind && one.name == other.name;
-}
-
-void start_service(UndoList& undo, const std::string& unit) {
-    must_run({"systemctl", "start", "--", unit}, {.most_time = std::chrono::minutes(5)});
-    undo.remove(Kind::kService, unit);
 }
 
 }  // namespace
@@ -46,7 +40,7 @@ void undo_step(const Roots& roots, UndoList& undo, const UndoEntry& entry) {
         case Kind::kVolume:
             return remove_volume(roots, undo, volume_of(entry).id);
         case Kind::kService:
-            return start_service(undo, name);
+            return;  // no step of storage; see start_units
     }
 }
 
