@@ -12,6 +12,7 @@
 #include "platform/storage.h"
 #include "process/child_answer.h"
 #include "process/requester.h"
+#include "shared/rehearsal.h"
 
 namespace cli {
 
@@ -43,6 +44,8 @@ int keep(const Plan& plan) {
     const ssd_op_requester requester = this_user();
     const auto group = make_group(plan);
     ssd_op_test_param param = plan.param;
+    if (ssd_op::shared::is_rehearsal(param.title))
+        ::setenv(ssd_op::shared::kRehearsalVariable, "1", 1);
     const int result = NAS_SSD_OP_Test_Start(&requester, 1, group.get(), &param);
     if (::getpid() != keeper) ::_exit(result < 0 ? EXIT_FAILURE : EXIT_SUCCESS);
     return result;

@@ -1,7 +1,9 @@
 #include "measuring/fio_run.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 
 #include <fmt/format.h>
@@ -12,6 +14,7 @@
 #include "core/text.h"
 #include "core/tool.h"
 #include "measuring/fio_command.h"
+#include "shared/rehearsal.h"
 
 namespace host {
 
@@ -47,10 +50,18 @@ void write_details(const std::string& file, FioResult& result) {
         throw Failure("Cannot write " + printable(file) + ".", "Is there room for it?");
 }
 
+/// A rehearsal measures the drives, too, but not for long: what it finds is not used.
+provider::fio::Job shortened_in_rehearsal(provider::fio::Job job) {
+    if (std::getenv(ssd_op::shared::kRehearsalVariable) == nullptr) return job;
+    job.runtime = std::min<double>(job.runtime, ssd_op::shared::kRehearsalRoundSeconds);
+    job.ramp_time = std::min(job.ramp_time, 1.0);
+    return job;
+}
+
 }  // namespace
 
 FioResult run_fio(const provider::fio::Job& job, int device, const std::string& details) {
-    const ToolOutput output = run(job, device, details);
+    const ToolOutput output = run(shortened_in_rehearsal(job), device, details);
     if (!output.found) throw Failure("There is no setpriv.", "Install util-linux.");
     if (!output.whole) throw Failure("fio does not come to an end.", "See dmesg for the drive.");
     if (output.status == 127) throw Failure("There is no fio.", "Install it: apt-get install fio");
