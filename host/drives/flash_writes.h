@@ -14,7 +14,7 @@ namespace host {
 /// them.
 std::optional<uint64_t> flash_writes_from_smartctl(const Json& answer);
 
-/// From nvme's answer with the health log of the open compute specification for NVMe drives.
+/// From nvme's answer with the health log that the Open Compute Project defines for NVMe drives.
 std::optional<uint64_t> flash_writes_from_ocp(const Json& answer);
 
 }  // namespace host

@@ -21,8 +21,8 @@ using provider::hand_out;
 constexpr int kFailure = -1;
 
 std::optional<GivenDrive> given_in(int enclosure, int port) {
-    for (GivenDrive& given : given_drives(Roots{})) {
-        if (given.slot.enclosure == enclosure && given.slot.port == port) return std::move(given);
+    for (const GivenDrive& given : given_drives(Roots{})) {
+        if (given.slot.enclosure == enclosure && given.slot.port == port) return given;
     }
     return std::nullopt;
 }

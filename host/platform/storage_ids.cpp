@@ -44,7 +44,7 @@ std::vector<uint32_t> dev_ids_of(const Roots& roots, const std::vector<std::stri
 
 std::optional<ArrayRecord> array_with(const UndoList& undo, const std::string& serial) {
     for (ArrayRecord& array : arrays_in(undo)) {
-        if (holds(array.members, serial) || holds(array.spares, serial)) return std::move(array);
+        if (holds(array.members, serial) || holds(array.spares, serial)) return array;
     }
     return std::nullopt;
 }
@@ -52,7 +52,7 @@ std::optional<ArrayRecord> array_with(const UndoList& undo, const std::string& s
 std::optional<PoolRecord> pool_over(const UndoList& undo, int raid_id) {
     for (PoolRecord& pool : pools_in(undo)) {
         if (std::find(pool.arrays.begin(), pool.arrays.end(), raid_id) != pool.arrays.end())
-            return std::move(pool);
+            return pool;
     }
     return std::nullopt;
 }
