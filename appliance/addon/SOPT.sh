@@ -20,12 +20,11 @@ UTIL=${BASH_SOURCE[0]%/*}
 # shellcheck source=opr_common.sh
 . "$UTIL/opr_common.sh"
 
-readonly WINDOW=5 MAX_ROUNDS=25
-ROUND_SECONDS=60
-[[ -z ${OPR_REHEARSAL:-} ]] || ROUND_SECONDS=5
-readonly ROUND_SECONDS
-readonly PASSES=2 SLICES=20 # over the area under test, to precondition it
-readonly FILL_SLICES=10     # in which the volume is filled
+readonly WINDOW=5
+readonly PASSES=2 # over the area under test, to precondition it, in so many SLICES
+MAX_ROUNDS=25 ROUND_SECONDS=60 SLICES=20 FILL_SLICES=10
+[[ -z ${OPR_REHEARSAL:-} ]] || MAX_ROUNDS=8 ROUND_SECONDS=5 SLICES=4 FILL_SLICES=2
+readonly MAX_ROUNDS ROUND_SECONDS SLICES FILL_SLICES
 readonly THROTTLE_CELSIUS=70
 
 usage() {

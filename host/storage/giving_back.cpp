@@ -7,8 +7,6 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "core/failure.h"
@@ -18,6 +16,7 @@
 #include "refusal/content.h"
 #include "refusal/examination.h"
 #include "shared/drive_id.h"
+#include "storage/discard_all.h"
 #include "storage/layout.h"
 #include "storage/record.h"
 #include "taking/taking.h"
@@ -29,7 +28,6 @@ namespace {
 using Kind = UndoEntry::Kind;
 
 constexpr uint64_t kEdge = 1 << 20;
-constexpr uint64_t kPiece = uint64_t{1} << 30;
 
 /// A drive of the list, for the undoing alone.
 HeldDrive take_back(const Roots& roots, const UndoList& undo, const Drive& drive) {
@@ -84,15 +82,6 @@ void sync(int file) {
     if (::fsync(file) != 0)
         throw Failure(fmt::format("The drive cannot be synced: {}.", std::strerror(errno)),
                       "Look for I/O errors with dmesg.");
-}
-
-/// In pieces, so that this program can be ended between them. A drive that fails it keeps old data
-/// where nothing points at, which does no harm.
-void discard(int file, uint64_t bytes) {
-    for (uint64_t from = 0; from < bytes; from += kPiece) {
-        uint64_t range[2] = {from, std::min(kPiece, bytes - from)};
-        if (::ioctl(file, BLKDISCARD, range) != 0) return;
-    }
 }
 
 /// Content that nobody of us wrote, and that nobody said may go, was put there after us.
@@ -151,7 +140,7 @@ void give_drive_back(const Roots& roots, UndoList& undo, const std::string& seri
     const HeldDrive held = take_back(roots, undo, drive);
     const auto file = held.open_for_writing();
     refuse_content_of_others(roots, drive, file.get());
-    discard(file.get(), drive.bytes);
+    discard_all(file.get(), drive.bytes);
     zero_edges(file.get(), 0, drive.bytes);
     sync(file.get());
     held.read_partitions_again();

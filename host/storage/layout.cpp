@@ -6,6 +6,7 @@
 #include "core/text.h"
 #include "core/tool.h"
 #include "shared/drive_id.h"
+#include "storage/discard_all.h"
 #include "storage/owner.h"
 #include "storage/unique.h"
 
@@ -83,6 +84,9 @@ void lay_out(const Roots& roots, UndoList& undo, const HeldDrive& held) {
     const std::string guid = earlier != nullptr ? *earlier : new_guid();
     const std::string script = layout_script(drive.bytes, guid);
     undo.add({kKind, drive.identity.serial, {{"guid", guid}, {"owner", this_process(roots)}}});
+    // What a measurement has written where no volume comes would be data to the drive for good, and
+    // take of its spare.
+    discard_all(held.open_for_writing().get(), drive.bytes);
     held.check();
     // The kernel is told by the one who holds the drive.
     must_run({"sfdisk", "--quiet", "--force", "--no-reread", "--no-tell-kernel", "--wipe=always",
