@@ -90,7 +90,8 @@ reach() {
     volume_seen=''
     until in_phase "$1"; do
         if ! lives "$driver" || ((SECONDS >= end)); then
-            echo "$1 was not met"
+            echo "$1 was not met; what the library and the calls below it tell:"
+            grep -E '^[0-9.]+ [0-9]+ 1 ' $state/root/var/log/sm_trace.log | tail -n 25
             return 1
         fi
         sleep 0.02
@@ -124,4 +125,61 @@ free_and_empty() {
     [[ ! -e /proc/mdstat ]] || ! grep -q '^md' /proc/mdstat || { cat /proc/mdstat; return 1; }
     ! dmsetup ls 2>/dev/null | grep -v 'No devices' || return 1
     ! listed '[a-z]*' || { cat $state/undo.json; return 1; }
+}
+
+mib=$((1 << 20))
+sectors() { cat "/sys/block/$1/$1p3/$2"; }
+
+# What lies before and behind the data partition of a drive.
+around() {
+    local name start end
+    name=$(basename "$(device_of "$1")")
+    start=$(($(sectors "$name" start) * 512))
+    end=$((start + $(sectors "$name" size) * 512))
+    echo "$(outside sum "$1" 0 $start) $(outside sum "$1" $end $(($(cat "/sys/block/$name/size") * 512 - end)))"
+}
+
+# While the last ratio is measured: which share of what the drives have cut off, and of what they still
+# use, do their files have blocks for?
+look_at_discards() { # SERIAL... ; sets cut_off and in_use, in percent, the worst of all
+    local serial name start size rest
+    cut_off=0 in_use=100
+    for serial in "$@"; do
+        name=$(basename "$(device_of "$serial")")
+        start=$(($(sectors "$name" start) * 512)) size=$(($(sectors "$name" size) * 512))
+        rest=$((size * 60 / 100))
+        # The array's own block is in the last MiB.
+        local tail=$(($(outside allocated "$serial" $((start + rest)) $((size - rest - mib))) * 100 / (size - rest - mib)))
+        local head=$(($(outside allocated "$serial" $((start + 4 * mib)) $((rest - 28 * mib))) * 100 / (rest - 28 * mib)))
+        ((tail <= cut_off)) || cut_off=$tail
+        ((head >= in_use)) || in_use=$head
+    done
+}
+
+last_ratio_runs() { compgen -G "$state/root/opt/Oprella/util/log/*_runtime_40.csv" >/dev/null && process_of fio >/dev/null; }
+
+evaluate() { # RAID "SERIAL..." [OPTION...]: as a new user does, from the plan to the report
+    local raid=$1 before
+    local -a serials more=("${@:3}")
+    read -ra serials <<<"$2"
+    check "RAID $raid: a plan is made" op start --raid "$raid" --drives "$(names_of "${serials[@]}")" --quick --dry-run
+    check "RAID $raid: an evaluation starts" begin "$raid" "$2" --title "RAID $raid in the guest" --min-op 0 --max-op 40 --interval 20 "${more[@]}"
+    [[ -n ${record:-} ]] || return
+    check "RAID $raid: its script begins" reach script || return
+    before=$(around "${serials[0]}")
+    if wait_for 400 last_ratio_runs; then
+        look_at_discards "${serials[@]}"
+        check "RAID $raid: what is cut off has been given back ($cut_off % of it has blocks)" test "$cut_off" -eq 0
+        check "RAID $raid: what is in use has not ($in_use % of it has blocks)" test "$in_use" -ge 95
+        check "RAID $raid: nothing outside the data partition has changed" test "$(around "${serials[0]}")" = "$before"
+    else
+        miss "RAID $raid: the last ratio is not met"
+    fi
+    check "RAID $raid: it is watched to its end" op watch "$record"
+    check "RAID $raid: the record has three ratios" test "$(op show "$record" --json | tee "/tmp/guest/record.$raid" |
+        python3 -c 'import json, sys; r = json.load(sys.stdin); print(sum(x["iops"] > 0 for x in r["results"]))')" = 3
+    op show "$record"
+    check "RAID $raid: a report is made" op report "$record" --output "/root/$raid.html"
+    check "RAID $raid: a ratio is recommended" op recommend "$record" --min-iops 1
+    check "RAID $raid: nothing is left on the drives" free_and_empty "${serials[@]}"
 }

@@ -33,13 +33,14 @@ miss() {
     failed=$((failed + 1))
 }
 
-# check TEXT COMMAND...: the command succeeds.
+# check TEXT COMMAND...: the command succeeds, and so does this then.
 check() {
     local text=$1
     shift
     if "$@" >/tmp/guest/output 2>&1; then pass "$text"; else
         miss "$text"
         sed 's/^/        /' /tmp/guest/output
+        return 1
     fi
 }
 
