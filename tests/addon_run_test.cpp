@@ -272,17 +272,18 @@ TEST_F(AddonRun, RehearsesAndKeepsTheLatenciesAndSecondsThatFioTells) {
     ASSERT_EQ(kept.size(), 1U);
     EXPECT_GE(kept[0].write_amplification, 1);  // no latency
 
+    constexpr size_t kSlices = 4;
     const auto lines = split(support::read_file(log_file("random", "runtime_0.csv")), '\n');
-    ASSERT_EQ(lines.size(), static_cast<size_t>(20 + 3 * kept[0].rounds));
+    ASSERT_EQ(lines.size(), kSlices + 3 * static_cast<size_t>(kept[0].rounds));
     EXPECT_EQ(count_of("RUNTIME_REPORT"), std::to_string(lines.size()));
     for (const std::string& line : lines) EXPECT_THAT(line, HasSubstr(", 120.5, 900, ")) << line;
-    const auto before = split(lines[19], ',');
-    for (const auto& [line, rate] : {std::pair(20, " 11"), std::pair(21, " 22")}) {
+    const auto before = split(lines[kSlices - 1], ',');
+    for (const auto& [line, rate] : {std::pair(kSlices, " 11"), std::pair(kSlices + 1, " 22")}) {
         const auto second = split(lines[line], ',');
         EXPECT_EQ(second[1], rate);
         EXPECT_EQ(second[4], before[4]);  // no more written than before the round
     }
-    EXPECT_NE(split(lines[22], ',')[4], before[4]);
+    EXPECT_NE(split(lines[kSlices + 2], ',')[4], before[4]);
     const std::string drives =
         support::read_file(kUtil + "/history/Record_" + std::to_string(record_no_) + "_drives.csv");
     EXPECT_THAT(drives, ::testing::ContainsRegex("\n0,[0-9]+,[0-9]+,[0-9]+,120.5,900\n"));
