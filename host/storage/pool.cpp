@@ -49,7 +49,7 @@ void refuse_foreign_volumes(const Lvm& lvm, const PoolRecord& pool) {
 void remove_dead_links(const Roots& roots, const PoolRecord& pool) {
     const std::string directory = roots.dev + "/" + pool.group_name();
     for (const std::string& name : names_in(directory).value_or(std::vector<std::string>())) {
-        const std::string link = directory + "/" + name;
+        const std::string link = fmt::format("{}/{}", directory, name);
         struct stat found {};
         if (::lstat(link.c_str(), &found) == 0 && S_ISLNK(found.st_mode) && !real_path(link))
             ::unlink(link.c_str());
