@@ -156,7 +156,14 @@ look_at_discards() { # SERIAL... ; sets cut_off and in_use, in percent, the wors
     done
 }
 
-last_ratio_runs() { compgen -G "$state/root/opt/Oprella/util/log/*_runtime_40.csv" >/dev/null && process_of fio >/dev/null; }
+# The report of a ratio has lines from its first slice on; the volume may be filled before.
+last_ratio_runs() {
+    local file
+    for file in "$state"/root/opt/Oprella/util/log/*_runtime_40.csv; do
+        [[ ! -s $file ]] || { process_of fio >/dev/null && return; }
+    done
+    return 1
+}
 
 lowest=0 # of the ratios; the others are 20 and 40
 evaluate() { # RAID "SERIAL..." [OPTION...]: as a new user does, from the plan to the report
