@@ -1,11 +1,7 @@
 /// The platform's own measurements of drives.
 
-#include <functional>
 #include <optional>
 #include <string>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "core/call.h"
 #include "core/query.h"
@@ -13,6 +9,7 @@
 #include "platform/hal.h"
 #include "platform/hal_slot.h"
 #include "provider/figures.h"
+#include "provider/measuring.h"
 
 namespace {
 
@@ -84,29 +81,11 @@ int measure(unsigned dev_id, int part_no, const Kind& kind) {
     }
 }
 
-/// Runs the work in a process that belongs to nobody.
-int detach(const std::function<void()>& work) {
-    const pid_t child = ::fork();
-    if (child < 0) return kFailure;
-    if (child == 0) {
-        ::setsid();
-        if (::fork() == 0) work();
-        ::_exit(0);
-    }
-    ::waitpid(child, nullptr, 0);
-    return 0;
-}
-
 int measure_all(const unsigned* dev_ids, int count, const int* part_nos, const Kind& kind,
                 bool background) {
-    if (count > 0 && dev_ids == nullptr) return kFailure;
-    int result = 0;
-    for (int drive = 0; drive < count; ++drive) {
-        const int part_no = part_nos != nullptr ? part_nos[drive] : kWholeDrive;
-        const auto work = [&] { return measure(dev_ids[drive], part_no, kind); };
-        result |= background ? detach([&] { work(); }) : work();
-    }
-    return result;
+    return provider::measure_each(
+        dev_ids, count, part_nos, background,
+        [&](unsigned dev_id, int part_no) { return measure(dev_id, part_no, kind); });
 }
 
 }  // namespace

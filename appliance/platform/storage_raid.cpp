@@ -12,10 +12,13 @@
 #include "core/query.h"
 #include "provider/ini/file.h"
 #include "provider/text.h"
+#include "shared/raid_level.h"
 
 namespace appliance {
 
 namespace {
+
+using ssd_op::shared::data_members;
 
 constexpr int kLastRaidId = 4095;  // as many as the id bitmap can hold
 
@@ -24,25 +27,6 @@ std::vector<uint32_t> drives_of(const RAID_CONF& group) {
     drives.insert(drives.end(), group.spare_drive_ids,
                   group.spare_drive_ids + group.spare_drive_num);
     return drives;
-}
-
-/// Members whose worth of data a group holds; 0 when the level does not go with so many members.
-int data_members(int level, int members) {
-    switch (level) {
-        case RAID_LEVEL_JBOD:
-        case 0:
-            return members;
-        case 1:
-            return members >= 1 ? 1 : 0;
-        case 5:
-            return members >= 3 ? members - 1 : 0;
-        case 6:
-            return members >= 4 ? members - 2 : 0;
-        case 10:
-            return members >= 4 && members % 2 == 0 ? members / 2 : 0;
-        default:
-            return 0;
-    }
 }
 
 bool is_free_drive(uint32_t dev_id) {

@@ -9,6 +9,7 @@
 #include "platform/storage.h"
 #include "platform/storage_pool.h"
 #include "provider/text.h"
+#include "provider/volume_ids.h"
 
 namespace appliance {
 
@@ -16,31 +17,20 @@ namespace {
 
 constexpr int kBusy = -16;
 
-/// Ids that a kind of volume may have.
-struct IdRange {
-    int first;
-    int last;
-};
-
-IdRange ids_of(uint64_t type) {
-    return type == LV_TYPE_TEST ? IdRange{1568, 1599} : IdRange{1, 1567};
-}
-
 std::optional<std::string> name_of(int lv_id) {
     return first<std::string>("SELECT name FROM lv WHERE lv_id = ?", lv_id);
 }
 
 int next_volume_id(uint64_t type) {
-    const IdRange range = ids_of(type);
+    const provider::IdRange range = provider::volume_ids(type);
     for (int id = range.first; id <= range.last; ++id)
         if (!name_of(id)) return id;
     return -1;
 }
 
 int create(LV_CREATE_REQUEST& request) {
-    const IdRange range = ids_of(request.type);
-    if (request.lv_id < range.first || request.lv_id > range.last || name_of(request.lv_id))
-        return -1;
+    const provider::IdRange range = provider::volume_ids(request.type);
+    if (!range.contains(request.lv_id) || name_of(request.lv_id)) return -1;
     if (!pool_exists(request.pool_id)) return -1;
     const uint64_t available = pool_free_sectors(request.pool_id);
     if (request.sectors == 0) request.sectors = available;

@@ -1,10 +1,6 @@
 /// Measurements of drives.
 
-#include <functional>
 #include <string>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "core/failure.h"
 #include "enrolment/given.h"
@@ -12,6 +8,7 @@
 #include "platform/hal.h"
 #include "provider/call.h"
 #include "provider/figures.h"
+#include "provider/measuring.h"
 
 namespace {
 
@@ -43,33 +40,17 @@ int measure_one(const char* name, unsigned dev_id, const Measurement& kind) {
     }
 }
 
-/// Runs the work in a process that belongs to nobody.
-int detach(const std::function<void()>& work) {
-    const pid_t child = ::fork();
-    if (child < 0) return kFailure;
-    if (child == 0) {
-        ::setsid();
-        if (::fork() == 0) work();
-        ::_exit(0);
-    }
-    ::waitpid(child, nullptr, 0);
-    return 0;
-}
-
 int measure_all(const char* name, const unsigned* dev_ids, int count, const int* part_nos,
                 Measurement kind, bool background) {
     return call(name,
                 arguments(dev_ids != nullptr && count > 0 ? dev_ids[0] : 0, count, kind.sequential,
                           background),
                 [&] {
-                    if (count > 0 && dev_ids == nullptr) return kFailure;
-                    int result = 0;
-                    for (int drive = 0; drive < count; ++drive) {
-                        kind.part_no = part_nos != nullptr ? part_nos[drive] : 0;
-                        const auto work = [&] { return measure_one(name, dev_ids[drive], kind); };
-                        result |= background ? detach([&] { work(); }) : work();
-                    }
-                    return result;
+                    return provider::measure_each(dev_ids, count, part_nos, background,
+                                                  [&](unsigned dev_id, int part_no) {
+                                                      kind.part_no = part_no;
+                                                      return measure_one(name, dev_id, kind);
+                                                  });
                 });
 }
 

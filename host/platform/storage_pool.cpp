@@ -7,6 +7,7 @@
 #include "platform/storage.h"
 #include "platform/storage_ids.h"
 #include "provider/call.h"
+#include "shared/raid_level.h"
 #include "storage/array.h"
 #include "storage/layout.h"
 #include "storage/owner.h"
@@ -44,7 +45,7 @@ ArrayRecord record_of(const Roots& roots, const RAID_CONF& group) {
         return count >= least && count <= RAID_MAX_DRIVES;
     };
     if (!possible(group.drive_num, 1) || !possible(group.spare_drive_num, 0) ||
-        data_members(group.raid_level, group.drive_num) == 0)
+        ssd_op::shared::data_members(group.raid_level, group.drive_num) == 0)
         throw Failure("The level does not go with so many drives.", "Ask for another one.");
     return {group.raid_id,
             group.raid_level,

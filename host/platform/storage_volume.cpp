@@ -5,6 +5,7 @@
 #include "platform/storage.h"
 #include "provider/call.h"
 #include "provider/text.h"
+#include "provider/volume_ids.h"
 #include "storage/owner.h"
 #include "storage/undoing.h"
 #include "storage/unique.h"
@@ -17,16 +18,6 @@ using provider::call;
 namespace {
 
 constexpr uint64_t kSectorBytes = 512;
-
-/// Ids that a kind of volume may have.
-struct IdRange {
-    int first;
-    int last;
-};
-
-IdRange ids_of(uint64_t type) {
-    return type == LV_TYPE_TEST ? IdRange{1568, 1599} : IdRange{1, 1567};
-}
 
 struct Found {
     VolumeRecord record;
@@ -44,7 +35,7 @@ std::optional<Found> find(int lv_id) {
 
 int next_volume_id(uint64_t type) {
     const UndoList undo(Roots{});
-    const IdRange range = ids_of(type);
+    const provider::IdRange range = provider::volume_ids(type);
     for (int id = range.first; id <= range.last; ++id) {
         if (!find_volume_record(undo, id)) return id;
     }
@@ -64,10 +55,9 @@ int id_of(const std::string& name) {
 int create(LV_CREATE_REQUEST& request) {
     const Roots roots;
     UndoList undo(roots);
-    const IdRange range = ids_of(request.type);
+    const provider::IdRange range = provider::volume_ids(request.type);
     const auto pool = find_pool_record(undo, request.pool_id);
-    if (request.lv_id < range.first || request.lv_id > range.last || !pool ||
-        find_volume_record(undo, request.lv_id))
+    if (!range.contains(request.lv_id) || !pool || find_volume_record(undo, request.lv_id))
         return -1;
     const uint64_t most = free_bytes(roots, undo, *pool);
     if (request.sectors > most / kSectorBytes) return -1;

@@ -7,30 +7,15 @@
 ///
 /// It goes no further than the device, and only over the drive's own units that are wholly within.
 
-#include <algorithm>
-#include <cstdint>
-#include <string>
-
 #include "measuring/discard.h"
 #include "programs/program.h"
-#include "shared/command_line.h"
+#include "provider/discard_options.h"
 
 namespace {
 
-constexpr uint64_t kMib = uint64_t{1} << 20;
-constexpr uint64_t kMostMib = UINT64_MAX / kMib;
-
-struct Options {
-    std::string device;
-    uint64_t offset_mib = 0;
-    uint64_t length_mib = kMostMib;
-    uint64_t step_mib = kMostMib;
-};
-
-int discard(const Options& options) {
+int discard(const provider::DiscardOptions& options) {
     const host::OurDevice device(host::Roots{}, options.device);
-    host::discard(device, {options.offset_mib * kMib, options.length_mib * kMib},
-                  options.step_mib * kMib);
+    host::discard(device, {options.offset(), options.length()}, options.step());
     return 0;
 }
 
@@ -38,13 +23,8 @@ int discard(const Options& options) {
 
 int main(int argc, char** argv) {
     return host::run_program("kblkdiscard", [&] {
-        Options options;
-        ssd_op::shared::Arguments app("Discard the blocks of a device.");
-        app.add("device", options.device, "Enrolled drive, data partition or volume").required();
-        app.add("-o", options.offset_mib, "First MiB to discard").between(uint64_t{0}, kMostMib);
-        app.add("-l", options.length_mib, "MiB to discard").between(uint64_t{0}, kMostMib);
-        app.add("-p", options.step_mib, "MiB to discard at a time").between(uint64_t{0}, kMostMib);
-        const auto code = app.parse(argc, argv);
-        return code ? *code : discard(options);
+        const auto parsed =
+            provider::parse_discard(argc, argv, "Enrolled drive, data partition or volume");
+        return parsed.is_asked ? discard(parsed.options) : parsed.exit_status;
     });
 }

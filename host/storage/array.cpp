@@ -13,6 +13,7 @@
 #include "enrolment/enrolment.h"
 #include "refusal/examination.h"
 #include "refusal/stack.h"
+#include "shared/raid_level.h"
 #include "storage/layout.h"
 #include "taking/taking.h"
 
@@ -72,7 +73,8 @@ void refuse_drives_in_use(const Roots& roots, const ArrayRecord& record) {
 
 std::vector<std::string> creation(const Roots& roots, const ArrayRecord& record,
                                   const std::vector<OurMember>& members) {
-    const std::string level = record.level == kJbod ? "linear" : std::to_string(record.level);
+    const std::string level =
+        record.level == RAID_LEVEL_JBOD ? "linear" : std::to_string(record.level);
     // Without a first resync, which would write each drive whole and leave it nothing spare.
     std::vector<std::string> words{"mdadm",
                                    "--create",
@@ -130,24 +132,6 @@ bool take_off(const Roots& roots, const OurMember& member, const std::string& uu
 
 }  // namespace
 
-int data_members(int level, int members) {
-    switch (level) {
-        case kJbod:
-        case 0:
-            return std::max(members, 0);
-        case 1:
-            return members >= 1 ? 1 : 0;
-        case 5:
-            return members >= 3 ? members - 1 : 0;
-        case 6:
-            return members >= 4 ? members - 2 : 0;
-        case 10:
-            return members >= 4 && members % 2 == 0 ? members / 2 : 0;
-        default:
-            return 0;
-    }
-}
-
 uint64_t usable_bytes(const Roots& roots, const UndoList& undo, const ArrayRecord& record) {
     const auto members = members_there(roots, undo, record.members);
     if (members.size() != record.members.size() || members.empty()) return 0;
@@ -158,9 +142,9 @@ uint64_t usable_bytes(const Roots& roots, const UndoList& undo, const ArrayRecor
         smallest = std::min(smallest, usable);
         sum += usable;
     }
-    if (record.level == kJbod) return sum;
-    return smallest *
-           static_cast<uint64_t>(data_members(record.level, static_cast<int>(members.size())));
+    if (record.level == RAID_LEVEL_JBOD) return sum;
+    return smallest * static_cast<uint64_t>(ssd_op::shared::data_members(
+                          record.level, static_cast<int>(members.size())));
 }
 
 std::optional<MdArray> running_array(const Roots& roots, const ArrayRecord& record) {

@@ -12,9 +12,6 @@
 
 namespace host {
 
-/// Members whose worth of data a RAID group holds; 0 when the level does not go with so many.
-int data_members(int level, int members);
-
 /// What a volume may use of an array: every member is left 32 MiB free before its end, so that what
 /// a smaller volume uses ends before what is given back to the drives.
 uint64_t usable_bytes(const Roots& roots, const UndoList& undo, const ArrayRecord& record);

@@ -11,8 +11,6 @@ namespace host {
 
 // What the undo list says of a thing, with a type. The process that made it is its owner.
 
-constexpr int kJbod = -2;  ///< the level of drives one behind the other
-
 struct ArrayRecord {
     int id = 0;
     int level = 0;

@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include "host_tree.h"
+#include "shared/raid_level.h"
 #include "storage/array.h"
 #include "storage/cleanup.h"
 #include "storage/layout.h"
@@ -17,6 +18,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using Kind = UndoEntry::Kind;
+using ssd_op::shared::data_members;
 
 class Undoing : public HostTree {
   protected:
@@ -60,12 +62,12 @@ TEST_F(Undoing, ListKeepsItsOrderAndOutlivesWhatEndsItsWriter) {
 
 TEST_F(Undoing, RecordsAreReadAsTheyWereWritten) {
     UndoList undo(roots_);
-    undo.add(entry_of(ArrayRecord{800, kJbod, "u:u", {"S1", "S2"}, {"S3"}, {}}));
+    undo.add(entry_of(ArrayRecord{800, RAID_LEVEL_JBOD, "u:u", {"S1", "S2"}, {"S3"}, {}}));
     undo.add(entry_of(PoolRecord{1, {800}, "tag", "", {}}));
     undo.add(entry_of(VolumeRecord{1568, 1, "tag", "id", {}}));
     const auto array = find_array_record(undo, 800);
     ASSERT_TRUE(array);
-    EXPECT_EQ(array->level, kJbod);
+    EXPECT_EQ(array->level, RAID_LEVEL_JBOD);
     EXPECT_THAT(array->members, ElementsAre("S1", "S2"));
     EXPECT_THAT(find_pool_record(undo, 1)->arrays, ElementsAre(800));
     EXPECT_EQ(find_volume_record(undo, 1568)->device(), "ssd_op_pool_1-lv1568");
@@ -141,7 +143,7 @@ TEST(StorageTools, LeaveTheEndOfADriveToTheTablesCopy) {
 }
 
 TEST(StorageTools, LevelsGoWithTheirNumbersOfDrives) {
-    EXPECT_EQ(data_members(kJbod, 3), 3);
+    EXPECT_EQ(data_members(RAID_LEVEL_JBOD, 3), 3);
     EXPECT_EQ(data_members(5, 3), 2);
     EXPECT_EQ(data_members(10, 6), 3);
     for (const auto& [level, count] : {std::pair(5, 2), {6, 3}, {10, 5}, {10, 2}, {7, 4}, {1, 0}})
