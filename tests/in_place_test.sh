@@ -10,7 +10,6 @@ repo=$(dirname "$here")
 build=$(realpath -- "$1")
 work=$(mktemp -d)
 trap 'rm -rf -- "$work"' EXIT
-failed=0
 
 make_root() {
     mmdebstrap --variant=essential --include="$("$repo/packaging/setup" --list in_place)" \
@@ -21,9 +20,8 @@ fresh=${2:-$work/fresh}
 [[ $# -gt 1 ]] || make_root "$fresh"
 fresh=$(realpath -- "$fresh")
 
-check() { # TEXT COMMAND...
-    if "${@:2}"; then echo "ok: $1"; else echo "FAILED: $1"; failed=1; fi
-}
+# shellcheck source=support/checks.sh
+source "$here/support/checks.sh"
 
 # A container of its own each time: root, PID 1, no drives, nothing of this machine but the build.
 container() { # NAME COMMAND...
@@ -76,4 +74,4 @@ check "an evaluation runs, and its record outlives a power-off" \
 for text in "NS510" "completed" "ended with the appliance" "IOPS"; do
     check "it shows: $text" says own "$text"
 done
-[[ $failed -eq 0 ]] || { tail -n 40 "$work"/*.out; exit 1; }
+[[ $failures -eq 0 ]] || { tail -n 40 "$work"/*.out; exit 1; }

@@ -10,24 +10,8 @@ trap 'on "$one" --off; on "$two" --off; rm -rf -- "$work"' EXIT
 
 on() { "$enter" --instance "$1" --build "$build" --bare "${@:2}"; }
 
-failures=0
-check() {
-    local what=$1
-    shift
-    if "$@"; then echo "ok: $what"; else
-        echo "FAILED: $what"
-        failures=$((failures + 1))
-    fi
-}
-
-# Waits for a condition as long as a loaded machine may need.
-eventually() {
-    for _ in {1..100}; do
-        "$@" && return
-        sleep 0.05
-    done
-    return 1
-}
+# shellcheck source=support/checks.sh
+source "$(dirname "$0")/support/checks.sh"
 
 sees() { on "$1" ps --columns 128 | grep -v grep | grep -q "$2"; }
 sees_not() { ! sees "$@"; }

@@ -14,6 +14,7 @@
 #include "storage/layout.h"
 #include "storage/mdadm.h"
 #include "storage/record.h"
+#include "storage/volume.h"
 #include "taking/taking.h"
 
 namespace host {
@@ -79,18 +80,12 @@ Ownership of_partition(const Roots& roots, const UndoList& undo, const std::stri
 
 // ---- A volume ----
 
-std::string without_dashes(std::string text) {
-    std::erase(text, '-');
-    return text;
-}
-
-/// Device mapper has the UUIDs of group and volume one behind the other.
 bool is_volume_of_ours(const UndoList& undo, const std::string& uuid) {
     const auto volumes = volumes_in(undo);
     return std::any_of(volumes.begin(), volumes.end(), [&](const VolumeRecord& volume) {
         const auto pool = find_pool_record(undo, volume.pool);
         return pool && !pool->uuid.empty() && !volume.uuid.empty() &&
-               uuid == "LVM-" + without_dashes(pool->uuid) + without_dashes(volume.uuid);
+               uuid == mapped_uuid(undo, volume);
     });
 }
 

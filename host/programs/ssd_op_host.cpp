@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <iostream>
 #include <string>
 
@@ -14,6 +13,7 @@
 #include "enrolment/enrolment.h"
 #include "programs/drive_list.h"
 #include "programs/leftovers.h"
+#include "programs/program.h"
 #include "shared/command_line.h"
 #include "storage/cleanup.h"
 
@@ -112,12 +112,5 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const Failure& failure) {
-        fmt::print(stderr, "ssd-op-host: {}\n{}\n", failure.what(), failure.next_step());
-    } catch (const std::exception& error) {
-        fmt::print(stderr, "ssd-op-host: {}\n", error.what());
-    }
-    return kFailed;
+    return host::run_program("ssd-op-host", [&] { return run(argc, argv); });
 }

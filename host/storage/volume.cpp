@@ -23,12 +23,6 @@ std::string without_dashes(std::string text) {
     return text;
 }
 
-/// What device mapper calls it: the UUIDs of group and volume, as far as they are known.
-std::string mapped_uuid(const UndoList& undo, const VolumeRecord& volume) {
-    const auto pool = find_pool_record(undo, volume.pool);
-    return "LVM-" + without_dashes(pool ? pool->uuid : "") + without_dashes(volume.uuid);
-}
-
 PoolRecord pool_under(const UndoList& undo, const VolumeRecord& volume) {
     auto pool = find_pool_record(undo, volume.pool);
     if (!pool) throw Failure(fmt::format("The pool of the volume {} is not known.", volume.id), "");
@@ -76,6 +70,11 @@ void remove_from_kernel(const Roots& roots, const UndoList& undo, const VolumeRe
 }
 
 }  // namespace
+
+std::string mapped_uuid(const UndoList& undo, const VolumeRecord& volume) {
+    const auto pool = find_pool_record(undo, volume.pool);
+    return "LVM-" + without_dashes(pool ? pool->uuid : "") + without_dashes(volume.uuid);
+}
 
 std::optional<VolumeDevice> find_volume(const Roots& roots, const UndoList& undo,
                                         const VolumeRecord& volume) {

@@ -17,6 +17,9 @@ struct VolumeDevice {
     uint64_t bytes = 0;
 };
 
+/// What device mapper calls it: the UUIDs of group and volume, as far as they are known.
+std::string mapped_uuid(const UndoList& undo, const VolumeRecord& volume);
+
 /// None when it is not active, whatever LVM knows of it.
 std::optional<VolumeDevice> find_volume(const Roots& roots, const UndoList& undo,
                                         const VolumeRecord& volume);

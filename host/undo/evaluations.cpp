@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <charconv>
 #include <string>
-#include <string_view>
 
 #include "core/ini.h"
-#include "core/read.h"
+#include "core/process.h"
 #include "core/text.h"
 
 namespace host {
@@ -17,23 +16,13 @@ namespace {
 constexpr const char* kAnnounced = "/root/etc/.sm_v2_ssd_op_runtime_info";
 constexpr const char* kKey = "driver";  // "PID START"
 
-bool is_number(std::string_view text) {
-    uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size();
-}
-
-/// Id and start together are one process; the id alone may be another's by now.
 bool lives(const Roots& roots, const std::string& announced) {
-    constexpr size_t kStart = 19;  // behind the name, which may hold blanks and brackets
     const auto words = split(announced, ' ');
-    if (words.size() != 2 || !is_number(words[0]) || !is_number(words[1])) return false;
-    const auto stat = read_attribute(roots.proc + "/" + std::string(words[0]) + "/stat");
-    const size_t name_end = stat ? stat->rfind(") ") : std::string::npos;
-    if (name_end == std::string::npos) return false;
-    const auto fields = split(std::string_view(*stat).substr(name_end + 2), ' ');
-    return fields.size() > kStart && fields[kStart] == words[1] && fields[0] != "Z" &&
-           fields[0] != "X";
+    if (words.size() != 2) return false;
+    int64_t process = 0;
+    const char* const words_end = words[0].data() + words[0].size();
+    const auto [end, error] = std::from_chars(words[0].data(), words_end, process);
+    return error == std::errc() && end == words_end && beginning_of(roots, process) == words[1];
 }
 
 }  // namespace

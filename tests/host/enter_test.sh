@@ -13,22 +13,8 @@ root="$SSD_OP_HOST_STATE/root"
 inside() { "$enter" --build "$build" "$@"; }
 fixed() { ls -ld /etc/config /etc/init.d/services.sh /mnt/HDA_ROOT /opt/Oprella /tmp/opr_run_once_on_boot /var/kfunc /var/lib/ssd-op 2>&1 || true; }
 
-failures=0
-check() {
-    local what=$1
-    shift
-    if "$@"; then echo "ok: $what"; else
-        echo "FAILED: $what"
-        failures=$((failures + 1))
-    fi
-}
-eventually() {
-    for _ in {1..100}; do
-        "$@" && return
-        sleep 0.05
-    done
-    return 1
-}
+# shellcheck source=../support/checks.sh
+source "$(dirname "$0")/../support/checks.sh"
 sees() { inside ps --columns 128 | grep -v grep | grep -q "$1"; }
 sees_not() { ! sees "$@"; }
 refused() { ! inside true 2>"$work/complaint" && grep -q -- "$1" "$work/complaint"; }
