@@ -103,8 +103,9 @@ int PD_Enumerate(unsigned* dev_ids, int max) {
 }
 
 int PD_Is_Exist(int enclosure, int port) {
-    return call("PD_Is_Exist", arguments(enclosure, port),
-                [&] { return given_in(enclosure, port) ? 1 : 0; });
+    // A look that fails, -1, must not read as a drive.
+    return std::max(0, call("PD_Is_Exist", arguments(enclosure, port),
+                            [&] { return given_in(enclosure, port) ? 1 : 0; }));
 }
 
 int PD_Get_Info(int enclosure, int port, PD_INFO* info) {
