@@ -13,9 +13,18 @@ names_of() {
     echo "${names#,}"
 }
 
+# Drives are given; what is on them then is what is to be on them after all.
 give() {
     local serial
-    for serial in "$@"; do op drives enroll "$serial" --yes-erase "$serial" || return; done
+    for serial in "$@"; do
+        op drives enroll "$serial" --yes-erase "$serial" || return
+        remember "$serial"
+    done
+}
+remember() { content_of "$1" >"$state/content.$1"; }
+content_of() {
+    sync
+    outside sum "$1" 0 "$(blockdev --getsize64 "$(device_of "$1")")"
 }
 
 field() { python3 -c 'import json, sys
@@ -53,9 +62,9 @@ wait_for() {
 }
 gone() { ! lives "$1"; }
 
-# How the evaluation has ended, in a word.
+# How the evaluation has ended.
 outcome() { op list --json | python3 -c 'import json, sys
-print(*(r["status"] for r in json.load(sys.stdin) if r["record"] == int(sys.argv[1])))' "$record"; }
+print(*("broken off" if r["broken_off"] else r["status"] for r in json.load(sys.stdin) if r["record"] == int(sys.argv[1])))' "$record"; }
 
 # The process that runs a program, by its name; nothing when none does.
 process_of() {
@@ -113,14 +122,15 @@ is_there() {
     [[ -n ${devices[$1]:-} && -b ${devices[$1]:-/} ]]
 }
 
-# Nothing of an evaluation is left on them or above them.
+# Nothing of an evaluation is left on them or above them, and they hold what they did when they were given.
 free_and_empty() {
     local serial device
     for serial in "$@"; do
         device=$(device_of "$serial")
         [[ -z $(ls -A "/sys/block/${device#/dev/}/holders") ]] || { echo "$serial has holders"; return 1; }
         ! compgen -G "${device}p*" >/dev/null || { echo "$serial has partitions"; return 1; }
-        [[ -z $(wipefs --noheadings "$device") ]] || { echo "$serial has signatures"; wipefs "$device"; return 1; }
+        [[ $(content_of "$serial") == "$(<"$state/content.$serial")" ]] ||
+            { echo "$serial holds something"; wipefs "$device"; return 1; }
     done
     [[ ! -e /proc/mdstat ]] || ! grep -q '^md' /proc/mdstat || { cat /proc/mdstat; return 1; }
     ! dmsetup ls 2>/dev/null | grep -v 'No devices' || return 1
@@ -130,13 +140,25 @@ free_and_empty() {
 mib=$((1 << 20))
 sectors() { cat "/sys/block/$1/$1p3/$2"; }
 
-# What lies before and behind the data partition of a drive.
-around() {
-    local name start end
-    name=$(basename "$(device_of "$1")")
-    start=$(($(sectors "$name" start) * 512))
-    end=$((start + $(sectors "$name" size) * 512))
-    echo "$(outside sum "$1" 0 $start) $(outside sum "$1" $end $(($(cat "/sys/block/$name/size") * 512 - end)))"
+# The other partitions get something that can be lost.
+fill_other_partitions() { # SERIAL...
+    local serial part
+    for serial in "$@"; do
+        for part in 1 2; do
+            head -c 1M /dev/urandom | dd of="$(device_of "$serial")p$part" conv=fsync status=none || return
+        done
+    done
+}
+
+# What lies before and behind the data partitions of drives.
+around() { # SERIAL...
+    local serial name start end
+    for serial in "$@"; do
+        name=$(basename "$(device_of "$serial")")
+        start=$(($(sectors "$name" start) * 512))
+        end=$((start + $(sectors "$name" size) * 512))
+        echo "$(outside sum "$serial" 0 $start) $(outside sum "$serial" $end $(($(cat "/sys/block/$name/size") * 512 - end)))"
+    done
 }
 
 # While the last ratio is measured: which share of what the drives have cut off, and of what they still
@@ -174,20 +196,31 @@ evaluate() { # RAID "SERIAL..." [OPTION...]: as a new user does, from the plan t
     check "RAID $raid: an evaluation starts" begin "$raid" "$2" --title "RAID $raid in the guest" --min-op "$lowest" --max-op 40 --interval 20 "${more[@]}"
     [[ -n ${record:-} ]] || return
     check "RAID $raid: its script begins" reach script || return
-    before=$(around "${serials[0]}")
+    check "RAID $raid: the other partitions are filled" fill_other_partitions "${serials[@]}"
+    before=$(around "${serials[@]}")
     if wait_for 400 last_ratio_runs; then
         look_at_discards "${serials[@]}"
-        check "RAID $raid: what is cut off has been given back ($cut_off % of it has blocks)" test "$cut_off" -eq 0
+        # Where one ratio is all, what it cuts off was never written to.
+        [[ $lowest -eq 40 ]] ||
+            check "RAID $raid: what is cut off has been given back ($cut_off % of it has blocks)" test "$cut_off" -eq 0
         check "RAID $raid: what is in use has not ($in_use % of it has blocks)" test "$in_use" -ge 95
-        check "RAID $raid: nothing outside the data partition has changed" test "$(around "${serials[0]}")" = "$before"
+        check "RAID $raid: nothing outside the data partitions has changed" test "$(around "${serials[@]}")" = "$before"
     else
         miss "RAID $raid: the last ratio is not met"
     fi
     check "RAID $raid: it is watched to its end" op watch "$record"
+    check "RAID $raid: it is completed" test "$(outcome)" = completed
     check "RAID $raid: the record has all ratios" test "$(op show "$record" --json | tee "/tmp/guest/record.$raid" |
         python3 -c 'import json, sys; r = json.load(sys.stdin); print(sum(x["iops"] > 0 for x in r["results"]))')" = $(((40 - lowest) / 20 + 1))
     op show "$record"
-    check "RAID $raid: a report is made" op report "$record" --output "/root/$raid.html"
-    check "RAID $raid: a ratio is recommended" op recommend "$record" --min-iops 1
+    reports "RAID $raid"
     check "RAID $raid: nothing is left on the drives" free_and_empty "${serials[@]}"
+}
+
+reports() { # TEXT
+    check "$1: a page is made" op report "$record" --output "/root/$record.html"
+    check "$1: a workbook is made" op export "$record" --xlsx --output "/root/$record.xlsx"
+    check "$1: it is whole" python3 -m zipfile -t "/root/$record.xlsx"
+    check "$1: a table lies where it is said to" test -s "$(op export "$record" --csv --output /tmp/table.csv --json | field path)"
+    check "$1: a ratio is recommended" op recommend "$record" --min-iops 1
 }

@@ -67,6 +67,29 @@ sum_of() {
     sha256sum <"$1"
 }
 
+# at_terminal PATTERN COMMAND: runs it at a terminal of its own until the pattern shows; then answer is to be
+# called, which types a line and has the command's exit status.
+session=/tmp/guest/session
+at_terminal() {
+    local i
+    rm -f /tmp/guest/typed "$session"
+    mkfifo /tmp/guest/typed
+    script -fqec "$2" "$session" </tmp/guest/typed >/dev/null &
+    at_terminal=$!
+    exec 8>/tmp/guest/typed
+    for ((i = 0; i < 300; i++)); do
+        grep -qs -- "$1" "$session" && return
+        sleep 0.1
+    done
+}
+answer() {
+    local status=0
+    echo "$1" >&8
+    wait "$at_terminal" || status=$?
+    exec 8>&-
+    return $status
+}
+
 # enroll SERIAL [OPTION...]: as a script does.
 enroll() { "$host" drives enroll "$1" --yes-erase "$@"; }
 
