@@ -40,8 +40,14 @@ make_environment() {
         PATH=/opt/ssd-op/bin:/sbin:/bin:/usr/local/bin:/usr/sbin:/usr/bin
         LD_LIBRARY_PATH=/opt/ssd-op/lib/host:/opt/ssd-op/lib
         DM_DISABLE_UDEV=1
-        SSD_OP_PROVIDER=host SSD_OP_INSIDE=host
+        SSD_OP_PROVIDER=host SSD_OP_INSIDE=host SSD_OP_ROOT="$root"
     )
+}
+
+# For what asks no drive and touches no file.
+run_outside() {
+    export LD_LIBRARY_PATH=$build/lib/host:$build/lib SSD_OP_INSIDE=host
+    exec "$build/bin/$1" "${@:2}"
 }
 
 # A signal for this script is for the command.

@@ -21,6 +21,7 @@ refused() { ! inside true 2>"$work/complaint" && grep -q -- "$1" "$work/complain
 
 [[ $(id -u) -eq 0 ]] || { echo "This test needs root." && exit 77; }
 before=$(fixed)
+check "help is for everybody" setpriv --reuid 65534 --clear-groups -- "$build/bin/ssd-op" --host start --help >/dev/null
 inside true 2>"$work/complaint" || ! grep 'Please install them' "$work/complaint" || exit 77
 rm -rf -- "$SSD_OP_HOST_STATE"
 
@@ -40,7 +41,7 @@ check "the host's libraries come first" \
 check "the shell knows what the appliance's does" test "$(inside sh -c 'echo lost &>/dev/null; echo $'\''a\tb'\')" = $'a\tb'
 # shellcheck disable=SC2016
 check "the caller's environment stays outside" test -z "$(SECRET=told inside bash -c 'echo "$SECRET"')"
-check "it can be entered from inside" inside ssd-op --host list >/dev/null
+check "it can be entered from inside" inside sh -c 'ssd-op --host list >/dev/null'
 check "drives that nobody gave are not there" grep -q 'drives enroll SERIAL' <("$build/bin/ssd-op" --host drives)
 status=0
 inside sh -c 'exit 7' || status=$?
