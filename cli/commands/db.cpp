@@ -10,6 +10,7 @@
 #include "output/failure.h"
 #include "output/terminal.h"
 #include "output/text.h"
+#include "process/outer_path.h"
 #include "ssd_op.h"
 
 namespace cli {
@@ -33,11 +34,11 @@ void where(const Options& options) {
     const Place place = find_database();
     if (options.json) {
         print_json({{"location", location_word(place.location)},
-                    {"path", place.path},
+                    {"path", outer_path(place.path)},
                     {"size_kib", place.size_kib}});
     } else {
-        fmt::print("{}  ({}, {} KiB)\n", printable(place.path), location_word(place.location),
-                   place.size_kib);
+        fmt::print("{}  ({}, {} KiB)\n", printable(outer_path(place.path)),
+                   location_word(place.location), place.size_kib);
     }
 }
 

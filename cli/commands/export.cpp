@@ -10,6 +10,7 @@
 #include "output/terminal.h"
 #include "output/text.h"
 #include "process/interrupt.h"
+#include "process/outer_path.h"
 #include "process/report_copy.h"
 #include "process/report_making.h"
 
@@ -38,10 +39,11 @@ void tell(const Options& options, const std::string& path) {
     if (options.file.json) {
         print_json({{"record", options.record_no},
                     {"format", options.csv ? "csv" : "xlsx"},
-                    {"path", path},
+                    {"path", outer_path(path)},
                     {"bytes", std::filesystem::file_size(path)}});
     } else {
-        fmt::print("The report of record {} lies in {}\n", options.record_no, printable(path));
+        fmt::print("The report of record {} lies in {}\n", options.record_no,
+                   printable(outer_path(path)));
     }
 }
 

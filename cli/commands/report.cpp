@@ -15,6 +15,7 @@
 #include "page/page.h"
 #include "page/report_data.h"
 #include "process/interrupt.h"
+#include "process/outer_path.h"
 #include "process/report_copy.h"
 #include "process/report_making.h"
 
@@ -43,10 +44,10 @@ void tell(const Options& options, const std::string& path) {
     if (options.file.json) {
         print_json({{"records", options.record_nos},
                     {"format", "html"},
-                    {"path", path},
+                    {"path", outer_path(path)},
                     {"bytes", std::filesystem::file_size(path)}});
     } else {
-        fmt::print("The report lies in {}\n", printable(path));
+        fmt::print("The report lies in {}\n", printable(outer_path(path)));
     }
 }
 
