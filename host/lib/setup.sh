@@ -13,6 +13,8 @@ check_host() {
     done
     [[ ${#missing[@]} -eq 0 ]] || fail "programs that it works with are missing. Please install them:" \
         "apt-get install --no-install-recommends ${missing[*]}"
+    bwrap --dev-bind / / true 2>/dev/null ||
+        fail "bubblewrap may not make a private root here, as in most containers. Please run it on the host itself"
 }
 
 # What is in there decides over data: nobody else's directory, and nobody else writes to it.
