@@ -8,6 +8,7 @@
 
 #include "commands/commands.h"
 #include "output/failure.h"
+#include "output/text.h"
 #include "start/launch.h"
 
 namespace {
@@ -81,7 +82,7 @@ int run_and_tell_failure(int argc, char** argv) {
     } catch (const cli::Failure& failure) {
         std::fflush(stdout);
         fmt::print(stderr, "ssd-op: {}\n", failure.what());
-        if (!failure.advice().empty()) fmt::print(stderr, "{}\n", failure.advice());
+        if (!failure.advice().empty()) fmt::print(stderr, "{}\n", cli::as_called(failure.advice()));
         return failure.code();
     } catch (const std::exception& error) {
         fmt::print(stderr, "ssd-op: {}\n", error.what());

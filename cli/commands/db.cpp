@@ -151,7 +151,7 @@ Json check_json(const DatabaseCheck& check) {
 std::string version_text(int version) {
     if (version == kNoVersion) return "unreadable";
     if (version < kCurrentVersion)
-        return fmt::format("{}; ssd-op db upgrade brings it up", version);
+        return as_called(fmt::format("{}; ssd-op db upgrade brings it up", version));
     if (version == kCurrentVersion) return std::to_string(version);
     return fmt::format("{}; made by a newer program, this one knows up to {}", version,
                        kCurrentVersion);

@@ -44,8 +44,8 @@ void print_table(const std::vector<Record>& records) {
              fmt::format("{} to {} %, step {}", record->min_op, record->max_op, record->interval),
              printable(record->title)});
     }
-    fmt::print("{}",
-               table.empty() ? "There is no record yet; ssd-op start makes one.\n" : table.text());
+    fmt::print("{}", table.empty() ? as_called("There is no record yet; ssd-op start makes one.\n")
+                                   : table.text());
 }
 
 Json to_json(const ssd_op_db_record& record) {

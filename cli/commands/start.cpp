@@ -5,6 +5,7 @@
 #include "commands/commands.h"
 #include "model/choice.h"
 #include "output/failure.h"
+#include "output/text.h"
 #include "start/launch.h"
 #include "start/plan_output.h"
 #include "view/watch.h"
@@ -41,7 +42,9 @@ void report_start(int record_no, const Plan& plan, const Options& options) {
         json["plan"] = plan_json(plan);
         print_json(json);
     } else {
-        fmt::print("\nEvaluation {0} has started. ssd-op watch {0} follows it.\n", record_no);
+        fmt::print("{}",
+                   as_called(fmt::format(
+                       "\nEvaluation {0} has started. ssd-op watch {0} follows it.\n", record_no)));
         std::fflush(stdout);
     }
 }

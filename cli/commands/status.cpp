@@ -42,7 +42,8 @@ void run(const Options& options) {
             running, [](const Record& record) { return snapshot_json(take_snapshot(*record)); }));
         return;
     }
-    if (running.empty()) fmt::print("No evaluation is running; ssd-op list has the past.\n");
+    if (running.empty())
+        fmt::print("{}", as_called("No evaluation is running; ssd-op list has the past.\n"));
     for (const Record& record : running) print_snapshot(take_snapshot(*record));
 }
 

@@ -13,6 +13,7 @@
 #include "model/leftover.h"
 #include "model/snapshot.h"
 #include "output/failure.h"
+#include "output/text.h"
 #include "process/child_answer.h"
 #include "process/interrupt.h"
 #include "process/requester.h"
@@ -32,8 +33,9 @@ struct Options {
 };
 
 std::string closing_text(const Snapshot& snapshot) {
-    return fmt::format("Its process still takes the storage down; ssd-op watch {} waits for that.",
-                       snapshot.record_no);
+    return as_called(
+        fmt::format("Its process still takes the storage down; ssd-op watch {} waits for that.",
+                    snapshot.record_no));
 }
 
 /// An evaluation that has ended is stopped once more for the sake of its storage alone.
@@ -85,12 +87,11 @@ Json to_json(const Snapshot& before, const Snapshot& after) {
 
 void report(const Snapshot& before, const Snapshot& after) {
     if (is_running(before.status)) {
-        fmt::print("Evaluation {} {}. What it had measured is kept: ssd-op show {}\n",
-                   after.record_no,
+        fmt::print("Evaluation {} {}. What it had measured is kept: {} {}\n", after.record_no,
                    after.status == SSD_OP_TEST_STATUS_STOPPED
                        ? "is stopped"
                        : "counts as " + status_word(after.status) + " now",
-                   after.record_no);
+                   as_called("ssd-op show"), after.record_no);
     }
     if (after.is_closing())
         fmt::print("{}\n", closing_text(after));

@@ -127,11 +127,12 @@ const Drive& find_drive(const std::vector<Drive>& drives, const std::string& nam
 
 std::string use_of(const Drive& drive) {
     if (drive.broken_off)
-        return fmt::format("in evaluation {0}, broken off; ssd-op stop {0} frees it",
-                           drive.record_no);
+        return as_called(fmt::format("in evaluation {0}, broken off; ssd-op stop {0} frees it",
+                                     drive.record_no));
     if (drive.record_no != 0) return fmt::format("in evaluation {}", drive.record_no);
     if (drive.left_by != 0)
-        return fmt::format("left by evaluation {0}; ssd-op stop {0} frees it", drive.left_by);
+        return as_called(
+            fmt::format("left by evaluation {0}; ssd-op stop {0} frees it", drive.left_by));
     if (drive.pool_id >= 0)
         return fmt::format("in pool {} (RAID group {})", drive.pool_id, drive.raid_id);
     if (drive.raid_id >= 0) return fmt::format("in RAID group {}", drive.raid_id);

@@ -149,15 +149,15 @@ std::string progress_line(const Snapshot& snapshot) {
 }
 
 std::string orphan_text(const Snapshot& snapshot) {
-    return fmt::format(
+    return as_called(fmt::format(
         "It broke off: its process is gone, and nothing brings it to an end. ssd-op stop {} gives "
         "its drives and services back.",
-        snapshot.record_no);
+        snapshot.record_no));
 }
 
 std::string left_storage_text(const Snapshot& snapshot) {
-    return fmt::format("Its storage is still there; ssd-op stop {} removes it.",
-                       snapshot.record_no);
+    return as_called(
+        fmt::format("Its storage is still there; ssd-op stop {} removes it.", snapshot.record_no));
 }
 
 Json snapshot_json(const Snapshot& snapshot) {

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
+#include <cstdlib>
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -53,6 +55,18 @@ std::string printable(std::string_view text) {
         text.remove_prefix(character.size());
     }
     return shown;
+}
+
+std::string as_called(std::string text) {
+    const char* const inside = std::getenv("SSD_OP_INSIDE");
+    if (inside == nullptr || std::string_view(inside) != "host") return text;
+    constexpr std::string_view kName = "ssd-op ";
+    for (size_t at = text.find(kName); at != std::string::npos; at = text.find(kName, at)) {
+        at += kName.size();
+        if (at < text.size() && std::islower(static_cast<unsigned char>(text[at])) != 0)
+            text.insert(at, "--host ");
+    }
+    return text;
 }
 
 size_t columns(std::string_view text) {

@@ -15,6 +15,9 @@ namespace cli {
 /// like.
 std::string printable(std::string_view text);
 
+/// A text of ours that names commands ("ssd-op stop 3"), as they are to be typed here.
+std::string as_called(std::string text);
+
 /// Columns that a text takes on a terminal, one for each character of UTF-8.
 size_t columns(std::string_view text);
 

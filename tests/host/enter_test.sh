@@ -42,6 +42,7 @@ check "the shell knows what the appliance's does" test "$(inside sh -c 'echo los
 # shellcheck disable=SC2016
 check "the caller's environment stays outside" test -z "$(SECRET=told inside bash -c 'echo "$SECRET"')"
 check "it can be entered from inside" inside sh -c 'ssd-op --host list >/dev/null'
+check "commands are named as they are called here" grep -q 'ssd-op --host start makes' <(inside ssd-op list 2>&1)
 check "drives that nobody gave are not there" grep -q 'drives enroll SERIAL' <("$build/bin/ssd-op" --host drives)
 status=0
 inside sh -c 'exit 7' || status=$?
