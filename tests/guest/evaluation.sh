@@ -95,7 +95,7 @@ in_phase() {
 
 # reach PHASE: waits for it; fails when the evaluation ends before.
 reach() {
-    local end=$((SECONDS + 600))
+    local end=$((SECONDS + 900))
     volume_seen=''
     until in_phase "$1"; do
         if ! lives "$driver" || ((SECONDS >= end)); then
