@@ -22,7 +22,7 @@ void add_drive(uint32_t dev_id, DriveReading& reading, bool& all_count) {
     if (result != 0 || !info) return;
     reading.host_written_kib += info->host_written_kib;
     reading.flash_written_kib += info->flash_written_kib;
-    all_count &= info->flash_written_kib > 0 || info->host_written_kib == 0;
+    all_count &= info->flash_written_kib > 0 && info->host_written_kib > 0;
     const auto temperature = static_cast<int8_t>(PD_SMART_Get_Temperature(info.get()));
     reading.hottest = std::max<int>(reading.hottest, temperature);
 }

@@ -11,7 +11,7 @@ namespace appliance::addon {
 /// What the drives of a record's test storage report about themselves.
 struct DriveReading {
     uint64_t host_written_kib = 0;   ///< sum over the drives
-    uint64_t flash_written_kib = 0;  ///< sum over the drives; 0 unless all of them count it
+    uint64_t flash_written_kib = 0;  ///< sum over the drives; 0 unless all of them count both
     int hottest = 0;                 ///< highest temperature, degrees Celsius
 };
 
