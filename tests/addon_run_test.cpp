@@ -47,10 +47,10 @@ struct Kept {
 
 class AddonRun : public support::ApplianceTest {
   protected:
-    /// A RAID 5 group with a volume on it, and a record that is testing.
+    /// A RAID 5 group with a volume on it, a record that is testing, and a drive beside it.
     void SetUp() override {
         appliance().with([](appliance::Blueprint& blueprint) {
-            blueprint.drives = 3;
+            blueprint.drives = 4;
             blueprint.drive.size_gb = 8;
         });
         create_volume();
@@ -77,13 +77,13 @@ class AddonRun : public support::ApplianceTest {
         ASSERT_EQ(LV_Get_Size(request.lv_id, &sectors_), 0);
     }
 
-    void create_record(const std::string& title = {}) {
+    void create_record(const std::string& title = {}, int drives = 3) {
         auto* record = static_cast<ssd_op_db_record*>(std::calloc(1, sizeof(ssd_op_db_record)));
         auto* raid = static_cast<ssd_op_db_raid_conf*>(std::calloc(1, sizeof(ssd_op_db_raid_conf)));
         raid->raid_id = kRaidId;
         raid->raid_level = 5;
-        raid->ssd_drive_num = 3;
-        for (int i = 0; i < 3; ++i) raid->ssd_drives[i].dev_id = appliance::drive_id(i);
+        raid->ssd_drive_num = drives;
+        for (int i = 0; i < drives; ++i) raid->ssd_drives[i].dev_id = appliance::drive_id(i);
         record->raid_conf = raid;
         title.copy(record->title, sizeof record->title - 1);
         record->max_op = 20;
@@ -149,6 +149,12 @@ class AddonRun : public support::ApplianceTest {
                             std::stod(fields[3]), std::stoi(fields[4]), fields[5]});
         }
         return kept;
+    }
+
+    /// What the drives counted at each ratio.
+    std::string drives_history() const {
+        return support::read_file(kUtil + "/history/Record_" + std::to_string(record_no_) +
+                                  "_drives.csv");
     }
 
     std::string count_of(const std::string& table) {
@@ -284,9 +290,28 @@ TEST_F(AddonRun, RehearsesAndKeepsTheLatenciesAndSecondsThatFioTells) {
         EXPECT_EQ(second[4], before[4]);  // no more written than before the round
     }
     EXPECT_NE(split(lines[kSlices + 2], ',')[4], before[4]);
-    const std::string drives =
-        support::read_file(kUtil + "/history/Record_" + std::to_string(record_no_) + "_drives.csv");
-    EXPECT_THAT(drives, ::testing::ContainsRegex("\n0,[0-9]+,[0-9]+,[0-9]+,120.5,900\n"));
+    EXPECT_THAT(drives_history(), ::testing::ContainsRegex("\n0,[0-9]+,[0-9]+,[0-9]+,120.5,900\n"));
+}
+
+TEST_F(AddonRun, CountsNoReadingThatLacksADrive) {
+    create_record("Quick rehearsal: of a drive that does not answer");
+    const TalkingFio fio;
+    const Run run{.size_mib = 64, .min_iops = 10'000'000};  // four slices and five rounds
+    // Each of the ten samples reads three drives twice. Missed are the first and the last one.
+    for (const int read : {1, 6 * 9 + 1}) appliance().failing("PD_SMART_Read_Info", Nth(read), -1);
+    ASSERT_EQ(measure(run), exited(0));
+    ASSERT_EQ(history().size(), 1U);
+    EXPECT_GE(history()[0].write_amplification, 1);
+    EXPECT_LT(history()[0].write_amplification, 10);
+    EXPECT_THAT(drives_history(), HasSubstr("\n0,,,"));  // and not of a lifetime
+
+    create_record("Quick rehearsal: of a drive that counts nothing", 4);
+    appliance::exclusively([] {  // it is no SSD any more
+        return appliance::state().exec("UPDATE drive SET flags = 0 WHERE dev_id & 255 = 4");
+    });
+    ASSERT_EQ(measure(run), exited(0));
+    EXPECT_EQ(history()[0].write_amplification, 0);
+    EXPECT_THAT(drives_history(), ::testing::ContainsRegex("\n0,[0-9]+,,"));
 }
 
 TEST_F(AddonRun, SkipsARatioThatCannotBeSet) {

@@ -163,20 +163,26 @@ fill_volume() {
 
 # ---- Observing ----
 
-# Take what the drives say: their counters, and a row of temperatures. A failed reading repeats the
-# last one, so that a drive that does not answer costs no measurement.
+# Take what the drives say: their counters, and a row of temperatures. Counters that lack a drive's
+# repeat the last ones, both of them, so that a drive that does not answer costs no measurement. It
+# may be the hottest, so the temperature does not fall then.
 observe_drives() {
+    local missed=0 host flash celsius
     elapsed
-    ask "$OPR" sample "$RECORD" "$VOLUME" "$ELAPSED_MS" "$TEMPERATURES" ||
-        ANSWER=("${HOST_KIB[-1]}" "${FLASH_KIB[-1]}" "${CELSIUS[-1]}")
-    HOST_KIB+=("${ANSWER[0]}") FLASH_KIB+=("${ANSWER[1]}") CELSIUS+=("${ANSWER[2]}")
+    ask "$OPR" sample "$RECORD" "$VOLUME" "$ELAPSED_MS" "$TEMPERATURES" || missed=1
+    host=${ANSWER[0]:-0} flash=${ANSWER[1]:-0} celsius=${ANSWER[2]:-0}
+    if ((missed || (flash == 0 && FLASH_KIB[-1] > 0))); then
+        host=${HOST_KIB[-1]} flash=${FLASH_KIB[-1]}
+    fi
+    if ((missed && celsius < CELSIUS[-1])); then celsius=${CELSIUS[-1]}; fi
+    HOST_KIB+=("$host") FLASH_KIB+=("$flash") CELSIUS+=("$celsius")
 }
 
 # Set WA to the drives' write amplification over the last $1 steps: flash writes per host write.
 take_write_amplification() {
     local host=$((HOST_KIB[-1] - HOST_KIB[-1 - $1])) flash=$((FLASH_KIB[-1] - FLASH_KIB[-1 - $1]))
     WA=0
-    ((host <= 0 || flash < 0)) || # 0: not known
+    ((FLASH_KIB[-1 - $1] == 0 || host <= 0 || flash < 0)) || # 0: not known
         printf -v WA '%d.%02d' "$((flash / host))" "$((flash % host * 100 / host))"
 }
 
@@ -359,14 +365,14 @@ remember() {
 
 # What the drives counted at the ratio, and the latencies of its last step.
 remember_drives() {
-    local file=$UTIL/history/Record_${RECORD}_drives.csv flash=$((FLASH_KIB[-1] - FLASH_KIB[1]))
-    ((FLASH_KIB[-1] > 0)) || {
-        flash=''
+    local file=$UTIL/history/Record_${RECORD}_drives.csv host='' flash=''
+    ((HOST_KIB[1] == 0)) || host=$((HOST_KIB[-1] - HOST_KIB[1]))
+    ((FLASH_KIB[1] == 0)) || flash=$((FLASH_KIB[-1] - FLASH_KIB[1]))
+    ((FLASH_KIB[-1] > 0)) ||
         log "OP $OP: the drives do not count what they write to their flash; write amplification unknown"
-    }
     [[ -s $file ]] ||
         echo "op,host_written_kib,flash_written_kib,hottest_celsius,mean_latency_us,p99_latency_us" >"$file"
-    echo "$OP,$((HOST_KIB[-1] - HOST_KIB[1])),$flash,$(hottest),$MEAN_US,$P99_US" >>"$file"
+    echo "$OP,$host,$flash,$(hottest),$MEAN_US,$P99_US" >>"$file"
 }
 
 hottest() {

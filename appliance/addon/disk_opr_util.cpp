@@ -48,13 +48,14 @@ int set_op(int record_no, const std::string& volume, int ratio) {
     return kOk;
 }
 
+/// Sums that lack a drive are no counters: then it fails, and the temperature alone counts.
 int sample(int record_no, uint64_t time_ms, const std::string& file) {
     const auto reading = read_drives(record_no);
     if (!reading) return kFailed;
     SSD_OP_Test_Record_SSD_Info(record_no, time_ms, file.c_str());
     fmt::print("{} {} {}\n", reading->host_written_kib, reading->flash_written_kib,
                reading->hottest);
-    return kOk;
+    return reading->all_answered ? kOk : kFailed;
 }
 
 int progress(int record_no, const std::string& volume, const Status& status,
@@ -110,7 +111,8 @@ void add_measuring_commands(Arguments& app, Request& request) {
     Arguments take =
         add_command(app, request, "sample",
                     "Append the drives' temperatures to a file; prints KiB written by the "
-                    "host, KiB written to the flash, highest temperature",
+                    "host, KiB written to the flash, highest temperature; fails when a drive is "
+                    "not in these",
                     [&] { return sample(request.record_no, request.time_ms, request.file); });
     take.add("time", request.time_ms, "Milliseconds since the ratio's start").required();
     take.add("file", request.file, "Temperature file").required();

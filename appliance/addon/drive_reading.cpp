@@ -19,7 +19,10 @@ void add_drive(uint32_t dev_id, DriveReading& reading, bool& all_count) {
     const int result = PD_SMART_Read_Info(static_cast<int>(dev_id >> 16),
                                           static_cast<int>(dev_id & 0xFFFFU), &block);
     const std::unique_ptr<PD_SMART_INFO, FreeBlock> info(block);
-    if (result != 0 || !info) return;
+    if (result != 0 || !info) {
+        reading.all_answered = false;
+        return;
+    }
     reading.host_written_kib += info->host_written_kib;
     reading.flash_written_kib += info->flash_written_kib;
     all_count &= info->flash_written_kib > 0 && info->host_written_kib > 0;
@@ -45,7 +48,7 @@ std::optional<DriveReading> read_drives(int record_no) {
         const int count = std::clamp(raid->ssd_drive_num, 0, SSD_OP_MAX_DRIVES);
         for (int i = 0; i < count; ++i) add_drive(raid->ssd_drives[i].dev_id, reading, all_count);
     }
-    if (!all_count) reading.flash_written_kib = 0;
+    if (!all_count || !reading.all_answered) reading.flash_written_kib = 0;
     return reading;
 }
 

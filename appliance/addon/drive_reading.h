@@ -13,6 +13,7 @@ struct DriveReading {
     uint64_t host_written_kib = 0;   ///< sum over the drives
     uint64_t flash_written_kib = 0;  ///< sum over the drives; 0 unless all of them count both
     int hottest = 0;                 ///< highest temperature, degrees Celsius
+    bool all_answered = true;        ///< false: a drive gave no SMART data, and is in none of these
 };
 
 struct FreeRecord {
@@ -21,7 +22,7 @@ struct FreeRecord {
 /// Null when there is no such record.
 std::unique_ptr<ssd_op_db_record, FreeRecord> load_record(int record_no);
 
-/// Reads the SMART data of the record's drives. A drive that gives none is left out.
+/// Reads the SMART data of the record's drives.
 /// @return nothing when there is no such record
 std::optional<DriveReading> read_drives(int record_no);
 
