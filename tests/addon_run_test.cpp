@@ -327,6 +327,18 @@ TEST_F(AddonRun, SkipsARatioThatCannotBeSet) {
     EXPECT_THAT(support::read_file(log_file("random", "report.csv")), Not(HasSubstr("OP_0%")));
 }
 
+TEST_F(AddonRun, FailsWhenARatioCannotBeSetForWantOfADrive) {
+    const Run run{.min = 0, .max = 20, .interval = 20, .size_mib = 64};
+    appliance().failing("LV_Resize", Nth(1), -1).failing("PD_Is_Exist", Nth(2), 0);
+    EXPECT_EQ(measure(run), exited(1));
+    appliance().failing("LV_Resize", Nth(1), -1);
+    appliance::exclusively([] {
+        return appliance::state().exec(
+            "UPDATE drive SET serial_no = 'another' WHERE dev_id & 255 = 2");
+    });
+    EXPECT_EQ(measure(run), exited(1));
+}
+
 TEST_F(AddonRun, FailsWhenNoRatioCanBeSet) {
     appliance().failing("LV_Resize");
     EXPECT_EQ(measure({}), exited(1));

@@ -43,7 +43,10 @@ int set_op(int record_no, const std::string& volume, int ratio) {
     const int result = SSD_OP_Test_Block_Discard_Device(record_no, volume.c_str(), ratio);
     if (!is_testing(record_no)) return kNotTesting;
     uint64_t sectors = 0;
-    if (result != 0 || LV_Get_Size(LV_Get_Id(volume.c_str()), &sectors) != 0) return kUnreachable;
+    if (result != 0 || LV_Get_Size(LV_Get_Id(volume.c_str()), &sectors) != 0) {
+        // With a drive gone no ratio can be set, and that is not the ratio's fault.
+        return are_drives_there(record_no) ? kUnreachable : kFailed;
+    }
     fmt::print("{}\n", sectors >> 11);
     return kOk;
 }

@@ -26,4 +26,7 @@ std::unique_ptr<ssd_op_db_record, FreeRecord> load_record(int record_no);
 /// @return nothing when there is no such record
 std::optional<DriveReading> read_drives(int record_no);
 
+/// Whether each of the record's drives is in its slot, and no other one.
+bool are_drives_there(int record_no);
+
 }  // namespace appliance::addon
