@@ -86,6 +86,7 @@ file_prefix "$VOLUME" "$TYPE"
 start_report
 start_history
 export OPR_PARENT=$$ # SOPT.sh ends when it finds another parent
+unset OPR_REHEARSAL SSD_OP_REHEARSAL # what somebody's shell has must not shorten a real one
 if run "$OPR" is-rehearsal "$RECORD" "$VOLUME"; then export OPR_REHEARSAL=yes; fi
 result=0
 measure_all || result=$?

@@ -46,6 +46,8 @@ int keep(const Plan& plan) {
     ssd_op_test_param param = plan.param;
     if (ssd_op::shared::is_rehearsal(param.title))
         ::setenv(ssd_op::shared::kRehearsalVariable, "1", 1);
+    else
+        ::unsetenv(ssd_op::shared::kRehearsalVariable);  // somebody may have tried it by hand
     const int result = NAS_SSD_OP_Test_Start(&requester, 1, group.get(), &param);
     if (::getpid() != keeper) ::_exit(result < 0 ? EXIT_FAILURE : EXIT_SUCCESS);
     return result;

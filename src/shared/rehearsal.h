@@ -10,7 +10,8 @@ inline constexpr std::string_view kRehearsalMark = "Quick rehearsal: ";
 inline constexpr int kRehearsalMib = 1024;  ///< of the area under test, unless another is wanted
 inline constexpr int kRehearsalRoundSeconds = 5;
 inline constexpr int kRoundSeconds = 60;
-/// In the environment of all that a rehearsal starts.
+/// In the environment of a rehearsal's driver, and so of measurements of drives. Its script goes by
+/// the title.
 inline constexpr const char* kRehearsalVariable = "SSD_OP_REHEARSAL";
 
 inline bool is_rehearsal(std::string_view title) { return title.starts_with(kRehearsalMark); }
