@@ -85,6 +85,11 @@ void OurDevice::check() const {
     part_->check(roots_);
 }
 
+void OurDevice::check_complete() const {
+    check();
+    if (part_) part_->check_redundancy();
+}
+
 Descriptor OurDevice::open_for_writing() const {
     if (drive_) return drive_->open_for_writing();
     check();

@@ -30,6 +30,9 @@ class OurDevice {
 
     /// Fails when it, or a drive under it, is gone or another one by now.
     void check() const;
+    /// The same for what is measured: nor may an array under it have lost a drive, with which it
+    /// goes on.
+    void check_complete() const;
     /// For one destructive step: it is checked first, and what is opened is what is held.
     ssd_op::shared::Descriptor open_for_writing() const;
 

@@ -1,6 +1,7 @@
 #include "measuring/ownership.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 
 #include <fmt/format.h>
@@ -102,6 +103,9 @@ Ownership of_volume(const Roots& roots, const UndoList& undo, DeviceNumber numbe
         ours.drives.push_back(*drive);
     }
     if (ours.drives.empty()) refuse(path, "lies on no drive");
+    const std::string slaves = directory + "/slaves/";
+    for (const std::string& name : names_in(slaves).value_or(std::vector<std::string>()))
+        ours.below.push_back(real_path(slaves + name).value_or(slaves + name));
     return ours;
 }
 
@@ -127,6 +131,17 @@ void Ownership::check(const Roots& roots) const {
     if (!mark.empty() && read_attribute(mark_file) == mark) return;
     throw Failure("The array or volume is gone, or another one has its name.",
                   "Nothing more is written to it.");
+}
+
+void Ownership::check_redundancy() const {
+    for (const std::string& directory : below) {
+        // What is no array has no such attribute, nor has one whose level ends with a drive.
+        if (read_number(directory + "/md/degraded").value_or(0) == 0) continue;
+        const std::string name = std::filesystem::path(directory).filename();
+        throw Failure("The array " + printable(name) + " has lost a drive.",
+                      "Measured without it, the volume says nothing of the drives: see mdadm "
+                      "--detail and dmesg.");
+    }
 }
 
 }  // namespace host

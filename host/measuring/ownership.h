@@ -16,9 +16,12 @@ struct Ownership {
     bool is_member = false;     ///< of an array of ours
     /// What the kernel says of the array or the volume, another text for each that it makes.
     std::string mark_file, mark;
+    std::vector<std::string> below{};  ///< directories in sysfs of what a volume lies on
 
     /// Fails when one of these is gone or another one by now.
     void check(const Roots& roots) const;
+    /// Fails when an array below goes on without one of its drives.
+    void check_redundancy() const;
 };
 
 /// Of a data partition or a volume. Fails, with the reason, when it is not ours, or in other use.

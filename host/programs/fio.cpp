@@ -25,9 +25,12 @@ provider::fio::Summary summary_of(const host::FioResult& result) {
 
 host::FioResult carry_out(const provider::fio::Job& job) {
     const host::OurDevice device(host::Roots{}, job.device);
+    device.check_complete();
     const auto file = device.open_for_writing();
     const char* const details = std::getenv("SSD_OP_FIO_DETAILS");
-    return host::run_fio(job, file.get(), details != nullptr ? details : "");
+    host::FioResult result = host::run_fio(job, file.get(), details != nullptr ? details : "");
+    device.check_complete();  // else it has been another array for a part of the time
+    return result;
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "core/failure.h"
+#include "enrolment/enrolled.h"
+#include "host_tree.h"
 #include "measuring/discard_range.h"
 #include "measuring/fio_command.h"
 #include "measuring/fio_result.h"
+#include "measuring/ownership.h"
+#include "storage/record.h"
 
 namespace host {
 namespace {
@@ -87,6 +87,38 @@ TEST(Discards, StayWithinTheirRange) {
     EXPECT_EQ(inward({0, UINT64_MAX}, {4096, 0}), (Range{0, UINT64_MAX - 4095}));
     for (const Range& range : {Range{UINT64_MAX, 1}, Range{UINT64_MAX - 1, 1}, Range{0, 0}})
         EXPECT_EQ(inward(range, {4096, 0}).length, 0u);
+}
+
+class Volumes : public HostTree {
+  protected:
+    /// Drive, partition, array and volume, all of them ours.
+    Volumes() {
+        const std::string drive = add_nvme(0, "S1"), md = "sys/devices/virtual/block/md800";
+        add_partition(drive, "nvme0n1p3", "259:3");
+        add_above("md800", "9:800", drive + "/nvme0n1p3");
+        add_above("dm-0", "253:0", md);
+        put("sys/devices/virtual/block/dm-0/dm/uuid", "LVM-PV\n");
+        const Drive it = drive_with_serial(roots_, "S1");
+        const Identity& identity = it.identity;
+        store_enrolled(roots_, {"S1", identity.wwn, identity.model, it.bytes, false, "now"});
+        UndoList undo(roots_);
+        undo.add({UndoEntry::Kind::kDrive,
+                  "S1",
+                  {{"wwn", identity.wwn}, {"model", identity.model}, {"bytes", it.bytes}}});
+        undo.add(entry_of(PoolRecord{1, {800}, "tag", "P", {}}));
+        undo.add(entry_of(VolumeRecord{1568, 1, "tag", "V", {}}));
+    }
+};
+
+TEST_F(Volumes, AreNotMeasuredOnAnArrayThatHasLostADrive) {
+    const auto volume = ownership_of(roots_, UndoList(roots_), *parse_device_number("253:0"), "v");
+    volume.check(roots_);
+    volume.check_redundancy();  // no level with redundancy
+    const std::string lost = "sys/devices/virtual/block/md800/md/degraded";
+    put(lost, "0\n");
+    volume.check_redundancy();
+    put(lost, "1\n");
+    EXPECT_THROW(volume.check_redundancy(), Failure);
 }
 
 }  // namespace
