@@ -1,7 +1,7 @@
 #include "measuring/fio_result.h"
 
+#include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstring>
 #include <optional>
 #include <string_view>
@@ -16,7 +16,8 @@ namespace host {
 
 namespace {
 
-constexpr double kMost = 1e18;  // what a count of any measurement is far below
+constexpr uint64_t kMostSeconds = 604800;  // a week: no job is let longer
+constexpr double kMost = 1e18;             // what a count of any measurement is far below
 
 [[noreturn]] void fail(const std::string& why) {
     throw Failure("fio measured nothing: " + why + ".",
@@ -50,6 +51,10 @@ std::optional<uint64_t> number_in(std::string_view text) {
     return number;
 }
 
+uint64_t nearest_second(uint64_t milliseconds) {
+    return milliseconds / 1000 + (milliseconds % 1000 >= 500 ? 1 : 0);
+}
+
 }  // namespace
 
 FioResult fio_result(const std::string& text, bool read) {
@@ -69,12 +74,17 @@ FioResult fio_result(const std::string& text, bool read) {
             {}};
 }
 
-std::vector<uint64_t> fio_log(const std::string& text) {
-    std::vector<uint64_t> rates;
+std::vector<uint64_t> fio_log(const std::string& text, uint64_t milliseconds) {
+    const uint64_t seconds = std::min(nearest_second(milliseconds), kMostSeconds);
+    std::vector<uint64_t> rates(std::max<uint64_t>(seconds, 1) - 1);
     for (const std::string_view line : split(text, '\n')) {
         const auto fields = split(line, ',');
-        const auto rate = fields.size() > 1 ? number_in(fields[1]) : std::nullopt;
-        if (rate) rates.push_back(*rate);
+        if (fields.size() < 2) continue;
+        const uint64_t second = nearest_second(number_in(fields[0]).value_or(0));
+        const auto rate = number_in(fields[1]);
+        if (!rate || second == 0 || second > seconds) continue;
+        if (second > rates.size()) rates.resize(second);
+        rates[second - 1] = *rate;
     }
     return rates;
 }

@@ -20,8 +20,10 @@ struct FioResult {
 /// From its answer in JSON. Fails when that is none, when it tells of an error, or of nothing done.
 FioResult fio_result(const std::string& text, bool read);
 
-/// From its log of rates, a line a second; lines that are none are left out.
-std::vector<uint64_t> fio_log(const std::string& text);
+/// The rate of each second of a run that took so long, from fio's log, which has no line for a
+/// second without any I/O; lines that are none are left out. Of a run's last second fio does not
+/// always tell, so where it does not, that one is missing and not 0.
+std::vector<uint64_t> fio_log(const std::string& text, uint64_t milliseconds);
 
 /// As lines KEY,VALUE: mean_latency_us, p99_latency_us, and iops once a second.
 std::string details_of(const FioResult& result);

@@ -42,7 +42,7 @@ ToolOutput run(const provider::fio::Job& job, int device, const std::string& det
 
 void write_details(const std::string& file, FioResult& result) {
     const std::string log = file + "_iops.1.log";
-    result.iops_of_seconds = fio_log(read_file(log, kMostLog).value_or(""));
+    result.iops_of_seconds = fio_log(read_file(log, kMostLog).value_or(""), result.milliseconds);
     std::remove(log.c_str());
     std::ofstream stream(file, std::ios::trunc);
     stream << details_of(result);

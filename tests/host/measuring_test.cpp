@@ -57,7 +57,7 @@ TEST(Fio, TellsInJsonWhatItFound) {
     EXPECT_EQ(result.bytes_per_second, 2636357050u);
     EXPECT_EQ(result.iops, 643640u);
     EXPECT_EQ(result.milliseconds, 4004u);
-    result.iops_of_seconds = fio_log("999, 587175, 1, 0, 0\n2003, 625606, 1, 0, 0\n30");
+    result.iops_of_seconds = fio_log("999, 587175, 1, 0, 0\n2003, 625606, 1, 0, 0\n30", 2010);
     EXPECT_EQ(details_of(result),
               "mean_latency_us,4.9\np99_latency_us,6.3\niops,587175\niops,625606\n");
 
@@ -76,6 +76,16 @@ TEST(Fio, TellsInJsonWhatItFound) {
     for (const char* strange : {"", "{", "[]", "{}", R"({"jobs": [{"error": -1}]})",
                                 R"({"jobs": [{"error": 0, "write": {"total_ios": 1e300}}]})"})
         EXPECT_THAT(complaint(strange, false), Not(IsEmpty())) << strange;
+}
+
+TEST(Fio, DoesNothingInSecondsThatItsLogLacks) {
+    const std::string log =
+        "1000, 5, 1, 0, 0\n3996, 7, 1, 0, 0\n18446744073709551615, 9, 1, 0, 0\n";
+    EXPECT_THAT(fio_log(log, 4001), ElementsAre(5, 0, 0, 7));
+    EXPECT_THAT(fio_log(log, 5003), ElementsAre(5, 0, 0, 7));  // the last one it may leave out
+    EXPECT_THAT(fio_log(log, 7003), ElementsAre(5, 0, 0, 7, 0, 0));
+    EXPECT_THAT(fio_log(log, 0), IsEmpty());
+    EXPECT_LE(fio_log(log, UINT64_MAX).size(), 1'000'000U);
 }
 
 TEST(Discards, StayWithinTheirRange) {
