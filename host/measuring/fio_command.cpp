@@ -45,6 +45,7 @@ std::vector<std::string> fio_words(const provider::fio::Job& job, const std::str
                                    "--thread",
                                    "--allow_file_create=0",
                                    "--disk_util=0",
+                                   "--lat_percentiles=1",
                                    "--percentile_list=99",
                                    "--name=ssd-op",
                                    "--filename=" + device,

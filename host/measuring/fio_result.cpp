@@ -69,8 +69,8 @@ FioResult fio_result(const std::string& text, bool read) {
             count_at(side, "bw_bytes"),
             count_at(side, "iops"),
             count_at(side, "runtime"),
-            number_at(side, "clat_ns/mean") / kNanoseconds,
-            number_at(side, "clat_ns/percentile/99.000000") / kNanoseconds,
+            number_at(side, "lat_ns/mean") / kNanoseconds,
+            number_at(side, "lat_ns/percentile/99.000000") / kNanoseconds,
             {}};
 }
 

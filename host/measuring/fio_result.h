@@ -12,7 +12,7 @@ struct FioResult {
     uint64_t bytes_per_second = 0;
     uint64_t iops = 0;
     uint64_t milliseconds = 0;
-    double mean_microseconds = 0;  ///< from an operation's start to its end
+    double mean_microseconds = 0;  ///< from when an operation is to begin to its end
     double p99_microseconds = 0;   ///< of a hundred operations, the slowest but one
     std::vector<uint64_t> iops_of_seconds{};
 };
