@@ -35,7 +35,11 @@ void discard(const OurDevice& device, const Range& range, uint64_t step) {
     if (range.offset > device.bytes())
         throw Failure("The range begins behind the end of the device.", "Nothing was discarded.");
     const uint64_t length = std::min(range.length, device.bytes() - range.offset);
-    const Range whole = inward({range.offset, length}, *unit);
+    Range whole = inward({range.offset, length}, *unit);
+    // The library asks for one MiB to see whether a drive takes discards, and whether the rest, of
+    // which it does not look at the outcome, will be. With units larger than that there is none to
+    // give back, but the drive must be asked.
+    if (whole.length == 0) whole = {range.offset, length};
     const uint64_t piece =
         std::max(std::min(step, kMostAtOnce) / unit->bytes * unit->bytes, unit->bytes);
     for (uint64_t done = 0; done < whole.length; done += std::min(piece, whole.length - done))

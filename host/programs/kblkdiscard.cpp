@@ -5,7 +5,8 @@
 ///   -l  how much, default all to the end of the device
 ///   -p  how much at a time, default all at once
 ///
-/// It goes no further than the device, and only over the drive's own units that are wholly within.
+/// It goes no further than the device, and only over the drive's own units that are wholly within,
+/// if there are any.
 
 #include "measuring/discard.h"
 #include "programs/program.h"
