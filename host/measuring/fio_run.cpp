@@ -50,7 +50,8 @@ void write_details(const std::string& file, FioResult& result) {
         throw Failure("Cannot write " + printable(file) + ".", "Is there room for it?");
 }
 
-/// A rehearsal measures the drives, too, but not for long: what it finds is not used.
+/// A rehearsal measures the drives, too, but not for long. Its figures are rougher than others and
+/// kept like them: until the drives are measured again, the next one's time is told after them.
 provider::fio::Job shortened_in_rehearsal(provider::fio::Job job) {
     if (std::getenv(ssd_op::shared::kRehearsalVariable) == nullptr) return job;
     job.runtime = std::min<double>(job.runtime, ssd_op::shared::kRehearsalRoundSeconds);
