@@ -62,6 +62,7 @@ TEST_F(Surroundings, OnlyWhatWasStoppedIsStartedAgain) {
     std::map<std::string, std::vector<std::string>> noted_at;
     const host::Run systemd = [&](const std::vector<std::string>& words) -> ToolOutput {
         const std::string& unit = words.back();
+        if (unit == "gone.service") return {.status = words[1] == "show" ? 1 : 0};
         if (words[1] == "show") return {.status = 0, .text = state.at(unit) + "\n"};
         noted_at[unit] = stopped();
         if (unit == "stuck.service") return {.status = 1};
@@ -72,10 +73,13 @@ TEST_F(Surroundings, OnlyWhatWasStoppedIsStartedAgain) {
     EXPECT_EQ(state["on.service"], "inactive");
     EXPECT_THAT(noted_at["on.service"], ElementsAre("on.service"));  // before it was stopped
     EXPECT_THAT(stopped(), ElementsAre("on.service", "stuck.service"));
+    UndoList(roots_).remove(UndoEntry::Kind::kService, "on.service");
+    for (const char* unit : {"gone.service", "on.service"})  // it was uninstalled meanwhile
+        UndoList(roots_).add({UndoEntry::Kind::kService, unit, Json::object()});
     EXPECT_THROW(start_units(roots_, systemd), Failure);
     EXPECT_EQ(state["on.service"], "active");
     EXPECT_EQ(state["off.service"], "inactive");
-    EXPECT_THAT(stopped(), ElementsAre("stuck.service"));
+    EXPECT_THAT(stopped(), ElementsAre("stuck.service", "gone.service"));
 }
 
 TEST_F(Surroundings, EventsOutliveACrashAndStayWithinBounds) {
