@@ -169,4 +169,10 @@ std::string must_run(const std::vector<std::string>& words, const ToolOptions& o
                   "See dmesg for what the kernel says of it.");
 }
 
+std::vector<std::string> on_host(const std::vector<std::string>& words) {
+    std::vector<std::string> line{"nsenter", "--target", "1", "--mount", "--"};
+    line.insert(line.end(), words.begin(), words.end());
+    return line;
+}
+
 }  // namespace host

@@ -28,4 +28,8 @@ ToolOutput run_tool(const std::vector<std::string>& words, const ToolOptions& op
 /// What it printed. Fails, with its complaint, unless it was run to its end and exited with 0.
 std::string must_run(const std::vector<std::string>& words, const ToolOptions& options = {});
 
+/// The words that run a program as the host's first process sees the files, and not as this root
+/// shows them.
+std::vector<std::string> on_host(const std::vector<std::string>& words);
+
 }  // namespace host

@@ -1,6 +1,6 @@
 #include "programs/leftovers.h"
 
-#include <algorithm>
+#include <cstdio>
 #include <iostream>
 #include <string>
 

@@ -58,11 +58,7 @@ std::vector<std::string> noted(const Roots& roots) {
 
 }  // namespace
 
-ToolOutput run_on_host(const std::vector<std::string>& words) {
-    std::vector<std::string> line{"nsenter", "--target", "1", "--mount", "--"};
-    line.insert(line.end(), words.begin(), words.end());
-    return run_tool(line);
-}
+ToolOutput run_on_host(const std::vector<std::string>& words) { return run_tool(on_host(words)); }
 
 void stop_units(const Roots& roots, const Run& run) {
     for (const std::string& unit : load_settings(roots).units) {

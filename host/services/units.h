@@ -14,7 +14,6 @@ namespace host {
 /// Runs a program; run_tool, but for a look at what would be run.
 using Run = std::function<ToolOutput(const std::vector<std::string>& words)>;
 
-/// Runs a program as the host's first process sees the files, and not as this root shows them.
 ToolOutput run_on_host(const std::vector<std::string>& words);
 
 /// Stops those units of the settings that run, each noted in the undo list before.
