@@ -363,7 +363,7 @@ remember() {
     [[ -z $MEAN_US ]] || remember_drives
 }
 
-# What the drives counted at the ratio, and the latencies of its last step.
+# What the drives counted at the ratio, and the latencies of its last round or slice.
 remember_drives() {
     local file=$UTIL/history/Record_${RECORD}_drives.csv host='' flash=''
     ((HOST_KIB[1] == 0)) || host=$((HOST_KIB[-1] - HOST_KIB[1]))
