@@ -68,10 +68,11 @@ NASLOG_EVENT given(const provider::Event& kept) {
 }  // namespace
 
 int naslog_event_add(const NASLOG_EVENT* event) {
-    const std::string shown =
-        event == nullptr
-            ? "null"
-            : provider::arguments(event->type, text_of(event->user), text_of(event->description));
+    const auto shown = [&]() -> std::string {
+        if (event == nullptr) return "null";
+        return provider::arguments(event->type, text_of(event->user),
+                                   text_of(event->description))();
+    };
     return provider::call(__func__, shown, [&] {
         return event == nullptr ? kFailure : provider::keep_event(taken(*event));
     });

@@ -1,9 +1,10 @@
 /// Notices: to the notification application, and to the log engine.
 
+#include <array>
 #include <cstdarg>
 #include <cstdlib>
+#include <span>
 #include <string>
-#include <vector>
 
 #include <fmt/format.h>
 
@@ -19,6 +20,8 @@ enum Severity {
     kInformationSeverity = 6
 };  // as syslog's
 
+constexpr size_t kMostValues = 16;  // far more than any text has places for
+
 std::string text_or_empty(const char* text) { return text == nullptr ? "" : text; }
 
 /// An argument "%V001%" stands for the text of entry 1.
@@ -30,7 +33,7 @@ std::string resolved(const std::string& argument) {
     return known ? A255_list[entry].text : argument;
 }
 
-std::string rendered(std::string text, const std::vector<std::string>& values) {
+std::string rendered(std::string text, std::span<const char* const> values) {
     size_t position = 0;
     for (size_t index = 0; index < values.size(); ++index) {
         const std::string placeholder = fmt::format("{{{}}}", index);
@@ -59,18 +62,20 @@ int severity_of_level(int level) {
 int naslog_notice_send(int64_t application_id, int level, int channel, int64_t category_id,
                        int64_t message_id, int reserved_1, int reserved_2, int reserved_3,
                        const char* text, ...) {
-    std::vector<std::string> values;
+    std::array<const char*, kMostValues> values{};
+    size_t count = 0;
     va_list list;
     va_start(list, text);
-    for (const char* value = va_arg(list, const char*); value != nullptr;
-         value = va_arg(list, const char*))
-        values.emplace_back(value);
+    while (count < values.size() && (values[count] = va_arg(list, const char*)) != nullptr) ++count;
     va_end(list);
-    const std::string message = rendered(text_or_empty(text), values);
+    std::string message;
     return provider::call(
         __func__,
-        provider::arguments(application_id, level, channel, category_id, message_id, reserved_1,
-                            reserved_2, reserved_3, message),
+        [&] {
+            message = rendered(text_or_empty(text), {values.data(), count});
+            return provider::arguments(application_id, level, channel, category_id, message_id,
+                                       reserved_1, reserved_2, reserved_3, message)();
+        },
         [&] {
             return provider::keep_notice(
                 {.way = "notification",

@@ -152,7 +152,7 @@ void provider::after_call(const std::string& name, const std::string& arguments,
     if (interference.kills_afterwards) ::kill(::getpid(), SIGKILL);
 }
 
-void provider::tell_failure(const std::string& name, const std::string& arguments,
+void provider::tell_failure(const char* name, const std::string& arguments,
                             const std::exception& error) noexcept {
     try {
         appliance::journal(name, arguments, error.what());

@@ -85,11 +85,11 @@ int Get_System_Resource(SYSTEM_RESOURCE* info, int kind) {
 }
 
 int HAL_MB_Mem_Is_Info_Available(void) {
-    return appliance::call(__func__, "", [] { return memory_slots() > 0 ? 1 : 0; });
+    return appliance::call(__func__, arguments(), [] { return memory_slots() > 0 ? 1 : 0; });
 }
 
 int HAL_MB_Mem_Get_Slots(void) {
-    return appliance::call(__func__, "", [] { return memory_slots(); });
+    return appliance::call(__func__, arguments(), [] { return memory_slots(); });
 }
 
 int HAL_MB_Mem_Get_Info(int slot, HAL_MEM_INFO* info) {

@@ -20,7 +20,8 @@ inline std::string words(int argc, char** argv) {
 /// What goes wrong is said on the standard error and ends the program with status 1.
 template <typename Work>
 int run_program(const char* name, int argc, char** argv, Work&& work) {
-    return call(name, words(argc, argv), [&]() -> int {
+    const auto told = [&] { return words(argc, argv); };
+    return call(name, told, [&]() -> int {
         try {
             return work();
         } catch (const std::exception& error) {

@@ -10,9 +10,9 @@ provider::Interference provider::before_call(const std::string&) { return {}; }
 void provider::after_call(const std::string&, const std::string&, const std::string&,
                           const Interference&) {}
 
-void provider::tell_failure(const std::string& name, const std::string& arguments,
+void provider::tell_failure(const char* name, const std::string& arguments,
                             const std::exception& error) noexcept {
     const auto* const failure = dynamic_cast<const host::Failure*>(&error);
-    SM_TRACE(SM_TRACE_ERROR, "%s(%s): %s %s\n", name.c_str(), arguments.c_str(), error.what(),
+    SM_TRACE(SM_TRACE_ERROR, "%s(%s): %s %s\n", name, arguments.c_str(), error.what(),
              failure != nullptr ? failure->next_step().c_str() : "");
 }

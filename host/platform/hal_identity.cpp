@@ -81,11 +81,11 @@ int Get_System_Resource(SYSTEM_RESOURCE* info, int kind) {
 // The kernel does not tell which modules there are.
 
 int HAL_MB_Mem_Is_Info_Available(void) {
-    return call(__func__, "", [] { return 0; });
+    return call(__func__, arguments(), [] { return 0; });
 }
 
 int HAL_MB_Mem_Get_Slots(void) {
-    return call(__func__, "", [] { return 0; });
+    return call(__func__, arguments(), [] { return 0; });
 }
 
 int HAL_MB_Mem_Get_Info(int slot, HAL_MEM_INFO*) {

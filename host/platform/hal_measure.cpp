@@ -35,7 +35,7 @@ int measure_one(const char* name, unsigned dev_id, const Measurement& kind) {
         return result | keep(std::to_string(measure(Roots{}, *drive, kind)));
     } catch (const std::exception& error) {
         keep("fail");
-        provider::tell_failure(name, arguments(dev_id), error);
+        provider::tell_failure(name, arguments(dev_id)(), error);
         return kFailure;
     }
 }
