@@ -36,7 +36,7 @@ host::FioResult carry_out(const provider::fio::Job& job) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return host::run_program("fio", [&] {
+    return host::run_called_program("fio", [&] {
         const auto [job, exit_status] = provider::fio::parse(argc, argv);
         if (!job) return exit_status;
         print_start(*job);

@@ -23,7 +23,7 @@ int discard(const provider::DiscardOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return host::run_program("kblkdiscard", [&] {
+    return host::run_called_program("kblkdiscard", [&] {
         const auto parsed =
             provider::parse_discard(argc, argv, "Enrolled drive, data partition or volume");
         return parsed.is_asked ? discard(parsed.options) : parsed.exit_status;
