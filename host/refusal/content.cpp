@@ -16,7 +16,6 @@ namespace host {
 namespace {
 
 constexpr size_t kMostSignatures = 64;
-constexpr uint64_t kEdge = 1 << 20;
 
 struct FreeProbe {
     void operator()(blkid_probe probe) const { blkid_free_probe(probe); }
@@ -27,9 +26,11 @@ using Probe = std::unique_ptr<blkid_struct_probe, FreeProbe>;
     throw Failure("What is on it cannot be read.", "Look for I/O errors with dmesg.");
 }
 
-Probe probe_of(int file) {
+Probe probe_of(int file, uint64_t from, uint64_t bytes) {
     Probe probe(blkid_new_probe());
-    if (!probe || blkid_probe_set_device(probe.get(), file, 0, 0) != 0) fail();
+    if (!probe || blkid_probe_set_device(probe.get(), file, static_cast<blkid_loff_t>(from),
+                                         static_cast<blkid_loff_t>(bytes)) != 0)
+        fail();
     blkid_probe_enable_superblocks(probe.get(), 1);
     // A damaged one is somebody's, too.
     blkid_probe_set_superblocks_flags(probe.get(), BLKID_SUBLKS_TYPE | BLKID_SUBLKS_LABEL |
@@ -50,7 +51,7 @@ std::string value_of(const Probe& probe, const char* name) {
 Signature found_by(const Probe& probe) {
     std::string type = value_of(probe, "TYPE");
     if (type.empty()) type = value_of(probe, "PTTYPE");
-    return {type.empty() ? "unknown" : type, value_of(probe, "LABEL")};
+    return {type.empty() ? "unknown" : type, value_of(probe, "LABEL"), value_of(probe, "PTUUID")};
 }
 
 bool has_data(int file, uint64_t from, uint64_t size) {
@@ -76,8 +77,8 @@ std::string Signature::text() const {
     return printable(type) + (label.empty() ? "" : fmt::format(" \"{}\"", printable(label)));
 }
 
-std::vector<Signature> signatures_in(int file) {
-    const Probe probe = probe_of(file);
+std::vector<Signature> signatures_in(int file, uint64_t from, uint64_t bytes) {
+    const Probe probe = probe_of(file, from, bytes);
     std::vector<Signature> found;
     while (true) {
         const int result = blkid_do_probe(probe.get());
@@ -88,7 +89,7 @@ std::vector<Signature> signatures_in(int file) {
 }
 
 bool holds_data(int file, uint64_t bytes) {
-    const uint64_t edge = std::min(bytes, kEdge);
+    const uint64_t edge = std::min(bytes, kEdgeBytes);
     return has_data(file, 0, edge) || has_data(file, bytes - edge, edge);
 }
 

@@ -1,24 +1,22 @@
 #include "storage/giving_back.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <utility>
 #include <vector>
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "core/failure.h"
 #include "core/text.h"
-#include "enrolment/enrolled.h"
 #include "enrolment/enrolment.h"
 #include "refusal/content.h"
 #include "refusal/examination.h"
 #include "shared/drive_id.h"
 #include "storage/discard_all.h"
+#include "storage/foreign_content.h"
 #include "storage/layout.h"
 #include "storage/record.h"
+#include "storage/zeroing.h"
 #include "taking/taking.h"
 
 namespace host {
@@ -26,8 +24,6 @@ namespace host {
 namespace {
 
 using Kind = UndoEntry::Kind;
-
-constexpr uint64_t kEdge = 1 << 20;
 
 /// A drive of the list, for the undoing alone.
 HeldDrive take_back(const Roots& roots, const UndoList& undo, const Drive& drive) {
@@ -57,45 +53,6 @@ Drive drive_there(const Roots& roots, const std::string& serial) {
                       serial);
 }
 
-void zero(int file, uint64_t from, uint64_t bytes) {
-    const std::vector<char> zeros(bytes, '\0');
-    uint64_t done = 0;
-    while (done < bytes) {
-        const ssize_t wrote =
-            ::pwrite(file, zeros.data() + done, bytes - done, static_cast<off_t>(from + done));
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) {
-            throw Failure(fmt::format("The drive cannot be written: {}.", std::strerror(errno)),
-                          "Look for I/O errors with dmesg.");
-        }
-        done += static_cast<uint64_t>(wrote);
-    }
-}
-
-void zero_edges(int file, uint64_t from, uint64_t bytes) {
-    const uint64_t edge = std::min(bytes, kEdge);
-    zero(file, from, edge);
-    zero(file, from + bytes - edge, edge);
-}
-
-void sync(int file) {
-    if (::fsync(file) != 0)
-        throw Failure(fmt::format("The drive cannot be synced: {}.", std::strerror(errno)),
-                      "Look for I/O errors with dmesg.");
-}
-
-/// Content that nobody of us wrote, and that nobody said may go, was put there after us.
-void refuse_content_of_others(const Roots& roots, const Drive& drive, int file) {
-    const auto enrolled = enrolled_drives(roots);
-    const bool may_go = std::any_of(enrolled.begin(), enrolled.end(),
-                                    [&](const Enrolled& one) { return one.is(drive) && one.wipe; });
-    const auto signatures = signatures_in(file);
-    if (signatures.empty() || may_go) return;
-    throw Failure(fmt::format("The drive {} holds {}, which is not ours.", drive.identity.serial,
-                              signatures.front().text()),
-                  "If it may go: wipefs --all " + drive.device(roots));
-}
-
 void refuse_in_array(const UndoList& undo, const std::string& serial) {
     for (const ArrayRecord& array : arrays_in(undo)) {
         for (const auto* drives : {&array.members, &array.spares}) {
@@ -114,19 +71,22 @@ void remove_layout(const Roots& roots, UndoList& undo, const std::string& serial
     refuse_in_array(undo, serial);
     const Drive drive = drive_there(roots, serial);
     const HeldDrive held = take_back(roots, undo, drive);
-    if (has_our_layout(roots, undo, drive)) {
+    const auto file = held.open_for_writing();
+    const std::string guid = table_guid(roots, drive);
+    if (is_our_table(undo, drive, guid)) {
         const auto data = partition_of(drive, ssd_op::shared::kDataPartition);
-        const auto file = held.open_for_writing();
         if (data && data->start + data->bytes <= drive.bytes)
             zero_edges(file.get(), data->start, data->bytes);
         sync(file.get());
-        zero_edges(file.get(), 0, drive.bytes);
-        sync(file.get());
+        zero_table(file.get(), drive.bytes, drive.block_bytes);
         held.read_partitions_again();
-    } else if (!table_guid(roots, drive).empty()) {
+    } else if (!guid.empty()) {
         throw Failure(
             fmt::format("The drive {} has a partition table that is not ours.", serial),
             "Nothing was written to it. If it may go: wipefs --all " + drive.device(roots));
+    } else if (has_rest_of_our_table(undo, drive, file.get())) {
+        zero_table(file.get(), drive.bytes, drive.block_bytes);
+        held.read_partitions_again();
     }
     undo.remove(Kind::kPartitions, serial);
 }

@@ -1,6 +1,7 @@
 #include "storage/layout.h"
 
 #include <fmt/format.h>
+#include <strings.h>
 
 #include "core/failure.h"
 #include "core/text.h"
@@ -68,6 +69,11 @@ std::string layout_script(uint64_t drive_bytes, const std::string& guid) {
 bool has_our_layout(const Roots& roots, const UndoList& undo, const Drive& drive) {
     const std::string* const guid = recorded_guid(undo, drive);
     return guid != nullptr && table_guid(roots, drive) == *guid;
+}
+
+bool is_our_table(const UndoList& undo, const Drive& drive, const std::string& guid) {
+    const std::string* const recorded = recorded_guid(undo, drive);
+    return recorded != nullptr && ::strcasecmp(recorded->c_str(), guid.c_str()) == 0;
 }
 
 std::optional<Partition> our_data_partition(const Roots& roots, const UndoList& undo,
