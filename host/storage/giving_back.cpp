@@ -74,6 +74,7 @@ void remove_layout(const Roots& roots, UndoList& undo, const std::string& serial
     const auto file = held.open_for_writing();
     const std::string guid = table_guid(roots, drive);
     if (is_our_table(undo, drive, guid)) {
+        refuse_partitions_of_others(roots, drive, file.get());
         const auto data = partition_of(drive, ssd_op::shared::kDataPartition);
         if (data && data->start + data->bytes <= drive.bytes)
             zero_edges(file.get(), data->start, data->bytes);

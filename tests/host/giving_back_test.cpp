@@ -1,5 +1,6 @@
 #include "storage/giving_back.h"
 
+#include "core/tool.h"
 #include "loop_drive.h"
 #include "refusal/content.h"
 #include "storage/cleanup.h"
@@ -24,6 +25,21 @@ class GivingBack : public LoopDrive {
 
     std::vector<std::string> told_;
 };
+
+TEST_F(GivingBack, SparesWhatSomebodyElseHasPutIntoThePartition) {
+    take_and_lay_out();
+    ASSERT_EQ(
+        run_tool({"mkfs.ext4", "-q", "-E", fmt::format("offset={}", 4 * kMib), device(), "32M"})
+            .status,
+        0);
+    EXPECT_FALSE(cleans_up());
+    EXPECT_THAT(told_,
+                Contains(HasSubstr("nvme0n1p3 on the drive S1 holds ext4, which is not ours")));
+    EXPECT_EQ(signatures_in(open().get(), 4 * kMib, kBytes - 5 * kMib).size(), 1u);
+    enroll(true);
+    EXPECT_TRUE(cleans_up()) << ::testing::PrintToString(told_);
+    EXPECT_TRUE(is_empty());
+}
 
 TEST_F(GivingBack, GoesOnWhereThePowerWasCutWithinATable) {
     const std::string zeros(kMib, '\0');
