@@ -1,19 +1,14 @@
 #include "storage/mdadm.h"
 
+#include <utility>
+
 #include "core/failure.h"
 #include "core/read.h"
 #include "core/text.h"
-#include "core/tool.h"
 
 namespace host {
 
 namespace {
-
-std::string uuid_in(const ToolOutput& output) {
-    const auto values = exported(output.text);
-    const auto found = values.find("MD_UUID");
-    return found != values.end() ? found->second : "";
-}
 
 MdArray look_at(const std::string& name, const std::string& directory) {
     MdArray array{name, directory, read_number(directory + "/size").value_or(0) * 512, {}};
@@ -29,7 +24,7 @@ MdArray look_at(const std::string& name, const std::string& directory) {
 
 /// One that does not run tells its UUID only on its members.
 std::string uuid_of(const Roots& roots, const MdArray& array) {
-    std::string told = uuid_in(run_tool({"mdadm", "--detail", "--export", array.device(roots)}));
+    std::string told = uuid_told(run_tool({"mdadm", "--detail", "--export", array.device(roots)}));
     if (!told.empty()) return told;
     for (const std::string& member :
          names_in(array.directory + "/slaves").value_or(std::vector<std::string>())) {
@@ -51,20 +46,38 @@ std::map<std::string, std::string> exported(const std::string& text) {
     return values;
 }
 
-std::optional<MdArray> find_array(const Roots& roots, const std::string& uuid) {
+std::string uuid_told(const ToolOutput& output) {
+    constexpr int kNone = 1;  // no array, or no superblock
+    if (!output.found || !output.whole || (output.status != 0 && output.status != kNone)) {
+        throw Failure("mdadm does not tell which arrays there are: " +
+                          (output.found ? "it was ended early." : std::string("there is none.")),
+                      "Is mdadm installed, and memory left? Then run it again.");
+    }
+    const auto values = exported(output.text);
+    const auto found = values.find("MD_UUID");
+    return found != values.end() ? found->second : "";
+}
+
+std::vector<MdArray> arrays_there(const Roots& roots) {
     const auto names = names_in(roots.sys + "/block");
     if (!names) throw Failure("The arrays cannot be listed.", "Is sysfs mounted?");
+    std::vector<MdArray> arrays;
     for (const std::string& name : *names) {
         const auto directory = real_path(roots.sys + "/block/" + name);
-        if (!name.starts_with("md") || !directory) continue;
-        MdArray array = look_at(name, *directory);
-        if (uuid_of(roots, array) == uuid) return array;
+        if (name.starts_with("md") && directory) arrays.push_back(look_at(name, *directory));
+    }
+    return arrays;
+}
+
+std::optional<MdArray> find_array(const Roots& roots, const std::string& uuid) {
+    for (MdArray& array : arrays_there(roots)) {
+        if (uuid_of(roots, array) == uuid) return std::move(array);
     }
     return std::nullopt;
 }
 
 std::string superblock_uuid(const std::string& device) {
-    return uuid_in(run_tool({"mdadm", "--examine", "--export", device}));
+    return uuid_told(run_tool({"mdadm", "--examine", "--export", device}));
 }
 
 }  // namespace host

@@ -119,6 +119,12 @@ TEST(StorageTools, AreUnderstoodByWhatTheyTell) {
     const auto values = exported("MD_LEVEL=raid5\nMD_UUID=0:1:2:3\nMD_NAME=any:a=b\nnonsense\n=\n");
     EXPECT_EQ(values.at("MD_UUID"), "0:1:2:3");
     EXPECT_EQ(values.at("MD_NAME"), "any:a=b");
+    EXPECT_EQ(uuid_told({.status = 0, .text = "MD_UUID=0:1:2:3\n"}), "0:1:2:3");
+    EXPECT_EQ(uuid_told({.status = 1}), "");
+    // Not there, not started, ended by a signal, out of memory.
+    for (const ToolOutput& silent : {ToolOutput{.found = false}, ToolOutput{.whole = false},
+                                     ToolOutput{}, ToolOutput{.status = 4}})
+        EXPECT_THROW(uuid_told(silent), Failure);
 
     const auto volumes =
         report_in(R"({"report": [{"lv": [{"lv_name":"a", "lv_size":"8388608"}, {"lv_name":7}]}]})");
