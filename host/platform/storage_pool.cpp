@@ -10,7 +10,7 @@
 #include "shared/raid_level.h"
 #include "storage/array.h"
 #include "storage/layout.h"
-#include "storage/owner.h"
+#include "undo/owner.h"
 #include "storage/pool.h"
 #include "storage/undoing.h"
 #include "storage/unique.h"

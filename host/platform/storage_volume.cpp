@@ -6,7 +6,7 @@
 #include "provider/call.h"
 #include "provider/text.h"
 #include "provider/volume_ids.h"
-#include "storage/owner.h"
+#include "undo/owner.h"
 #include "storage/undoing.h"
 #include "storage/unique.h"
 #include "storage/volume.h"

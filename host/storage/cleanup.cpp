@@ -7,7 +7,7 @@
 #include "core/failure.h"
 #include "services/units.h"
 #include "storage/giving_back.h"
-#include "storage/owner.h"
+#include "undo/owner.h"
 #include "storage/undoing.h"
 #include "undo/evaluations.h"
 #include "undo/undo_list.h"

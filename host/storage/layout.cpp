@@ -8,7 +8,7 @@
 #include "core/tool.h"
 #include "shared/drive_id.h"
 #include "storage/discard_all.h"
-#include "storage/owner.h"
+#include "undo/owner.h"
 #include "storage/unique.h"
 
 namespace host {

@@ -7,8 +7,8 @@
 #include "storage/layout.h"
 #include "storage/lvm.h"
 #include "storage/mdadm.h"
-#include "storage/owner.h"
 #include "storage/unique.h"
+#include "undo/owner.h"
 
 namespace host {
 namespace {

@@ -108,6 +108,11 @@ TEST_F(Surroundings, ADriverLivesWhileItsProcessDoes) {
     EXPECT_FALSE(evaluation_runs(roots_));
     put("proc/77/stat", stat('S', "4711"));
     EXPECT_TRUE(evaluation_runs(roots_));
+    put("proc/sys/kernel/random/boot_id", "b\n");
+    put("state/root/.start", "a\n");  // nothing was announced since this boot
+    EXPECT_FALSE(evaluation_runs(roots_));
+    put("state/root/.start", "b\n");
+    EXPECT_TRUE(evaluation_runs(roots_, Among::kOthers));
     put("proc/77/stat", stat('Z', "4711"));
     EXPECT_FALSE(evaluation_runs(roots_));
     put("proc/77/stat", stat('S', "4712"));

@@ -1,9 +1,14 @@
 #pragma once
 
+#include <string>
+
 #include "core/roots.h"
 #include "core/store.h"
 
 namespace host {
+
+/// Another text after each boot.
+std::string this_boot(const Roots& roots);
 
 /// This process, as others can tell it from one that has its number later.
 Json this_process(const Roots& roots);

@@ -1,4 +1,4 @@
-#include "storage/owner.h"
+#include "undo/owner.h"
 
 #include <unistd.h>
 
@@ -7,18 +7,14 @@
 
 namespace host {
 
-namespace {
-
-std::string boot(const Roots& roots) {
+std::string this_boot(const Roots& roots) {
     return read_attribute(roots.proc + "/sys/kernel/random/boot_id").value_or("");
 }
-
-}  // namespace
 
 Json this_process(const Roots& roots) {
     return {{"pid", ::getpid()},
             {"began", beginning_of(roots, ::getpid()).value_or("")},
-            {"boot", boot(roots)}};
+            {"boot", this_boot(roots)}};
 }
 
 bool lives(const Roots& roots, const Json& process) {
@@ -26,7 +22,7 @@ bool lives(const Roots& roots, const Json& process) {
         return false;
     const auto now = beginning_of(roots, process["pid"].get<int64_t>());
     return now && process.value("began", Json()) == Json(*now) &&
-           process.value("boot", Json()) == Json(boot(roots));
+           process.value("boot", Json()) == Json(this_boot(roots));
 }
 
 }  // namespace host
