@@ -1,8 +1,6 @@
 #include "storage/undoing.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <vector>
 
 #include <fmt/format.h>

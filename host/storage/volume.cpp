@@ -79,8 +79,9 @@ std::string mapped_uuid(const UndoList& undo, const VolumeRecord& volume) {
 std::optional<VolumeDevice> find_volume(const Roots& roots, const UndoList& undo,
                                         const VolumeRecord& volume) {
     const std::string uuid = mapped_uuid(undo, volume);
-    for (const std::string& name :
-         names_in(roots.sys + "/block").value_or(std::vector<std::string>())) {
+    const auto names = names_in(roots.sys + "/block");
+    if (!names) throw Failure("The volumes cannot be listed.", "Is sysfs mounted?");
+    for (const std::string& name : *names) {
         const auto directory = real_path(roots.sys + "/block/" + name);
         if (!directory || read_attribute(*directory + "/dm/name") != volume.device()) continue;
         const auto number = parse_device_number(read_attribute(*directory + "/dev").value_or(""));
