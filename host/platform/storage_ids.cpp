@@ -6,10 +6,11 @@
 
 #include "core/failure.h"
 #include "enrolment/given.h"
+#include "platform/naslog.h"
 #include "provider/call.h"
 #include "provider/ini/file.h"
 #include "storage/array.h"
-#include "storage/giving_back.h"
+#include "storage/idle_drives.h"
 
 namespace host {
 
@@ -19,6 +20,18 @@ constexpr const char* kRemoved = "removed_groups.json";
 
 bool holds(const std::vector<std::string>& serials, const std::string& serial) {
     return std::find(serials.begin(), serials.end(), serial) != serials.end();
+}
+
+/// Nobody waits for it: whoever has stopped the evaluation reads the events.
+void tell_kept(const std::string& serial, const Failure& why) {
+    provider::tell_failure("giving back", serial, why);
+    NASLOG_EVENT event{};
+    event.type = NASLOG_WARNING;
+    const std::string text =
+        fmt::format("The drive {} stays taken: {} {} After that: ssd-op --host cleanup", serial,
+                    why.what(), why.next_step());
+    text.copy(event.description, sizeof event.description - 1);
+    naslog_event_add(&event);
 }
 
 }  // namespace
@@ -74,19 +87,13 @@ void set_raid_removed(const Roots& roots, int raid_id, bool removed) {
 }
 
 void remove_group(const Roots& roots, UndoList& undo, int raid_id) {
+    std::vector<std::string> drives;
     if (const auto record = find_array_record(undo, raid_id)) {
         remove_array(roots, undo, raid_id);
-        for (const auto* serials : {&record->members, &record->spares}) {
-            for (const std::string& serial : *serials) {
-                try {
-                    remove_layout(roots, undo, serial);
-                    give_drive_back(roots, undo, serial);
-                } catch (const Failure& failure) {
-                    provider::tell_failure("giving back", serial, failure);
-                }
-            }
-        }
+        drives = record->members;
+        drives.insert(drives.end(), record->spares.begin(), record->spares.end());
     }
+    give_drives_back(roots, undo, drives, tell_kept);
     set_raid_removed(roots, raid_id, true);
 }
 

@@ -10,12 +10,12 @@
 #include "shared/raid_level.h"
 #include "storage/array.h"
 #include "storage/layout.h"
-#include "undo/owner.h"
 #include "storage/pool.h"
 #include "storage/undoing.h"
 #include "storage/unique.h"
 #include "storage/volume.h"
 #include "taking/taking.h"
+#include "undo/owner.h"
 
 using namespace host;
 using provider::arguments;

@@ -6,10 +6,10 @@
 #include "provider/call.h"
 #include "provider/text.h"
 #include "provider/volume_ids.h"
-#include "undo/owner.h"
 #include "storage/undoing.h"
 #include "storage/unique.h"
 #include "storage/volume.h"
+#include "undo/owner.h"
 
 using namespace host;
 using provider::arguments;

@@ -19,24 +19,26 @@ namespace {
 
 using Kind = UndoEntry::Kind;
 
-/// A drive that was taken stays ours, and an evaluation may begin on it as it is.
-bool stands_in_the_way(const UndoEntry& entry) {
-    return entry.kind != Kind::kDrive && entry.kind != Kind::kPartitions;
-}
-
-/// Empty when there is nothing, or when it may belong to an evaluation that runs.
-std::string leftovers(const Roots& roots) {
+struct Leftovers {
     std::string lines;
+    bool in_the_way = false;
+};
+
+/// Nothing, too, when it may belong to an evaluation that runs.
+Leftovers find_leftovers(const Roots& roots) {
+    Leftovers found;
     const UndoList list(roots);
-    for (const UndoEntry& entry : list.entries())
-        if (stands_in_the_way(entry)) lines += "  " + name_of(entry) + "\n";
-    return lines.empty() || evaluation_runs(roots) ? "" : lines;
+    for (const UndoEntry& entry : list.entries()) {
+        found.lines += "  " + name_of(entry) + "\n";
+        // A drive that was taken stays ours, and an evaluation may begin on it as it is.
+        if (entry.kind != Kind::kDrive && entry.kind != Kind::kPartitions) found.in_the_way = true;
+    }
+    return found.lines.empty() || evaluation_runs(roots) ? Leftovers{} : found;
 }
 
 bool wants_cleanup() {
     if (::isatty(STDIN_FILENO) == 0) return false;
-    fmt::print("Undo that now? [y/N] ");
-    std::fflush(stdout);
+    fmt::print(stderr, "Undo that now? [y/N] ");
     std::string answer;
     std::getline(std::cin, answer);
     const std::string_view word = trimmed(answer);
@@ -46,11 +48,15 @@ bool wants_cleanup() {
 }  // namespace
 
 void offer_cleanup(const Roots& roots) {
-    const std::string lines = leftovers(roots);
-    if (lines.empty()) return;
-    fmt::print("This host still has, of an evaluation that is gone:\n{}", lines);
-    std::fflush(stdout);
+    const Leftovers left = find_leftovers(roots);
+    if (left.lines.empty()) return;
+    fmt::print(stderr, "This host still has, of an evaluation that is gone:\n{}", left.lines);
     if (wants_cleanup()) ::execl("/proc/self/exe", "ssd-op-host", "cleanup", nullptr);
+    if (!left.in_the_way) {
+        fmt::print(stderr,
+                   "An evaluation can begin all the same; ssd-op --host cleanup empties them.\n");
+        return;
+    }
     throw Failure("No evaluation begins while that is there.",
                   "ssd-op --host cleanup gives the host back what it was.");
 }

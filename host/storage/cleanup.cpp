@@ -7,9 +7,9 @@
 #include "core/failure.h"
 #include "services/units.h"
 #include "storage/giving_back.h"
-#include "undo/owner.h"
 #include "storage/undoing.h"
 #include "undo/evaluations.h"
+#include "undo/owner.h"
 #include "undo/undo_list.h"
 
 namespace host {

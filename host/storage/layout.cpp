@@ -8,8 +8,8 @@
 #include "core/tool.h"
 #include "shared/drive_id.h"
 #include "storage/discard_all.h"
-#include "undo/owner.h"
 #include "storage/unique.h"
+#include "undo/owner.h"
 
 namespace host {
 

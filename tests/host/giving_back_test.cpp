@@ -4,6 +4,8 @@
 #include "loop_drive.h"
 #include "refusal/content.h"
 #include "storage/cleanup.h"
+#include "storage/idle_drives.h"
+#include "storage/record.h"
 #include "storage/unique.h"
 
 namespace host {
@@ -11,6 +13,7 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 
 class GivingBack : public LoopDrive {
   protected:
@@ -61,6 +64,30 @@ TEST_F(GivingBack, GoesOnWhereThePowerWasCutWithinATable) {
     write(0, zeros);
     EXPECT_FALSE(cleans_up());
     EXPECT_THAT(told_, Contains(HasSubstr("holds gpt, which is not ours")));
+}
+
+TEST_F(GivingBack, IsOfDrivesThatNoArrayWasMadeOfAndNoOtherEvaluationMayHave) {
+    take_and_lay_out();
+    UndoList undo(roots_);
+    std::vector<std::string> kept;
+    const auto give_back = [&](const std::vector<std::string>& of_the_array) {
+        give_drives_back(roots_, undo, of_the_array,
+                         [&](const auto& serial, const auto&) { kept.push_back(serial); });
+        return undo.entries().size();
+    };
+    std::string stat = "77 (a) S";
+    for (int field = 1; field < 19; ++field) stat += " 0";
+    put("state/root/etc/.sm_v2_ssd_op_runtime_info", "[Record_1]\ndriver = 77 4711\n");
+    put("proc/77/stat", stat + " 4711 0\n");
+    std::filesystem::create_directories(base_ + "/proc/77/fd");
+    EXPECT_EQ(give_back({}), 2U);
+    std::filesystem::remove_all(base_ + "/proc/77");
+    undo.add(entry_of(ArrayRecord{800, 0, "u", {"S1"}, {}, {}}));
+    EXPECT_EQ(give_back({}), 3U);
+    undo.remove(UndoEntry::Kind::kArray, "800");
+    EXPECT_EQ(give_back({}), 0U);
+    EXPECT_TRUE(is_empty());
+    EXPECT_THAT(kept, IsEmpty());
 }
 
 }  // namespace
