@@ -81,8 +81,9 @@ void add_commands(Arguments& app, const Roots& roots, Options& options) {
 void add_cleanup(Arguments& app, const Roots& roots, Options& options, int& status) {
     Arguments cleanup = app.subcommand(
         "cleanup", "Give back all that evaluations have left: volumes, pools, drives");
-    cleanup.add("--forget", options.forget,
-                "The serial number of a drive that is gone for good: nothing is undone on it");
+    cleanup.add(
+        "--forget", options.forget,
+        "The serial number of a drive that is gone or broken for good: nothing is undone on it");
     cleanup.callback([&] {
         const bool all = clean_up(roots, options.forget, [](const std::string& line) {
             fmt::print("{}\n", line);

@@ -14,7 +14,7 @@
 #include "refusal/examination.h"
 #include "refusal/stack.h"
 #include "shared/raid_level.h"
-#include "storage/layout.h"
+#include "storage/members.h"
 #include "taking/taking.h"
 
 namespace host {
@@ -22,32 +22,6 @@ namespace host {
 namespace {
 
 constexpr uint64_t kFreeAtEnd = 32 << 20;
-
-struct OurMember {
-    std::string serial;
-    Partition partition;
-};
-
-/// Those of the drives that are there and that have our layout.
-std::vector<OurMember> members_there(const Roots& roots, const UndoList& undo,
-                                     const std::vector<std::string>& serials) {
-    const std::vector<Drive> drives = list_drives(roots);
-    std::vector<OurMember> found;
-    for (const std::string& serial : serials) {
-        for (const Drive& drive : drives) {
-            if (drive.identity.serial != serial || !is_taken(undo, drive)) continue;
-            if (const auto partition = our_data_partition(roots, undo, drive))
-                found.push_back({serial, *partition});
-        }
-    }
-    return found;
-}
-
-std::vector<std::string> all_of(const ArrayRecord& record) {
-    std::vector<std::string> serials = record.members;
-    serials.insert(serials.end(), record.spares.begin(), record.spares.end());
-    return serials;
-}
 
 /// A name that tells which group it is.
 std::string free_name(const Roots& roots, int id) {
@@ -62,7 +36,7 @@ std::string free_name(const Roots& roots, int id) {
 
 /// Exclusion ends where md takes over, so all is asked once more right before.
 void refuse_drives_in_use(const Roots& roots, const ArrayRecord& record) {
-    for (const std::string& serial : all_of(record)) {
+    for (const std::string& serial : serials_of(record)) {
         const auto reasons = reasons_in_tables(roots, drive_with_serial(roots, serial));
         if (!reasons.empty()) {
             throw Failure(fmt::format("The drive {} is refused:\n{}", serial, list_of(reasons)),
@@ -96,14 +70,6 @@ std::vector<std::string> creation(const Roots& roots, const ArrayRecord& record,
     return words;
 }
 
-bool has_only(const MdArray& array, const std::vector<OurMember>& members) {
-    return std::all_of(array.members.begin(), array.members.end(), [&](DeviceNumber number) {
-        return std::any_of(members.begin(), members.end(), [&](const OurMember& member) {
-            return member.partition.number == number;
-        });
-    });
-}
-
 void stop(const Roots& roots, const MdArray& array, const std::vector<OurMember>& members) {
     if (!has_only(array, members)) {
         throw Failure(fmt::format("The array {} has members that are not ours.", array.name),
@@ -118,8 +84,19 @@ void stop(const Roots& roots, const MdArray& array, const std::vector<OurMember>
     must_run({"mdadm", "--stop", array.device(roots)});
 }
 
-/// False when somebody has it in use by now.
+/// An array all of whose members cannot be read tells no UUID any more.
+std::optional<MdArray> find_mute_array(const Roots& roots, std::vector<OurMember> members) {
+    std::erase_if(members, [](const OurMember& member) { return member.is_readable; });
+    for (MdArray& array : arrays_there(roots)) {
+        if (!array.members.empty() && has_only(array, members)) return std::move(array);
+    }
+    return std::nullopt;
+}
+
+/// False when somebody has it in use by now. On a drive that cannot be read it stays, and the drive
+/// in the list.
 bool take_off(const Roots& roots, const OurMember& member, const std::string& uuid) {
+    if (!member.is_readable) return true;
     const std::string device = member.partition.device(roots);
     const std::string found = superblock_uuid(device);
     if (found.empty()) return true;
@@ -154,7 +131,7 @@ std::optional<MdArray> running_array(const Roots& roots, const ArrayRecord& reco
 }
 
 void make_array(const Roots& roots, UndoList& undo, const ArrayRecord& record) {
-    const std::vector<std::string> serials = all_of(record);
+    const std::vector<std::string> serials = serials_of(record);
     const auto members = members_there(roots, undo, serials);
     if (members.size() != serials.size()) {
         throw Failure("A drive has lost its data partition, or another one is in its place.",
@@ -181,10 +158,12 @@ void remove_array(const Roots& roots, UndoList& undo, int id) {
                           "That has to go first.");
         }
     }
-    const auto members = members_there(roots, undo, all_of(*record));
+    const auto members = members_to_free(roots, undo, serials_of(*record));
     // Where udev runs, it puts an array together again as soon as it is stopped.
     for (int tries = 0; tries < kTries; ++tries) {
-        if (const auto array = find_array(roots, record->uuid)) stop(roots, *array, members);
+        auto array = find_array(roots, record->uuid);
+        if (!array) array = find_mute_array(roots, members);
+        if (array) stop(roots, *array, members);
         const auto left = std::count_if(members.begin(), members.end(), [&](const auto& member) {
             return !take_off(roots, member, record->uuid);
         });

@@ -23,7 +23,8 @@ std::optional<MdArray> running_array(const Roots& roots, const ArrayRecord& reco
 void make_array(const Roots& roots, UndoList& undo, const ArrayRecord& record);
 
 /// Stops it and takes it off its members. Fails, with the entry kept, while it is in use, or has
-/// members that are not ours. A member that is gone keeps the entry of its partitions.
+/// members that are not ours. A member that is gone or cannot be read keeps the entry of its
+/// partitions.
 void remove_array(const Roots& roots, UndoList& undo, int id);
 
 }  // namespace host

@@ -36,7 +36,9 @@ HeldDrive take_back(const Roots& roots, const UndoList& undo, const Drive& drive
     if (!examination.passed()) {
         throw Failure(fmt::format("The drive {} cannot be given back:\n{}", drive.identity.serial,
                                   list_of(examination.reasons)),
-                      "Nothing was written to it. Then run it again.");
+                      "Nothing was written to it. Then run it again. If it is broken for good: "
+                      "ssd-op-host cleanup --forget " +
+                          drive.identity.serial);
     }
     return std::move(*examination.held);
 }
@@ -114,8 +116,9 @@ void give_drive_back(const Roots& roots, UndoList& undo, const std::string& seri
 
 void forget_drive(const Roots& roots, UndoList& undo, const std::string& serial) {
     const auto all = list_drives(roots);
-    if (std::any_of(all.begin(), all.end(),
-                    [&](const Drive& drive) { return drive.identity.serial == serial; })) {
+    if (std::any_of(all.begin(), all.end(), [&](const Drive& drive) {
+            return drive.identity.serial == serial && !is_broken(roots, drive);
+        })) {
         throw Failure(fmt::format("The drive {} is there.", printable(serial)),
                       "It needs not be forgotten: ssd-op-host cleanup gives it back.");
     }

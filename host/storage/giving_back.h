@@ -16,7 +16,7 @@ void remove_layout(const Roots& roots, UndoList& undo, const std::string& serial
 void give_drive_back(const Roots& roots, UndoList& undo, const std::string& serial);
 
 /// Takes what the list says of a drive that will never come back out of it. Fails while it is
-/// there, or an array is not undone that it is in.
+/// there and can be read, or an array is not undone that it is in.
 void forget_drive(const Roots& roots, UndoList& undo, const std::string& serial);
 
 }  // namespace host

@@ -1,11 +1,16 @@
 #include "storage/layout.h"
 
+#include <cerrno>
+
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <strings.h>
 
 #include "core/failure.h"
 #include "core/text.h"
 #include "core/tool.h"
+#include "refusal/content.h"
+#include "shared/descriptor.h"
 #include "shared/drive_id.h"
 #include "storage/discard_all.h"
 #include "storage/unique.h"
@@ -48,6 +53,18 @@ std::string table_guid(const Roots& roots, const Drive& drive) {
     }
     const Json table = json.value("partitiontable", Json::object());
     return table.value("label", "") == "gpt" ? table.value("id", "") : "another table";
+}
+
+bool is_broken(const Roots& roots, const Drive& drive) {
+    const ssd_op::shared::Descriptor file(
+        ::open(drive.device(roots).c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+    if (!file) return errno == EIO || errno == ENXIO;
+    try {
+        holds_data(file.get(), drive.bytes);
+        return false;
+    } catch (const Failure&) {
+        return true;
+    }
 }
 
 std::string layout_script(uint64_t drive_bytes, const std::string& guid) {

@@ -12,6 +12,9 @@ namespace host {
 /// The GUID of the drive's partition table; empty when there is none. Fails in doubt.
 std::string table_guid(const Roots& roots, const Drive& drive);
 
+/// Whether it is there and its ends, where it says whose it is, cannot be read.
+bool is_broken(const Roots& roots, const Drive& drive);
+
 /// The script that makes sfdisk lay out a drive: two small partitions, and the data partition over
 /// all the rest. Fails for a drive that is too small.
 std::string layout_script(uint64_t drive_bytes, const std::string& guid);

@@ -100,6 +100,33 @@ TEST_F(Undoing, KeepsWhatCannotBeUndoneAndSaysWhy) {
     EXPECT_THAT(told_, IsEmpty());
 }
 
+TEST_F(Undoing, OfAnArrayGoesOnBesideADriveThatCannotBeRead) {
+    const std::string place = add_nvme(0, "S1");
+    put(place + "/nvme0n1p3/partition", "3");
+    put(place + "/nvme0n1p3/start", "8192");
+    put(place + "/nvme0n1p3/size", "8192");
+    add_device(place + "/nvme0n1p3", "259:3");
+    const Drive drive = drive_with_serial(roots_, "S1");
+    {
+        UndoList undo(roots_);
+        undo.add({Kind::kDrive,
+                  "S1",
+                  {{"wwn", drive.identity.wwn},
+                   {"model", drive.identity.model},
+                   {"bytes", drive.bytes}}});
+        undo.add({Kind::kPartitions, "S1", {{"guid", "G"}}});
+        undo.add(entry_of(ArrayRecord{800, 1, "u:u", {"S1"}, {}, {}}));
+    }
+    EXPECT_FALSE(cleans_up());  // somebody else's doing: it may be there the next time
+    EXPECT_THAT(listed(), ElementsAre("S1", "S1", "800"));
+    std::filesystem::create_directory(base_ + "/dev/nvme0n1");  // can be opened, and not read
+    EXPECT_FALSE(cleans_up());
+    EXPECT_THAT(told_[0], "Undone: RAID group 800.");
+    EXPECT_THAT(listed(), ElementsAre("S1", "S1"));
+    EXPECT_TRUE(cleans_up("S1"));
+    EXPECT_THAT(listed(), IsEmpty());
+}
+
 TEST_F(Undoing, IsNotDoneUnderALivingEvaluation) {
     roots_.proc = "/proc";
     Json owner = this_process(roots_);
