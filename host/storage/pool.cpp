@@ -45,6 +45,19 @@ void refuse_foreign_volumes(const Lvm& lvm, const PoolRecord& pool) {
     }
 }
 
+/// Nothing can be written to an array that has lost too many members. A volume that is active keeps
+/// its arrays, and what LVM has written goes with the ends of their members.
+void take_apart(const Lvm& lvm, const PoolRecord& pool) {
+    std::vector<std::string> words{"pvremove", "-y", "-ff"};
+    words.insert(words.end(), lvm.devices().begin(), lvm.devices().end());
+    try {
+        lvm.run({"vgremove", "-y", "-f", pool.group_name()});
+        lvm.run(words);
+    } catch (const Failure&) {
+        // Arrays and drives are taken back all the same.
+    }
+}
+
 /// Links to volumes that went without LVM are in the way of the next group of that name.
 void remove_dead_links(const Roots& roots, const PoolRecord& pool) {
     const std::string directory = roots.dev + "/" + pool.group_name();
@@ -117,10 +130,7 @@ void remove_pool(const Roots& roots, UndoList& undo, int id) {
     const auto group = lvm.devices().empty() ? std::nullopt : find_group(lvm, *pool);
     if (group && number_in(*group, "vg_missing_pv_count") == 0) {
         refuse_foreign_volumes(lvm, *pool);
-        lvm.run({"vgremove", "-y", "-f", pool->group_name()});
-        std::vector<std::string> words{"pvremove", "-y", "-ff"};
-        words.insert(words.end(), lvm.devices().begin(), lvm.devices().end());
-        lvm.run(words);
+        take_apart(lvm, *pool);
     }
     remove_dead_links(roots, *pool);
     undo.remove(UndoEntry::Kind::kPool, std::to_string(id));

@@ -26,7 +26,7 @@ uint64_t pool_extents(const Roots& roots, const UndoList& undo, const PoolRecord
 void make_pool(const Roots& roots, UndoList& undo, PoolRecord pool);
 
 /// Fails, with the entry kept, while it has volumes. The arrays stay. A volume group that is not
-/// whole is left to the emptying of its drives.
+/// whole, or cannot be written, is left to the emptying of its drives.
 void remove_pool(const Roots& roots, UndoList& undo, int id);
 
 }  // namespace host
