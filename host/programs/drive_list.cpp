@@ -9,6 +9,7 @@
 #include "core/text.h"
 #include "drives/slots.h"
 #include "enrolment/enrolment.h"
+#include "undo/undo_list.h"
 
 namespace host {
 
@@ -65,6 +66,13 @@ std::string entry_of(const ListedDrive& listed) {
                                           : "  cannot be used:\n" + list_of(listed.reasons));
 }
 
+/// A drive is held while it is examined. Whoever makes an array of it just then would be refused
+/// it, so that one waits for the other.
+std::vector<Reason> reasons_against(const Roots& roots, const Drive& drive) {
+    const Store others_wait = UndoList::hold(roots);
+    return examine(roots, drive, Wish{}).reasons;
+}
+
 }  // namespace
 
 std::vector<ListedDrive> load_listed_drives(const Roots& roots) {
@@ -80,9 +88,9 @@ std::vector<ListedDrive> load_listed_drives(const Roots& roots) {
         const auto slot = slots.find(drive.place.path);
         const bool is_ours = std::any_of(enrolled.begin(), enrolled.end(),
                                          [&](const Enrolled& one) { return one.is(drive); });
-        listed.push_back(
-            {drive, slot == slots.end() ? ssd_op::shared::Slot{kEnclosure, 0} : slot->second,
-             read_health(roots, drive), is_ours, examine(roots, drive, Wish{}).reasons});
+        listed.push_back({drive,
+                          slot == slots.end() ? ssd_op::shared::Slot{kEnclosure, 0} : slot->second,
+                          read_health(roots, drive), is_ours, reasons_against(roots, drive)});
     }
     return listed;
 }

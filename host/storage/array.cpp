@@ -37,7 +37,8 @@ std::string free_name(const Roots& roots, int id) {
 /// Exclusion ends where md takes over, so all is asked once more right before.
 void refuse_drives_in_use(const Roots& roots, const ArrayRecord& record) {
     for (const std::string& serial : serials_of(record)) {
-        const auto reasons = reasons_in_tables(roots, drive_with_serial(roots, serial));
+        const Drive drive = drive_with_serial(roots, serial);
+        const auto reasons = reasons_that_stay([&] { return reasons_in_tables(roots, drive); });
         if (!reasons.empty()) {
             throw Failure(fmt::format("The drive {} is refused:\n{}", serial, list_of(reasons)),
                           "It is in no array.");

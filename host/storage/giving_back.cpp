@@ -32,10 +32,14 @@ HeldDrive take_back(const Roots& roots, const UndoList& undo, const Drive& drive
             fmt::format("The undo list does not say that {} was taken.", drive.identity.serial),
             "Nothing was written to it.");
     }
-    Examination examination = examine(roots, drive, {true});
+    Examination examination;
+    const auto reasons = reasons_that_stay([&] {
+        examination = examine(roots, drive, {true});
+        return examination.reasons;
+    });
     if (!examination.passed()) {
         throw Failure(fmt::format("The drive {} cannot be given back:\n{}", drive.identity.serial,
-                                  list_of(examination.reasons)),
+                                  list_of(reasons)),
                       "Nothing was written to it. Then run it again. If it is broken for good: "
                       "ssd-op-host cleanup --forget " +
                           drive.identity.serial);

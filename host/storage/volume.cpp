@@ -13,6 +13,7 @@
 #include "refusal/tables.h"
 #include "storage/lvm.h"
 #include "storage/pool.h"
+#include "taking/taking.h"
 
 namespace host {
 
@@ -47,19 +48,29 @@ std::optional<Json> find_logical(const Lvm& lvm, const PoolRecord& pool,
     return std::nullopt;
 }
 
-void refuse_in_use(const Roots& roots, const VolumeDevice& device) {
+std::vector<Reason> uses_of(const Roots& roots, const VolumeDevice& device) {
+    using Kind = Reason::Kind;
     const Member member{device.path, device.directory, device.number};
-    const char* const next = "End that first.";
+    const auto is_on_it = [&](const Mount& mount) {
+        return std::find(mount.devices.begin(), mount.devices.end(), device.number) !=
+               mount.devices.end();
+    };
+    std::vector<Reason> uses;
     for (const std::string& opener : openers_of(roots, {member}))
-        throw Failure(fmt::format("{} is open in {}.", device.path, opener), next);
+        uses.push_back({Kind::kOpen, "is open in " + opener, ""});
     for (const std::string& holder : holders_of(roots, member))
-        throw Failure(fmt::format("{} belongs to {}.", device.path, holder), next);
+        uses.push_back({Kind::kHeld, "belongs to " + holder, ""});
     for (const Mount& mount : mounts(roots)) {
-        if (std::find(mount.devices.begin(), mount.devices.end(), device.number) !=
-            mount.devices.end()) {
-            throw Failure(fmt::format("{} is mounted at {}.", device.path, printable(mount.point)),
-                          next);
-        }
+        if (is_on_it(mount))
+            uses.push_back({Kind::kMounted, "is mounted at " + printable(mount.point), ""});
+    }
+    return uses;
+}
+
+void refuse_in_use(const Roots& roots, const VolumeDevice& device) {
+    const auto uses = reasons_that_stay([&] { return uses_of(roots, device); });
+    if (!uses.empty()) {
+        throw Failure(fmt::format("{} {}.", device.path, uses.front().text), "End that first.");
     }
 }
 

@@ -46,7 +46,7 @@ UndoEntry from_json(const Json& json, const std::string& file) {
 
 }  // namespace
 
-UndoList::UndoList(const Roots& roots) : store_(roots, "undo.json") {
+UndoList::UndoList(const Roots& roots) : store_(roots, kFile) {
     store_.let_tools_hold_it();
     for (const Json& json : store_.read(Json::array()))
         entries_.push_back(from_json(json, store_.path()));

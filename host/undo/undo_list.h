@@ -32,6 +32,9 @@ class UndoList {
   public:
     explicit UndoList(const Roots& roots);
 
+    /// Holds it without a look at what it says, for a look at drives that must disturb nobody.
+    static Store hold(const Roots& roots) { return {roots, kFile}; }
+
     /// In the order in which the steps were taken. They are undone from the last to the first.
     const std::vector<UndoEntry>& entries() const { return entries_; }
     const UndoEntry* find(UndoEntry::Kind kind, const std::string& name) const;
@@ -43,6 +46,8 @@ class UndoList {
     void remove(UndoEntry::Kind kind, const std::string& name);
 
   private:
+    static constexpr const char* kFile = "undo.json";
+
     void write(const std::vector<UndoEntry>& entries);
 
     Store store_;

@@ -1,5 +1,8 @@
 #include "storage/giving_back.h"
 
+#include <chrono>
+#include <thread>
+
 #include "core/tool.h"
 #include "loop_drive.h"
 #include "refusal/content.h"
@@ -64,6 +67,16 @@ TEST_F(GivingBack, GoesOnWhereThePowerWasCutWithinATable) {
     write(0, zeros);
     EXPECT_FALSE(cleans_up());
     EXPECT_THAT(told_, Contains(HasSubstr("holds gpt, which is not ours")));
+}
+
+TEST_F(GivingBack, WaitsForWhoLooksIntoADriveForAMoment) {
+    take_and_lay_out();
+    link("proc/4711/fd/3", "dev/nvme0n1");
+    const std::jthread udev([this] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        std::filesystem::remove(base_ + "/proc/4711/fd/3");
+    });
+    EXPECT_TRUE(cleans_up()) << ::testing::PrintToString(told_);
 }
 
 TEST_F(GivingBack, IsOfDrivesThatNoArrayWasMadeOfAndNoOtherEvaluationMayHave) {
