@@ -119,7 +119,7 @@ int RAID_Get_Id_By_Drive(unsigned dev_id) {
     });
 }
 
-// md rebuilds nothing here: groups are made clean, and live as long as an evaluation.
+// md rebuilds nothing here: groups are made clean and frozen, and live as long as an evaluation.
 
 int RAID_Force_Speed_Down_Generate_UID(int pid, char* uid, int size) {
     return call("RAID_Force_Speed_Down_Generate_UID", arguments(pid), [&] {

@@ -29,7 +29,8 @@ host::FioResult carry_out(const provider::fio::Job& job) {
     const auto file = device.open_for_writing();
     const char* const details = std::getenv("SSD_OP_FIO_DETAILS");
     host::FioResult result = host::run_fio(job, file.get(), details != nullptr ? details : "");
-    device.check_complete();  // else it has been another array for a part of the time
+    // An array goes on without a drive that is pulled meanwhile, at another speed.
+    device.check_complete();
     return result;
 }
 

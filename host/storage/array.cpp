@@ -1,9 +1,13 @@
 #include "storage/array.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <cstring>
+#include <string_view>
 #include <thread>
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -13,6 +17,7 @@
 #include "enrolment/enrolment.h"
 #include "refusal/examination.h"
 #include "refusal/stack.h"
+#include "shared/descriptor.h"
 #include "shared/raid_level.h"
 #include "storage/members.h"
 #include "taking/taking.h"
@@ -85,6 +90,19 @@ void stop(const Roots& roots, const MdArray& array, const std::vector<OurMember>
     must_run({"mdadm", "--stop", array.device(roots)});
 }
 
+/// No rebuild onto a spare, and no monthly check of this host's, shall be measured.
+void freeze(const MdArray& array) {
+    const std::string file = array.directory + "/md/sync_action";
+    const ssd_op::shared::Descriptor action(::open(file.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!action && errno == ENOENT) return;  // a level without redundancy
+    constexpr std::string_view kFrozen = "frozen\n";
+    if (::write(action.get(), kFrozen.data(), kFrozen.size()) !=
+        static_cast<ssize_t>(kFrozen.size()))
+        throw Failure(fmt::format("The array {} cannot be kept from rebuilds: {}.", array.name,
+                                  std::strerror(errno)),
+                      "See dmesg.");
+}
+
 /// An array all of whose members cannot be read tells no UUID any more.
 std::optional<MdArray> find_mute_array(const Roots& roots, std::vector<OurMember> members) {
     std::erase_if(members, [](const OurMember& member) { return member.is_readable; });
@@ -146,6 +164,7 @@ void make_array(const Roots& roots, UndoList& undo, const ArrayRecord& record) {
         throw Failure(fmt::format("The array {} is not what it was made as.", record.id),
                       "See dmesg and mdadm --detail.");
     }
+    freeze(*array);
 }
 
 void remove_array(const Roots& roots, UndoList& undo, int id) {
