@@ -51,9 +51,28 @@ bool start_services(const Roots& roots, const std::function<void(const std::stri
     }
 }
 
+/// What was taken last may have no owner yet: a drive that is measured.
+void refuse_under_evaluation(const Roots& roots) {
+    if (evaluation_runs(roots))
+        throw Failure("An evaluation runs.",
+                      "Wait for its end, or stop it with ssd-op --host stop. Nothing was undone.");
+}
+
+bool forget_and_tell(const Roots& roots, UndoList& undo, const std::string& serial,
+                     const std::function<void(const std::string&)>& tell) {
+    try {
+        forget_drive(roots, undo, serial);
+        return true;
+    } catch (const Failure& failure) {
+        tell(fmt::format("NOT forgotten: {} {}", failure.what(), failure.next_step()));
+        return false;
+    }
+}
+
 bool undo_storage(const Roots& roots, const std::string& forget,
                   const std::function<void(const std::string&)>& tell) {
     UndoList undo(roots);
+    refuse_under_evaluation(roots);  // one may have begun while the list was waited for
     const std::vector<UndoEntry> entries = undo.entries();
     for (const UndoEntry& entry : entries) refuse_under_owner(roots, entry);
     bool all = true;
@@ -63,7 +82,7 @@ bool undo_storage(const Roots& roots, const std::string& forget,
         if (!forget.empty() && is_of_drive && entry->name == forget) continue;
         all = undo_and_tell(roots, undo, *entry, tell) && all;
     }
-    if (!forget.empty()) forget_drive(roots, undo, forget);
+    if (!forget.empty()) all = forget_and_tell(roots, undo, forget, tell) && all;
     return all;
 }
 
@@ -71,10 +90,7 @@ bool undo_storage(const Roots& roots, const std::string& forget,
 
 bool clean_up(const Roots& roots, const std::string& forget,
               const std::function<void(const std::string&)>& tell) {
-    // What was taken last may have no owner yet: a drive that is measured.
-    if (evaluation_runs(roots))
-        throw Failure("An evaluation runs.",
-                      "Wait for its end, or stop it with ssd-op --host stop. Nothing was undone.");
+    refuse_under_evaluation(roots);
     const bool storage = undo_storage(roots, forget, tell);
     return start_services(roots, tell) && storage;
 }
