@@ -88,11 +88,4 @@ void enroll(const Roots& roots, const Enrolment& enrolment, const AskForSerial& 
                            drive.bytes, enrolment.wish.wipe, now_text()});
 }
 
-void release(const Roots& roots, const std::string& serial) {
-    if (!remove_enrolled(roots, serial)) {
-        throw Failure(fmt::format("The drive {} is not enrolled.", printable(serial)),
-                      "See ssd-op-host drives list.");
-    }
-}
-
 }  // namespace host

@@ -16,6 +16,7 @@
 #include "programs/program.h"
 #include "shared/command_line.h"
 #include "storage/cleanup.h"
+#include "taking/release.h"
 
 namespace {
 

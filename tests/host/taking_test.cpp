@@ -2,6 +2,7 @@
 
 #include "core/failure.h"
 #include "host_tree.h"
+#include "taking/release.h"
 
 namespace host {
 namespace {
@@ -51,6 +52,20 @@ TEST_F(Taking, RemembersWhichDriveItWas) {
     EXPECT_TRUE(is_taken(undo, drive()));
     put(place_ + "/wwid", "eui.another\n");
     EXPECT_THROW(is_taken(undo, drive()), Failure);
+}
+
+TEST_F(Taking, IsUndoneBeforeTheDriveIsReleased) {
+    using Kind = UndoEntry::Kind;
+    enroll(drive().bytes);
+    for (const Kind kind : {Kind::kDrive, Kind::kPartitions}) {
+        UndoList(roots_).add({kind, "S1"});
+        EXPECT_THROW(release(roots_, "S1"), Failure);
+        EXPECT_EQ(enrolled_drives(roots_).size(), 1u);
+        UndoList(roots_).remove(kind, "S1");
+    }
+    UndoList(roots_).add({Kind::kDrive, "S2"});
+    release(roots_, "S1");
+    EXPECT_THROW(release(roots_, "S1"), Failure);
 }
 
 }  // namespace
