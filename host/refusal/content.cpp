@@ -6,6 +6,7 @@
 
 #include <blkid/blkid.h>
 #include <fmt/format.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include "core/failure.h"
@@ -50,7 +51,7 @@ std::string value_of(const Probe& probe, const char* name) {
 Signature found_by(const Probe& probe) {
     std::string type = value_of(probe, "TYPE");
     if (type.empty()) type = value_of(probe, "PTTYPE");
-    return {type.empty() ? "unknown" : type, value_of(probe, "LABEL")};
+    return {type.empty() ? "unknown" : type, value_of(probe, "LABEL"), value_of(probe, "PTUUID")};
 }
 
 bool has_data(int file, uint64_t from, uint64_t size) {
@@ -85,6 +86,16 @@ std::vector<Signature> signatures_in(int file) {
         if (result != 0 || found.size() == kMostSignatures) return found;
         found.push_back(found_by(probe));
     }
+}
+
+std::vector<Signature> beside_table(const std::vector<Signature>& found, const std::string& guid) {
+    std::vector<Signature> others = found;
+    std::erase_if(others, [&](const Signature& signature) {
+        // GUIDs are written in either case.
+        return signature.type == "gpt" && !guid.empty() &&
+               ::strcasecmp(signature.table.c_str(), guid.c_str()) == 0;
+    });
+    return others;
 }
 
 bool holds_data(int file, uint64_t bytes) {

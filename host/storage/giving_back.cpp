@@ -11,10 +11,8 @@
 
 #include "core/failure.h"
 #include "core/text.h"
-#include "enrolment/enrolled.h"
 #include "enrolment/enrolment.h"
 #include "refusal/content.h"
-#include "refusal/examination.h"
 #include "shared/drive_id.h"
 #include "storage/discard_all.h"
 #include "storage/layout.h"
@@ -36,7 +34,7 @@ HeldDrive take_back(const Roots& roots, const UndoList& undo, const Drive& drive
             fmt::format("The undo list does not say that {} was taken.", drive.identity.serial),
             "Nothing was written to it.");
     }
-    Examination examination = examine(roots, drive, {true});
+    Examination examination = examine(roots, drive, wish_of(roots, undo, drive));
     if (!examination.passed()) {
         throw Failure(fmt::format("The drive {} cannot be given back:\n{}", drive.identity.serial,
                                   list_of(examination.reasons)),
@@ -84,18 +82,6 @@ void sync(int file) {
                       "Look for I/O errors with dmesg.");
 }
 
-/// Content that nobody of us wrote, and that nobody said may go, was put there after us.
-void refuse_content_of_others(const Roots& roots, const Drive& drive, int file) {
-    const auto enrolled = enrolled_drives(roots);
-    const bool may_go = std::any_of(enrolled.begin(), enrolled.end(),
-                                    [&](const Enrolled& one) { return one.is(drive) && one.wipe; });
-    const auto signatures = signatures_in(file);
-    if (signatures.empty() || may_go) return;
-    throw Failure(fmt::format("The drive {} holds {}, which is not ours.", drive.identity.serial,
-                              signatures.front().text()),
-                  "If it may go: wipefs --all " + drive.device(roots));
-}
-
 void refuse_in_array(const UndoList& undo, const std::string& serial) {
     for (const ArrayRecord& array : arrays_in(undo)) {
         for (const auto* drives : {&array.members, &array.spares}) {
@@ -114,20 +100,21 @@ void remove_layout(const Roots& roots, UndoList& undo, const std::string& serial
     refuse_in_array(undo, serial);
     const Drive drive = drive_there(roots, serial);
     const HeldDrive held = take_back(roots, undo, drive);
-    if (has_our_layout(roots, undo, drive)) {
-        const auto data = partition_of(drive, ssd_op::shared::kDataPartition);
-        const auto file = held.open_for_writing();
-        if (data && data->start + data->bytes <= drive.bytes)
-            zero_edges(file.get(), data->start, data->bytes);
-        sync(file.get());
-        zero_edges(file.get(), 0, drive.bytes);
-        sync(file.get());
-        held.read_partitions_again();
-    } else if (!table_guid(roots, drive).empty()) {
+    const bool is_ours = has_our_layout(roots, undo, drive);
+    if (!is_ours && !table_guid(roots, drive).empty()) {
         throw Failure(
             fmt::format("The drive {} has a partition table that is not ours.", serial),
             "Nothing was written to it. If it may go: wipefs --all " + drive.device(roots));
     }
+    const auto data = is_ours ? partition_of(drive, ssd_op::shared::kDataPartition) : std::nullopt;
+    const auto file = held.open_for_writing();
+    if (data && data->start + data->bytes <= drive.bytes)
+        zero_edges(file.get(), data->start, data->bytes);
+    sync(file.get());
+    // Also when a power cut has left no more than the table's copy, which sfdisk does not tell.
+    zero_edges(file.get(), 0, drive.bytes);
+    sync(file.get());
+    held.read_partitions_again();
     undo.remove(Kind::kPartitions, serial);
 }
 
@@ -139,7 +126,6 @@ void give_drive_back(const Roots& roots, UndoList& undo, const std::string& seri
     const Drive drive = drive_there(roots, serial);
     const HeldDrive held = take_back(roots, undo, drive);
     const auto file = held.open_for_writing();
-    refuse_content_of_others(roots, drive, file.get());
     discard_all(file.get(), drive.bytes);
     zero_edges(file.get(), 0, drive.bytes);
     sync(file.get());

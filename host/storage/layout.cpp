@@ -9,6 +9,7 @@
 #include "storage/discard_all.h"
 #include "storage/owner.h"
 #include "storage/unique.h"
+#include "taking/taking.h"
 
 namespace host {
 
@@ -18,17 +19,6 @@ constexpr uint64_t kMib = 1 << 20;
 constexpr uint64_t kDataStartMib = 4;
 constexpr uint64_t kLeastDataMib = 64;  // 32 of it stay free
 constexpr auto kKind = UndoEntry::Kind::kPartitions;
-
-const std::string* recorded_guid(const UndoList& undo, const Drive& drive) {
-    const UndoEntry* const entry = undo.find(kKind, drive.identity.serial);
-    if (entry == nullptr) return nullptr;
-    const auto guid = entry->details.find("guid");
-    if (guid == entry->details.end() || !guid->is_string()) {
-        throw Failure("The undo list does not say which partition table is ours.",
-                      "Restore undo.json from a backup.");
-    }
-    return guid->get_ptr<const std::string*>();
-}
 
 }  // namespace
 
@@ -66,8 +56,8 @@ std::string layout_script(uint64_t drive_bytes, const std::string& guid) {
 }
 
 bool has_our_layout(const Roots& roots, const UndoList& undo, const Drive& drive) {
-    const std::string* const guid = recorded_guid(undo, drive);
-    return guid != nullptr && table_guid(roots, drive) == *guid;
+    const auto guid = recorded_table(undo, drive);
+    return guid && table_guid(roots, drive) == *guid;
 }
 
 std::optional<Partition> our_data_partition(const Roots& roots, const UndoList& undo,
@@ -80,8 +70,8 @@ void lay_out(const Roots& roots, UndoList& undo, const HeldDrive& held) {
     const Drive& drive = held.drive();
     if (our_data_partition(roots, undo, drive)) return;
     // An earlier table of ours stays known as that until this one has taken its place.
-    const std::string* const earlier = recorded_guid(undo, drive);
-    const std::string guid = earlier != nullptr ? *earlier : new_guid();
+    const auto earlier = recorded_table(undo, drive);
+    const std::string guid = earlier ? *earlier : new_guid();
     const std::string script = layout_script(drive.bytes, guid);
     undo.add({kKind, drive.identity.serial, {{"guid", guid}, {"owner", this_process(roots)}}});
     // What a measurement has written where no volume comes would be data to the drive for good, and

@@ -1,7 +1,15 @@
 #include "taking/taking.h"
 
+#include <fcntl.h>
+#include <linux/loop.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
 #include "core/failure.h"
+#include "core/tool.h"
 #include "host_tree.h"
+#include "shared/descriptor.h"
 #include "taking/release.h"
 
 namespace host {
@@ -66,6 +74,54 @@ TEST_F(Taking, IsUndoneBeforeTheDriveIsReleased) {
     UndoList(roots_).add({Kind::kDrive, "S2"});
     release(roots_, "S1");
     EXPECT_THROW(release(roots_, "S1"), Failure);
+}
+
+/// The drive is a loop device, which needs root. It goes with the last that has it open.
+class TakingForReal : public Taking {
+  protected:
+    void SetUp() override {
+        put("image", "");
+        std::filesystem::resize_file(base_ + "/image", kBytes);
+        const Descriptor control(::open("/dev/loop-control", O_RDWR | O_CLOEXEC));
+        const Descriptor image(::open((base_ + "/image").c_str(), O_RDWR | O_CLOEXEC));
+        const int index = ::ioctl(control.get(), LOOP_CTL_GET_FREE);
+        const std::string path = fmt::format("/dev/loop{}", index);
+        loop_ = Descriptor(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+        loop_config config{};
+        config.fd = static_cast<__u32>(image.get());
+        config.info.lo_flags = LO_FLAGS_AUTOCLEAR;
+        struct stat found {};
+        if (!loop_ || ::ioctl(loop_.get(), LOOP_CONFIGURE, &config) != 0 ||
+            ::fstat(loop_.get(), &found) != 0 ||
+            ::mknod(device_.c_str(), S_IFBLK | 0600, found.st_rdev) != 0)
+            GTEST_SKIP() << "no loop device can be had";
+        put(place_ + "/dev", device_number_of(found.st_rdev).text());
+        put(place_ + "/size", std::to_string(kBytes / 512));
+    }
+    void run(std::vector<std::string> words, const std::string& input = "") {
+        words.push_back(device_);
+        ASSERT_EQ(run_tool(words, {.input = input}).status, 0) << words[0];
+    }
+
+    using Descriptor = ssd_op::shared::Descriptor;
+    static constexpr uint64_t kBytes = 32 << 20;
+    const std::string device_ = base_ + "/dev/nvme0n1";
+    Descriptor loop_;
+};
+
+TEST_F(TakingForReal, IsOfNothingThatOthersPutThereSinceItWasTaken) {
+    constexpr const char* kGuid = "6F1E3B5A-0000-4000-8000-000000000001";
+    enroll(kBytes);
+    ASSERT_EQ(refused(), "taken");
+    ASSERT_EQ(::pwrite(loop_.get(), "data", 4, 0), 4);
+    EXPECT_EQ(refused(), "taken");
+    run({"mkfs.ext4", "-q", "-F", "-L", "mine"});
+    EXPECT_THAT(refused(), HasSubstr("it holds ext4 \"mine\". If that may go"));
+    run({"wipefs", "-q", "--all"});
+    run({"sfdisk", "-q"}, fmt::format("label: gpt\nlabel-id: {}\nsize=8M\n", kGuid));
+    EXPECT_THAT(refused(), HasSubstr("it holds gpt"));
+    UndoList(roots_).add({UndoEntry::Kind::kPartitions, "S1", {{"guid", kGuid}}});
+    EXPECT_EQ(refused(), "taken");
 }
 
 }  // namespace
