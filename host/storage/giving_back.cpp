@@ -11,6 +11,7 @@
 
 #include "core/failure.h"
 #include "core/text.h"
+#include "enrolment/enrolled.h"
 #include "enrolment/enrolment.h"
 #include "refusal/content.h"
 #include "shared/drive_id.h"
@@ -134,6 +135,7 @@ void give_drive_back(const Roots& roots, UndoList& undo, const std::string& seri
         throw Failure(fmt::format("The drive {} is not empty after all.", serial),
                       "Look for I/O errors with dmesg.");
     }
+    end_wipe(roots, serial);
     undo.remove(Kind::kDrive, serial);
 }
 

@@ -5,6 +5,7 @@
 #include "core/failure.h"
 #include "core/text.h"
 #include "core/tool.h"
+#include "enrolment/enrolled.h"
 #include "shared/drive_id.h"
 #include "storage/discard_all.h"
 #include "storage/owner.h"
@@ -68,7 +69,8 @@ std::optional<Partition> our_data_partition(const Roots& roots, const UndoList& 
 
 void lay_out(const Roots& roots, UndoList& undo, const HeldDrive& held) {
     const Drive& drive = held.drive();
-    if (our_data_partition(roots, undo, drive)) return;
+    // A crash may have come between the last step and this.
+    if (our_data_partition(roots, undo, drive)) return end_wipe(roots, drive.identity.serial);
     // An earlier table of ours stays known as that until this one has taken its place.
     const auto earlier = recorded_table(undo, drive);
     const std::string guid = earlier ? *earlier : new_guid();
@@ -88,6 +90,7 @@ void lay_out(const Roots& roots, UndoList& undo, const HeldDrive& held) {
             fmt::format("The drive {} has no data partition after all.", drive.identity.serial),
             "See dmesg for what the kernel says of it.");
     }
+    end_wipe(roots, drive.identity.serial);
 }
 
 }  // namespace host
