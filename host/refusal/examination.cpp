@@ -42,6 +42,22 @@ class Reasons {
     std::vector<Reason> found_;
 };
 
+/// Everything that is remembered of a drive is found again by its serial number.
+void look_for_twins(const Drive& drive, const std::vector<Drive>& all, Reasons& reasons) {
+    const Identity& own = drive.identity;
+    for (const Drive& other : all) {
+        if (other.number == drive.number) continue;
+        if (!own.wwn.empty() && other.identity.wwn == own.wwn) {
+            reasons.add(Kind::kIdentity,
+                        fmt::format("{} has the same WWN: two paths to one drive?", other.name),
+                        "Leave one path to it.");
+        } else if (!own.serial.empty() && other.identity.serial == own.serial) {
+            reasons.add(Kind::kIdentity, fmt::format("{} has the same serial number", other.name),
+                        "Take the other one out, or leave one namespace of an NVMe drive.");
+        }
+    }
+}
+
 void look_at_drive(const Roots& roots, const Drive& drive, Reasons& reasons) {
     if (drive.identity.serial.empty())
         reasons.add(Kind::kIdentity, "it tells no serial number", "Use another drive.");
@@ -56,14 +72,7 @@ void look_at_drive(const Roots& roots, const Drive& drive, Reasons& reasons) {
     }
     if (read_number(drive.directory + "/ro") != 0)
         reasons.add(Kind::kReadOnly, "it is read-only", "See blockdev --getro and dmesg for why.");
-    for (const Drive& other : list_drives(roots)) {
-        if (other.number == drive.number || drive.identity.wwn.empty() ||
-            other.identity.wwn != drive.identity.wwn)
-            continue;
-        reasons.add(Kind::kIdentity,
-                    fmt::format("{} has the same WWN: two paths to one drive?", other.name),
-                    "Leave one path to it.");
-    }
+    look_for_twins(drive, list_drives(roots), reasons);
 }
 
 bool has(const std::vector<DeviceNumber>& numbers, const Member& member) {

@@ -89,6 +89,12 @@ TEST_F(Refusal, OfDrivesThatCannotDoTheWork) {
     put(place_ + "/ro", "0\n");
     put(add_nvme(1, "S2") + "/wwid", "eui.S1\n");
     EXPECT_THAT(only(Kind::kIdentity), HasSubstr("nvme1n1 has the same WWN"));
+    put(add_nvme(2, "S2") + "/wwid", "eui.other\n");
+    for (const auto& [index, other] : {std::pair(1, "nvme2n1"), {2, "nvme1n1"}}) {
+        const Drive drive = list_drives(roots_).at(static_cast<size_t>(index));
+        EXPECT_THAT(list_of(reasons_in_tables(roots_, drive)),
+                    HasSubstr(std::string(other) + " has the same serial number"));
+    }
 }
 
 TEST_F(Refusal, IsTheAnswerToEveryDoubt) {
