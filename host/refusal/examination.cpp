@@ -120,7 +120,7 @@ std::vector<std::string> kept_of(const std::vector<Signature>& signatures, bool 
                                  const Wish& wish) {
     std::vector<std::string> kept;
     if (wish.wipe) return kept;
-    for (const Signature& signature : beside_table(signatures, wish.table_of_ours.value_or("")))
+    for (const Signature& signature : not_ours(signatures, wish.table_of_ours.value_or("")))
         kept.push_back(signature.text());
     if (has_data && !wish.table_of_ours) kept.emplace_back(kUnknownData);
     return kept;
@@ -135,7 +135,7 @@ std::vector<std::string> look_at_content(int file, const Drive& drive, const Wis
         content.push_back(signature.text());
         if (signature.is_of_shared_storage()) {
             reasons.add(Kind::kHeld, "it is a member of shared storage: " + signature.text(),
-                        "Take it out of that with its own tool (zpool labelclear, multipath).");
+                        "Take it out of that with its own tool (zpool labelclear).");
         }
     }
     const bool has_data = signatures.empty() && holds_data(file, drive.bytes);

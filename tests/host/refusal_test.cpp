@@ -189,5 +189,33 @@ TEST_F(Content, OfAnArrayIsFoundAtItsEndBesideOthers) {
     EXPECT_THAT(found(), ElementsAre("linux_raid_member", "ext4"));
 }
 
+TEST_F(Content, IsFoundInPartitionsThatTheKernelHasNotRead) {
+    constexpr const char* kGuid = "6F1E3B5A-0000-4000-8000-000000000001";
+    std::filesystem::resize_file(image_, 96 << 20);  // no smaller pool is believed
+    ASSERT_EQ(run_tool({"sfdisk", "-q", image_},
+                       {.input = fmt::format("label: gpt\nlabel-id: {}\nstart=1M, size=4M\n"
+                                             "start=8M, size=72M\n",
+                                             kGuid)})
+                  .status,
+              0);
+    EXPECT_THAT(found(), ElementsAre("gpt"));
+    ASSERT_EQ(
+        run_tool({"mkfs.ext4", "-q", "-L", "data", "-E", "offset=1048576", image_, "4M"}).status,
+        0);
+    for (uint64_t block = 0; block < 8; ++block)  // of a ZFS label, what tells that it is one
+        write((8 << 20) + (128 << 10) + (block << 10), std::string("\x0c\xb1\xba\0\0\0\0\0", 8));
+    EXPECT_THAT(found(),
+                ElementsAre("gpt", "partition 1: ext4 \"data\"", "partition 2: zfs_member"));
+    const auto signatures = signatures_in(open().get());
+    EXPECT_TRUE(signatures.at(2).is_of_shared_storage());
+
+    EXPECT_EQ(not_ours(signatures, kGuid).size(), 2u);
+    EXPECT_EQ(not_ours(signatures, "").size(), 3u);
+    std::vector<Signature> in_array{signatures[0], {.type = "LVM2_member", .partition = 3}};
+    EXPECT_THAT(not_ours(in_array, kGuid), IsEmpty());
+    in_array[0].table = "another";
+    EXPECT_EQ(not_ours(in_array, kGuid).size(), 2u);
+}
+
 }  // namespace
 }  // namespace host
