@@ -48,7 +48,7 @@ std::optional<Drive> look_at(const Roots& roots, const std::string& name) {
     };
     if (!is("queue/rotational", 0) || !is("removable", 0)) return std::nullopt;
 
-    const auto number = parse_device_number(read_attribute(*directory + "/dev").value_or(""));
+    const auto number = device_number_in(*directory);
     const auto sectors = read_number(*directory + "/size");
     const auto block = read_number(*directory + "/queue/logical_block_size");
     if (!number || !block || *block < kSectorBytes || *block > 65536) return std::nullopt;

@@ -62,6 +62,20 @@ TEST_F(Refusal, OfTheSystemsOwnDriveSeesThroughEverythingBuiltOnIt) {
         EXPECT_THAT(list_of(reasons), HasSubstr("this system lies on it"));
         EXPECT_THAT(list_of(reasons), HasSubstr("nvme0n1p2 belongs to the md array md0"));
     }
+    // What an automount stands for is not known until it is mounted.
+    const std::string root = "28 1 0:23 / / rw - overlay overlay rw\n";
+    for (const auto& [lines, settled] : std::initializer_list<std::pair<const char*, bool>>{
+             {"", false},
+             {"42 40 0:37 / /efi rw - autofs efi rw,fd=7,direct\n", false},
+             {"42 40 8:1 / /boot rw - vfat /dev/gone rw\n", true}}) {
+        put("proc/self/mountinfo", root +
+                                       "40 28 0:36 / /boot rw - autofs systemd-1 rw,fd=5,direct\n"
+                                       "41 28 0:36 / /home rw - autofs auto.home rw,indirect\n" +
+                                       lines);
+        EXPECT_EQ(
+            list_of(reasons_in_tables(roots_, drive)).find("to be mounted at") == std::string::npos,
+            settled);
+    }
     // The devices of such a system are not known to the kernel's tables.
     put("proc/self/mountinfo", "28 1 0:30 / / rw - zfs rpool/root rw\n");
     EXPECT_THAT(list_of(reasons_in_tables(roots_, drive)), HasSubstr("cannot be told"));
@@ -78,6 +92,16 @@ TEST_F(Refusal, OfDrivesInUseTellsByWhat) {
         put("sys/devices/virtual/block/dm-1/dm/name", "v\x1b");
         EXPECT_EQ(only(Kind::kHeld), std::string("nvme0n1 belongs to ") + text);
     }
+}
+
+TEST_F(Refusal, OfDrivesThatAreOpenCountsTheirGenericDevices) {
+    put("proc/4711/comm", "a guest\n");
+    std::filesystem::create_directories(base_ + "/proc/4711/fd");
+    std::filesystem::create_symlink("/dev/null", base_ + "/proc/4711/fd/3");  // 1:3
+    put(place_ + "/dev", "1:3\n");                                            // of a block device
+    EXPECT_TRUE(nothing());
+    put(place_ + "/device/scsi_generic/sg0/dev", "1:3\n");
+    EXPECT_EQ(only(Kind::kOpen), "it is open in a guest (process 4711)");
 }
 
 TEST_F(Refusal, OfDrivesThatCannotDoTheWork) {
@@ -118,6 +142,11 @@ TEST_F(Refusal, IsTheAnswerToEveryDoubt) {
     std::filesystem::remove(base_ + "/proc/swaps");
     EXPECT_THAT(only(Kind::kDoubt), HasSubstr("cannot be read"));
     put("proc/swaps", "Filename Type\n");
+    add_device("sys/devices/virtual/block/loop7", "7:7");  // without a node
+    EXPECT_TRUE(nothing());
+    put("sys/devices/virtual/block/loop7/loop/backing_file", "/somewhere else\n");
+    EXPECT_THAT(only(Kind::kDoubt), HasSubstr("the loop device loop7 shows cannot be told"));
+    std::filesystem::remove(base_ + "/sys/block/loop7");
     put("proc/4711/comm", "hidden\n");  // without a list of what it has open
     EXPECT_THAT(only(Kind::kDoubt), HasSubstr("cannot be seen"));
     std::filesystem::remove_all(base_ + "/proc/4711");

@@ -4,10 +4,10 @@
 #include <linux/loop.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 
 #include "core/failure.h"
 #include "core/tool.h"
+#include "enrolment/enrolment.h"
 #include "host_tree.h"
 #include "shared/descriptor.h"
 #include "taking/release.h"
@@ -15,6 +15,7 @@
 namespace host {
 namespace {
 
+using ssd_op::shared::Descriptor;
 using ::testing::HasSubstr;
 
 class Taking : public HostTree {
@@ -82,38 +83,41 @@ class TakingForReal : public Taking {
     void SetUp() override {
         put("image", "");
         std::filesystem::resize_file(base_ + "/image", kBytes);
+        drive_ = loop_over(base_ + "/image", device_);
+        if (!drive_) GTEST_SKIP() << "no loop device can be had";
+        put(place_ + "/dev", block_device_at(device_)->text());
+        put(place_ + "/size", std::to_string(kBytes / 512));
+    }
+    static Descriptor loop_over(const std::string& file, const std::string& node) {
         const Descriptor control(::open("/dev/loop-control", O_RDWR | O_CLOEXEC));
-        const Descriptor image(::open((base_ + "/image").c_str(), O_RDWR | O_CLOEXEC));
+        const Descriptor shown(::open(file.c_str(), O_RDWR | O_CLOEXEC));
         const int index = ::ioctl(control.get(), LOOP_CTL_GET_FREE);
-        const std::string path = fmt::format("/dev/loop{}", index);
-        loop_ = Descriptor(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+        Descriptor loop(::open(fmt::format("/dev/loop{}", index).c_str(), O_RDWR | O_CLOEXEC));
         loop_config config{};
-        config.fd = static_cast<__u32>(image.get());
+        config.fd = static_cast<__u32>(shown.get());
         config.info.lo_flags = LO_FLAGS_AUTOCLEAR;
         struct stat found {};
-        if (!loop_ || ::ioctl(loop_.get(), LOOP_CONFIGURE, &config) != 0 ||
-            ::fstat(loop_.get(), &found) != 0 ||
-            ::mknod(device_.c_str(), S_IFBLK | 0600, found.st_rdev) != 0)
-            GTEST_SKIP() << "no loop device can be had";
-        put(place_ + "/dev", device_number_of(found.st_rdev).text());
-        put(place_ + "/size", std::to_string(kBytes / 512));
+        if (!loop || ::ioctl(loop.get(), LOOP_CONFIGURE, &config) != 0 ||
+            ::fstat(loop.get(), &found) != 0 ||
+            ::mknod(node.c_str(), S_IFBLK | 0600, found.st_rdev) != 0)
+            return Descriptor();
+        return loop;
     }
     void run(std::vector<std::string> words, const std::string& input = "") {
         words.push_back(device_);
         ASSERT_EQ(run_tool(words, {.input = input}).status, 0) << words[0];
     }
 
-    using Descriptor = ssd_op::shared::Descriptor;
     static constexpr uint64_t kBytes = 32 << 20;
     const std::string device_ = base_ + "/dev/nvme0n1";
-    Descriptor loop_;
+    Descriptor drive_;
 };
 
 TEST_F(TakingForReal, IsOfNothingThatOthersPutThereSinceItWasTaken) {
     constexpr const char* kGuid = "6F1E3B5A-0000-4000-8000-000000000001";
     enroll(kBytes);
     ASSERT_EQ(refused(), "taken");
-    ASSERT_EQ(::pwrite(loop_.get(), "data", 4, 0), 4);
+    ASSERT_EQ(::pwrite(drive_.get(), "data", 4, 0), 4);
     EXPECT_EQ(refused(), "taken");
     run({"mkfs.ext4", "-q", "-F", "-L", "mine"});
     EXPECT_THAT(refused(), HasSubstr("it holds ext4 \"mine\". If that may go"));
@@ -122,6 +126,18 @@ TEST_F(TakingForReal, IsOfNothingThatOthersPutThereSinceItWasTaken) {
     EXPECT_THAT(refused(), HasSubstr("it holds gpt"));
     UndoList(roots_).add({UndoEntry::Kind::kPartitions, "S1", {{"guid", kGuid}}});
     EXPECT_EQ(refused(), "taken");
+}
+
+TEST_F(TakingForReal, IsOfNoDriveThatALoopDeviceShowsWhateverItIsCalledThere) {
+    const Descriptor loop = loop_over(device_, base_ + "/dev/loop9");
+    if (!loop) GTEST_SKIP() << "no second loop device can be had";
+    const std::string place = "sys/devices/virtual/block/loop9";
+    add_device(place, block_device_at(base_ + "/dev/loop9")->text());
+    put(place + "/loop/backing_file", "/in another view/nvme0n1\n");
+    const Examination examination = examine(roots_, drive(), {});
+    EXPECT_FALSE(examination.passed());
+    EXPECT_EQ(list_of(examination.reasons),
+              "  - it is open in the loop device loop9. End that first.\n");
 }
 
 }  // namespace
