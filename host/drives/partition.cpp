@@ -7,8 +7,6 @@ namespace host {
 
 namespace {
 
-constexpr uint64_t kSectorBytes = 512;  // the unit of sysfs
-
 Partition look_at(const std::string& name, const std::string& directory) {
     const auto number = device_number_in(directory);
     const auto start = read_number(directory + "/start");

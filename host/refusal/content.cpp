@@ -1,17 +1,17 @@
 #include "refusal/content.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 #include <utility>
 
 #include <blkid/blkid.h>
 #include <fmt/format.h>
 #include <strings.h>
-#include <unistd.h>
 
 #include "core/failure.h"
 #include "core/text.h"
+#include "core/whole.h"
+#include "drives/drive.h"
 
 namespace host {
 
@@ -76,7 +76,6 @@ void add_found(const Probe& probe, int partition, std::vector<Signature>& found)
 
 /// Of a damaged table, only what lies within the device.
 std::vector<std::pair<int, Range>> partitions_by(const Probe& probe) {
-    constexpr uint64_t kSectorBytes = 512;
     std::vector<std::pair<int, Range>> partitions;
     const auto sectors = static_cast<uint64_t>(blkid_probe_get_size(probe.get())) / kSectorBytes;
     blkid_partlist list = blkid_probe_get_partitions(probe.get());
@@ -97,14 +96,7 @@ std::vector<std::pair<int, Range>> partitions_by(const Probe& probe) {
 
 bool has_data(int file, uint64_t from, uint64_t size) {
     std::string block(size, '\0');
-    size_t length = 0;
-    while (length < block.size()) {
-        const ssize_t got = ::pread(file, block.data() + length, block.size() - length,
-                                    static_cast<off_t>(from + length));
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) fail();
-        length += static_cast<size_t>(got);
-    }
+    if (!read_whole_at(file, block.data(), block.size(), from)) fail();
     return block.find_first_not_of('\0') != std::string::npos;
 }
 

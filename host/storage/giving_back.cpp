@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <vector>
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -11,6 +10,7 @@
 
 #include "core/failure.h"
 #include "core/text.h"
+#include "core/whole.h"
 #include "enrolment/enrolled.h"
 #include "enrolment/enrolment.h"
 #include "refusal/content.h"
@@ -57,18 +57,9 @@ Drive drive_there(const Roots& roots, const std::string& serial) {
 }
 
 void zero(int file, uint64_t from, uint64_t bytes) {
-    const std::vector<char> zeros(bytes, '\0');
-    uint64_t done = 0;
-    while (done < bytes) {
-        const ssize_t wrote =
-            ::pwrite(file, zeros.data() + done, bytes - done, static_cast<off_t>(from + done));
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) {
-            throw Failure(fmt::format("The drive cannot be written: {}.", std::strerror(errno)),
-                          "Look for I/O errors with dmesg.");
-        }
-        done += static_cast<uint64_t>(wrote);
-    }
+    if (!write_whole_at(file, std::string(bytes, '\0'), from))
+        throw Failure(fmt::format("The drive cannot be written: {}.", std::strerror(errno)),
+                      "Look for I/O errors with dmesg.");
 }
 
 void zero_edges(int file, uint64_t from, uint64_t bytes) {
