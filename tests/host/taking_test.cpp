@@ -121,7 +121,11 @@ TEST_F(TakingForReal, IsOfNothingThatOthersPutThereSinceItWasTaken) {
     EXPECT_EQ(refused(), "taken");
     run({"mkfs.ext4", "-q", "-F", "-L", "mine"});
     EXPECT_THAT(refused(), HasSubstr("it holds ext4 \"mine\". If that may go"));
-    run({"wipefs", "-q", "--all"});
+    for (const bool had_any : {true, false}) {
+        host::enroll(roots_, {"S1", {true}, "S1"}, nullptr);
+        EXPECT_EQ(enrolled_drives(roots_).at(0).wipe, had_any);
+        run({"blkdiscard", "--zeroout", "--force"});
+    }
     run({"sfdisk", "-q"}, fmt::format("label: gpt\nlabel-id: {}\nsize=8M\n", kGuid));
     EXPECT_THAT(refused(), HasSubstr("it holds gpt"));
     UndoList(roots_).add({UndoEntry::Kind::kPartitions, "S1", {{"guid", kGuid}}});
