@@ -2,9 +2,12 @@
 
 #include <charconv>
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+
+#include "core/read.h"
 
 namespace host {
 
@@ -35,10 +38,21 @@ DeviceNumber device_number_of(dev_t device) {
     return {gnu_dev_major(device), gnu_dev_minor(device)};
 }
 
+std::optional<DeviceNumber> device_number_in(const std::string& directory) {
+    return parse_device_number(read_attribute(directory + "/dev").value_or(""));
+}
+
+std::optional<DeviceNode> device_at(const std::string& path) {
+    struct statx found {};
+    if (::statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_TYPE, &found) != 0 ||
+        !(S_ISBLK(found.stx_mode) || S_ISCHR(found.stx_mode)))
+        return std::nullopt;
+    return DeviceNode{S_ISBLK(found.stx_mode), {found.stx_rdev_major, found.stx_rdev_minor}};
+}
+
 std::optional<DeviceNumber> block_device_at(const std::string& path) {
-    struct stat found {};
-    if (::stat(path.c_str(), &found) != 0 || !S_ISBLK(found.st_mode)) return std::nullopt;
-    return device_number_of(found.st_rdev);
+    const auto node = device_at(path);
+    return node && node->is_block ? std::optional(node->number) : std::nullopt;
 }
 
 }  // namespace host

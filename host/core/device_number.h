@@ -26,7 +26,20 @@ struct DeviceNumber {
 std::optional<DeviceNumber> parse_device_number(std::string_view text);
 DeviceNumber device_number_of(dev_t device);
 
-/// Of what lies at a path; none when that is no block device or cannot be looked at.
+/// What the kernel tells in the file `dev` of a directory of sysfs.
+std::optional<DeviceNumber> device_number_in(const std::string& directory);
+
+/// A block or character device; both count on their own.
+struct DeviceNode {
+    bool is_block = false;
+    DeviceNumber number;
+
+    bool operator==(const DeviceNode&) const = default;
+};
+
+/// What lies at a path, as far as it is known here already: a server that is gone is not asked.
+/// None when that is no device or cannot be looked at.
+std::optional<DeviceNode> device_at(const std::string& path);
 std::optional<DeviceNumber> block_device_at(const std::string& path);
 
 }  // namespace host

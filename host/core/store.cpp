@@ -11,6 +11,7 @@
 
 #include "core/failure.h"
 #include "core/read.h"
+#include "core/whole.h"
 
 namespace host {
 
@@ -34,16 +35,6 @@ void make_directory(const std::string& directory) {
     if (found.st_uid != ::geteuid() || (found.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
         throw Failure("Others may write to the directory " + directory + ".",
                       "Give it to root with mode 755, and look at what is in it.");
-    }
-}
-
-void write_all(int file, const std::string& text, const std::string& path) {
-    size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t wrote = ::write(file, text.data() + done, text.size() - done);
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote < 0) fail("Cannot write", path);
-        done += static_cast<size_t>(wrote);
     }
 }
 
@@ -81,7 +72,8 @@ void Store::write(const Json& value) {
     const Descriptor file(
         ::open(draft.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!file) fail("Cannot make", draft);
-    write_all(file.get(), value.dump(2, ' ', true, Json::error_handler_t::replace) + "\n", draft);
+    const std::string text = value.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
+    if (!write_whole(file.get(), text)) fail("Cannot write", draft);
     if (::fsync(file.get()) != 0) fail("Cannot sync", draft);
     if (std::rename(draft.c_str(), path_.c_str()) != 0) fail("Cannot replace", path_);
     // The new name, too, must be there after a power cut.

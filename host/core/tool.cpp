@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <utility>
 
 #include <fcntl.h>
@@ -16,6 +17,7 @@
 #include "core/capture.h"
 #include "core/failure.h"
 #include "core/text.h"
+#include "core/whole.h"
 #include "shared/children.h"
 #include "shared/descriptor.h"
 
@@ -69,13 +71,8 @@ class Child {
 /// A file in memory: whoever does not read it to its end harms nobody.
 Descriptor input_of(const std::string& program, const std::string& text) {
     Descriptor file(::memfd_create("input", MFD_CLOEXEC));
-    size_t done = 0;
-    while (file && done < text.size()) {
-        const ssize_t wrote = ::write(file.get(), text.data() + done, text.size() - done);
-        if (wrote <= 0) fail_for(program);
-        done += static_cast<size_t>(wrote);
-    }
-    if (!file || ::lseek(file.get(), 0, SEEK_SET) != 0) fail_for(program);
+    if (!file || !write_whole(file.get(), text) || ::lseek(file.get(), 0, SEEK_SET) != 0)
+        fail_for(program);
     return file;
 }
 
@@ -97,6 +94,7 @@ std::vector<char*> pointers_to(const std::vector<std::string>& words) {
     return pointers;
 }
 
+/// -1, with errno, when it cannot be started.
 pid_t spawn(const std::string& path, const std::vector<std::string>& words,
             const std::vector<std::string>& variables, const std::array<int, 3>& streams) {
     posix_spawn_file_actions_t actions;
@@ -118,6 +116,7 @@ pid_t spawn(const std::string& path, const std::vector<std::string>& words,
                                     pointers_to(words).data(), pointers_to(variables).data());
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
+    errno = error;
     return error == 0 ? pid : -1;
 }
 
@@ -133,13 +132,16 @@ ToolOutput run_tool(const std::vector<std::string>& words, const ToolOptions& op
     const ssd_op::shared::ChildrenAreOurs guard;
     Pipe output(program), complaint(program);
     pid_t pid = -1;
+    int start_error = 0;
     {
         const Descriptor input = input_of(program, options.input);
         const Descriptor output_end = std::move(output.target);
         const Descriptor complaint_end = std::move(complaint.target);
         pid = spawn(path, words, variables, {input.get(), output_end.get(), complaint_end.get()});
+        if (pid < 0) start_error = errno;
     }
-    if (pid < 0) return {.whole = false};
+    if (start_error != 0)
+        return {.started = false, .whole = false, .complaint = std::strerror(start_error)};
     Child child(pid);
     Capture text(output.source.get(), kMostOutput), told(complaint.source.get(), kMostComplaint);
     ToolOutput result;
@@ -159,7 +161,8 @@ std::string must_run(const std::vector<std::string>& words, const ToolOptions& o
                       "Install the package that it is in.");
     }
     if (output.whole && output.status == 0) return std::move(output.text);
-    const std::string end = !output.whole         ? "did not come to an end"
+    const std::string end = !output.started       ? "cannot be started"
+                            : !output.whole       ? "did not come to an end"
                             : output.status == -1 ? "was ended by a signal"
                                                   : fmt::format("exited with {}", output.status);
     std::string complaint(trimmed(output.complaint));

@@ -8,10 +8,11 @@ namespace host {
 
 /// What a program of the host printed.
 struct ToolOutput {
-    bool found = true;   ///< false: there is no such program
-    bool whole = true;   ///< false: it printed more than is read, or took longer than is waited
-    int status = -1;     ///< what it exited with; -1 when a signal ended it
-    std::string text{};  ///< its standard output; nothing unless whole
+    bool found = true;    ///< false: there is no such program
+    bool started = true;  ///< false: it cannot be; why, its complaint says
+    bool whole = true;    ///< false: it printed more than is read, or took longer than is waited
+    int status = -1;      ///< what it exited with; -1 when a signal ended it
+    std::string text{};   ///< its standard output; nothing unless whole
     std::string complaint{};  ///< the beginning of its standard error
 };
 

@@ -15,8 +15,6 @@ namespace host {
 
 namespace {
 
-constexpr uint64_t kSectorBytes = 512;  // the unit of sysfs, whatever the drive's block is
-
 bool takes_off(std::string_view& text, int (*kind)(int)) {
     const auto end = std::find_if_not(text.begin(), text.end(), [kind](char character) {
         return kind(static_cast<unsigned char>(character)) != 0;
@@ -48,7 +46,7 @@ std::optional<Drive> look_at(const Roots& roots, const std::string& name) {
     };
     if (!is("queue/rotational", 0) || !is("removable", 0)) return std::nullopt;
 
-    const auto number = parse_device_number(read_attribute(*directory + "/dev").value_or(""));
+    const auto number = device_number_in(*directory);
     const auto sectors = read_number(*directory + "/size");
     const auto block = read_number(*directory + "/queue/logical_block_size");
     if (!number || !block || *block < kSectorBytes || *block > 65536) return std::nullopt;
@@ -104,11 +102,14 @@ std::optional<Drive> find_drive(const Roots& roots, DeviceNumber number) {
     return found != drives.end() ? std::optional(*found) : std::nullopt;
 }
 
-void check_same(const Roots& roots, const Drive& drive) {
+bool is_same(const Roots& roots, const Drive& drive) {
     const auto now = find_drive(roots, drive.number);
-    if (!now || now->identity != drive.identity || now->bytes != drive.bytes ||
-        now->directory != drive.directory || now->sequence != drive.sequence)
-        fail_changed(drive);
+    return now && now->identity == drive.identity && now->bytes == drive.bytes &&
+           now->directory == drive.directory && now->sequence == drive.sequence;
+}
+
+void check_same(const Roots& roots, const Drive& drive) {
+    if (!is_same(roots, drive)) fail_changed(drive);
 }
 
 void fail_changed(const Drive& drive) {

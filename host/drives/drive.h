@@ -14,6 +14,8 @@
 
 namespace host {
 
+constexpr uint64_t kSectorBytes = 512;  ///< the kernel's unit, whatever a drive's block is
+
 struct DiscardLimits {
     uint64_t most_bytes = 0;  ///< in one request; 0: the drive takes no discards
     uint64_t granularity = 0;
@@ -44,7 +46,8 @@ std::vector<Drive> list_drives(const Roots& roots);
 /// The drive that has this device number now; none when it is gone or is no such drive.
 std::optional<Drive> find_drive(const Roots& roots, DeviceNumber number);
 
-/// Fails when another drive has its place or its number by now, or none has.
+/// False when another drive has its place or its number by now, or none has; the other one fails.
+bool is_same(const Roots& roots, const Drive& drive);
 void check_same(const Roots& roots, const Drive& drive);
 [[noreturn]] void fail_changed(const Drive& drive);
 

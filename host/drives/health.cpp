@@ -15,6 +15,8 @@ constexpr uint64_t kNvmeUnitBytes = 512000;  // in which NVMe counts data
 constexpr int kKelvin = 273;
 constexpr int kOpenFailed = 3;  // bits of smartctl's exit status: no answer from a drive
 
+constexpr const char* kChanged = " is another drive by now: list the drives again";
+
 std::optional<int> small(const Json& value, int most) {
     const auto number = count(value);
     if (!number || *number > static_cast<uint64_t>(most)) return std::nullopt;
@@ -58,7 +60,7 @@ Health ask_smartctl(const std::string& device, const std::string& serial) {
         return {.problem = "smartctl -A " + device + " fails: run it by hand to see why"};
     const Json& told = at(answer, "serial_number");
     if (told.is_string() && trimmed(told.get_ref<const std::string&>()) != serial)
-        return {.problem = device + " is another drive by now: list the drives again"};
+        return {.problem = device + kChanged};
     return health_from_smartctl(answer);
 }
 
@@ -98,6 +100,8 @@ Health read_health(const Roots& roots, const Drive& drive) {
     const std::string device = drive.device(roots);
     if (drive.place.bus != Bus::kNvme) return ask_smartctl(device, drive.identity.serial);
     Health health = ask_nvme(device);
+    // It does not tell whose answer that is: another drive may have the name by now.
+    if (!is_same(roots, drive)) return {.problem = device + kChanged};
     if (health.problem.empty()) return health;
     Health other = ask_smartctl(device, drive.identity.serial);
     return other.problem.empty() ? other : health;

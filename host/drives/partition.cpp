@@ -7,10 +7,8 @@ namespace host {
 
 namespace {
 
-constexpr uint64_t kSectorBytes = 512;  // the unit of sysfs
-
 Partition look_at(const std::string& name, const std::string& directory) {
-    const auto number = parse_device_number(read_attribute(directory + "/dev").value_or(""));
+    const auto number = device_number_in(directory);
     const auto start = read_number(directory + "/start");
     const auto sectors = read_number(directory + "/size");
     if (!number || !start || !sectors || *sectors > UINT64_MAX / kSectorBytes)

@@ -62,6 +62,17 @@ void store_enrolled(const Roots& roots, const Enrolled& drive) {
     write(store, drives);
 }
 
+void end_wipe(const Roots& roots, const std::string& serial) {
+    Store store(roots, kFile);
+    std::vector<Enrolled> drives = drives_in(store);
+    const auto found = std::find_if(drives.begin(), drives.end(), [&](const Enrolled& drive) {
+        return drive.serial == serial && drive.wipe;
+    });
+    if (found == drives.end()) return;
+    found->wipe = false;
+    write(store, drives);
+}
+
 bool remove_enrolled(const Roots& roots, const std::string& serial) {
     Store store(roots, kFile);
     std::vector<Enrolled> drives = drives_in(store);

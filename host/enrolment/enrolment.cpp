@@ -84,15 +84,9 @@ void enroll(const Roots& roots, const Enrolment& enrolment, const AskForSerial& 
                       "Nothing was written to it.");
     }
     examination.held->check();  // a person may take hours to type
+    const bool wipe = enrolment.wish.wipe && !examination.content.empty();
     store_enrolled(roots, {drive.identity.serial, drive.identity.wwn, drive.identity.model,
-                           drive.bytes, enrolment.wish.wipe, now_text()});
-}
-
-void release(const Roots& roots, const std::string& serial) {
-    if (!remove_enrolled(roots, serial)) {
-        throw Failure(fmt::format("The drive {} is not enrolled.", printable(serial)),
-                      "See ssd-op-host drives list.");
-    }
+                           drive.bytes, wipe, now_text()});
 }
 
 }  // namespace host

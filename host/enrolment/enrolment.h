@@ -22,9 +22,6 @@ using AskForSerial = std::function<std::string(const std::string& summary)>;
 /// written to the drive. Fails, with all reasons, when it is refused.
 void enroll(const Roots& roots, const Enrolment& enrolment, const AskForSerial& ask);
 
-/// Takes a drive back, whether it is there or not. Fails when it was not enrolled.
-void release(const Roots& roots, const std::string& serial);
-
 /// The reasons as lines of text, each with its next step.
 std::string list_of(const std::vector<Reason>& reasons);
 

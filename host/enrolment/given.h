@@ -6,6 +6,7 @@
 
 #include "core/roots.h"
 #include "drives/drive.h"
+#include "enrolment/enrolled.h"
 #include "shared/drive_id.h"
 
 namespace host {
@@ -14,6 +15,15 @@ namespace host {
 constexpr uint32_t slot_id(int enclosure, int port) {
     return static_cast<uint32_t>(enclosure) << 16 | (static_cast<uint32_t>(port) & 0xFFFFU);
 }
+
+/// A drive that is there, with its slot and what was given of it.
+struct SeenDrive {
+    Drive drive;
+    std::optional<ssd_op::shared::Slot> slot;  ///< none when it has no place
+    std::optional<Enrolled> enrolled;
+};
+
+std::vector<SeenDrive> seen_drives(const Roots& roots);
 
 /// A drive that was given to this program and is there.
 struct GivenDrive {

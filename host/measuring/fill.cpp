@@ -4,11 +4,14 @@
 #include <cerrno>
 #include <cstring>
 #include <random>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include <unistd.h>
 
 #include "core/failure.h"
+#include "core/whole.h"
 
 namespace host {
 
@@ -29,18 +32,6 @@ std::vector<uint64_t> noise() {
     return words;
 }
 
-/// Reads or writes all of it; short steps are gone on with.
-template <typename Step>
-void whole(size_t length, const char* what, Step&& step) {
-    size_t done = 0;
-    while (done < length) {
-        const ssize_t moved = step(done);
-        if (moved < 0 && errno == EINTR) continue;
-        if (moved <= 0) fail(what);
-        done += static_cast<size_t>(moved);
-    }
-}
-
 }  // namespace
 
 void write_what_is_empty(int file, uint64_t bytes) {
@@ -48,18 +39,13 @@ void write_what_is_empty(int file, uint64_t bytes) {
     std::vector<uint64_t> data = noise();
     for (uint64_t at = 0; at < bytes; at += kPiece) {
         const size_t length = static_cast<size_t>(std::min<uint64_t>(kPiece, bytes - at));
-        const auto place = [at](size_t done) { return static_cast<off_t>(at + done); };
-        whole(length, "read", [&](size_t done) {
-            return ::pread(file, piece.data() + done, length - done, place(done));
-        });
+        if (!read_whole_at(file, piece.data(), length, at)) fail("read");
         if (std::any_of(piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(length),
                         [](char byte) { return byte != 0; }))
             continue;
         data.front() = at;  // no two alike: some drives keep those once
-        whole(length, "written", [&](size_t done) {
-            return ::pwrite(file, reinterpret_cast<const char*>(data.data()) + done, length - done,
-                            place(done));
-        });
+        const std::string_view filling(reinterpret_cast<const char*>(data.data()), length);
+        if (!write_whole_at(file, filling, at)) fail("written");
     }
     if (::fsync(file) != 0) fail("written");
 }

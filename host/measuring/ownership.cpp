@@ -58,7 +58,7 @@ void must_be_free(const Roots& roots, const Drive& drive, bool is_member, const 
 
 Ownership of_partition(const Roots& roots, const UndoList& undo, const std::string& directory,
                        const std::string& path) {
-    const auto parent = parse_device_number(read_attribute(directory + "/../dev").value_or(""));
+    const auto parent = device_number_in(directory + "/..");
     const auto drive = parent ? find_drive(roots, *parent) : std::nullopt;
     if (!drive) refuse(path, "lies on no SSD");
     must_be_taken(roots, undo, *drive, path);

@@ -1,8 +1,7 @@
 #include "programs/drive_list.h"
 
-#include <algorithm>
-#include <iterator>
 #include <optional>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -20,15 +19,24 @@ Json number_or_null(const std::optional<Number>& value) {
     return value ? Json(*value) : Json();
 }
 
+/// Port 0: it has none.
+ssd_op::shared::Slot slot_of(const ListedDrive& listed) {
+    return listed.seen.slot.value_or(ssd_op::shared::Slot{kEnclosure, 0});
+}
+
+bool may_be_wiped(const ListedDrive& listed) {
+    return listed.seen.enrolled && listed.seen.enrolled->wipe;
+}
+
 Json json_of(const ListedDrive& listed) {
-    const Drive& drive = listed.drive;
+    const Drive& drive = listed.seen.drive;
     Json reasons = Json::array();
     for (const Reason& reason : listed.reasons)
         reasons.push_back({{"text", reason.text}, {"next_step", reason.next_step}});
     return {{"device", drive.name},
             {"number", drive.number.text()},
-            {"enclosure", listed.slot.enclosure},
-            {"port", listed.slot.port},
+            {"enclosure", slot_of(listed).enclosure},
+            {"port", slot_of(listed).port},
             {"place", drive.place.path},
             {"vendor", drive.identity.vendor},
             {"model", drive.identity.model},
@@ -43,7 +51,8 @@ Json json_of(const ListedDrive& listed) {
             {"wear_percent", number_or_null(listed.health.wear_percent)},
             {"written_bytes", number_or_null(listed.health.written_bytes)},
             {"health_problem", listed.health.problem},
-            {"enrolled", listed.enrolled},
+            {"enrolled", listed.seen.enrolled.has_value()},
+            {"wipe", may_be_wiped(listed)},
             {"usable", listed.reasons.empty()},
             {"reasons", reasons}};
 }
@@ -53,14 +62,16 @@ std::string number_text(const std::optional<int>& value, const char* unit) {
 }
 
 std::string entry_of(const ListedDrive& listed) {
-    const Drive& drive = listed.drive;
+    const Drive& drive = listed.seen.drive;
+    const ssd_op::shared::Slot slot = slot_of(listed);
     std::string text = fmt::format(
-        "{:<10} slot {}:{}  {}  serial {}  {}  {}  worn {}\n", drive.name, listed.slot.enclosure,
-        listed.slot.port, printable(drive.identity.model),
+        "{:<10} slot {}:{}  {}  serial {}  {}  {}  worn {}\n", drive.name, slot.enclosure,
+        slot.port, printable(drive.identity.model),
         drive.identity.serial.empty() ? "-" : drive.identity.serial,
         size_text(static_cast<double>(drive.bytes)), number_text(listed.health.celsius, "°C"),
         number_text(listed.health.wear_percent, "%"));
-    if (listed.enrolled) text += "  enrolled\n";
+    if (listed.seen.enrolled)
+        text += may_be_wiped(listed) ? "  enrolled, and what is on it may go\n" : "  enrolled\n";
     if (!listed.health.problem.empty()) text += "  " + listed.health.problem + "\n";
     return text + (listed.reasons.empty() ? "  can be used\n"
                                           : "  cannot be used:\n" + list_of(listed.reasons));
@@ -68,29 +79,20 @@ std::string entry_of(const ListedDrive& listed) {
 
 /// A drive is held while it is examined. Whoever makes an array of it just then would be refused
 /// it, so that one waits for the other.
-std::vector<Reason> reasons_against(const Roots& roots, const Drive& drive) {
+std::vector<Reason> reasons_against(const Roots& roots, const SeenDrive& seen) {
     const Store others_wait = UndoList::hold(roots);
-    return examine(roots, drive, Wish{}).reasons;
+    const Wish wish{seen.enrolled && seen.enrolled->wipe};
+    return examine(roots, seen.drive, wish).reasons;
 }
 
 }  // namespace
 
 std::vector<ListedDrive> load_listed_drives(const Roots& roots) {
-    const std::vector<Drive> drives = list_drives(roots);
-    std::vector<std::string> places;
-    std::transform(drives.begin(), drives.end(), std::back_inserter(places),
-                   [](const Drive& drive) { return drive.place.path; });
-    const auto slots = slots_of(roots, places);
-    const std::vector<Enrolled> enrolled = enrolled_drives(roots);
-
     std::vector<ListedDrive> listed;
-    for (const Drive& drive : drives) {
-        const auto slot = slots.find(drive.place.path);
-        const bool is_ours = std::any_of(enrolled.begin(), enrolled.end(),
-                                         [&](const Enrolled& one) { return one.is(drive); });
-        listed.push_back({drive,
-                          slot == slots.end() ? ssd_op::shared::Slot{kEnclosure, 0} : slot->second,
-                          read_health(roots, drive), is_ours, reasons_against(roots, drive)});
+    for (SeenDrive& seen : seen_drives(roots)) {
+        Health health = read_health(roots, seen.drive);
+        auto reasons = reasons_against(roots, seen);
+        listed.push_back({std::move(seen), std::move(health), std::move(reasons)});
     }
     return listed;
 }

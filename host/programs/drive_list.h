@@ -4,20 +4,17 @@
 
 #include "core/roots.h"
 #include "core/store.h"
-#include "drives/drive.h"
 #include "drives/health.h"
+#include "enrolment/given.h"
 #include "refusal/reason.h"
-#include "shared/drive_id.h"
 
 namespace host {
 
 /// A drive with all that is known of it.
 struct ListedDrive {
-    Drive drive;
-    ssd_op::shared::Slot slot;  ///< port 0: it has none
+    SeenDrive seen;
     Health health;
-    bool enrolled = false;
-    std::vector<Reason> reasons;
+    std::vector<Reason> reasons;  ///< against its use as it was given
 };
 
 std::vector<ListedDrive> load_listed_drives(const Roots& roots);

@@ -2,8 +2,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <string>
+#include <utility>
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -16,6 +18,7 @@
 #include "programs/program.h"
 #include "shared/command_line.h"
 #include "storage/cleanup.h"
+#include "taking/release.h"
 
 namespace {
 
@@ -45,6 +48,17 @@ std::string ask_on_terminal(const std::string& summary) {
     return std::string(trimmed(typed));
 }
 
+/// Others would be told of drives that cannot be opened and directories that are not theirs.
+std::function<void()> as_root(std::function<void()> work) {
+    return [work = std::move(work)] {
+        if (::geteuid() != 0) {
+            throw Failure("The drives of this host are for root alone.",
+                          "Please run it as root: sudo ssd-op --host ...");
+        }
+        work();
+    };
+}
+
 void list(const Roots& roots, const Options& options) {
     const auto drives = load_listed_drives(roots);
     if (!options.json) return fmt::print("{}", table_of(drives));
@@ -57,25 +71,25 @@ void add_commands(Arguments& app, const Roots& roots, Options& options) {
 
     Arguments show = drives.subcommand("list", "List the SSDs, and why some cannot be used");
     show.flag("--json", options.json, "Print JSON");
-    show.callback([&] { list(roots, options); });
+    show.callback(as_root([&] { list(roots, options); }));
 
     Arguments give = drives.subcommand("enroll", "Give a drive to ssd-op: its data will be lost");
     give.add("SERIAL", options.enrolment.serial, "The drive's serial number").required();
     give.add("--yes-erase", options.enrolment.yes_erase,
              "The serial number again, in the place of typing it");
     give.flag("--wipe", options.enrolment.wish.wipe, "What is on the drive may go");
-    give.callback([&] {
+    give.callback(as_root([&] {
         enroll(roots, options.enrolment, ask_on_terminal);
         fmt::print("The drive {} is enrolled.\n", options.enrolment.serial);
-    });
+    }));
     give.footer("Example:\n  ssd-op-host drives enroll S4X1NF0M123456");
 
     Arguments back = drives.subcommand("release", "Take a drive back from ssd-op");
     back.add("SERIAL", options.enrolment.serial, "The drive's serial number").required();
-    back.callback([&] {
+    back.callback(as_root([&] {
         release(roots, options.enrolment.serial);
         fmt::print("The drive {} is released.\n", printable(options.enrolment.serial));
-    });
+    }));
 }
 
 void add_cleanup(Arguments& app, const Roots& roots, Options& options, int& status) {
@@ -84,7 +98,7 @@ void add_cleanup(Arguments& app, const Roots& roots, Options& options, int& stat
     cleanup.add(
         "--forget", options.forget,
         "The serial number of a drive that is gone or broken for good: nothing is undone on it");
-    cleanup.callback([&] {
+    cleanup.callback(as_root([&] {
         const bool all = clean_up(roots, options.forget, [](const std::string& line) {
             fmt::print("{}\n", line);
             std::fflush(stdout);
@@ -92,7 +106,7 @@ void add_cleanup(Arguments& app, const Roots& roots, Options& options, int& stat
         fmt::print("{}\n", all ? "Nothing is left to undo."
                                : "The rest stays in the undo list: run it again after that.");
         status = all ? 0 : kFailed;
-    });
+    }));
 }
 
 int run(int argc, char** argv) {
@@ -106,7 +120,7 @@ int run(int argc, char** argv) {
     add_commands(app, roots, options);
     add_cleanup(app, roots, options, status);
     app.subcommand("leftovers", "Offer to undo what is left of an evaluation that is gone")
-        .callback([&] { offer_cleanup(roots); });
+        .callback(as_root([&] { offer_cleanup(roots); }));
     return app.parse(argc, argv).value_or(status);
 }
 

@@ -19,6 +19,8 @@ namespace {
 
 using Kind = Reason::Kind;
 
+constexpr const char* kUnknownData = "data that is not recognised, and may be encrypted";
+
 class Reasons {
   public:
     void add(Kind kind, std::string text, std::string next_step) {
@@ -40,6 +42,22 @@ class Reasons {
     std::vector<Reason> found_;
 };
 
+/// Everything that is remembered of a drive is found again by its serial number.
+void look_for_twins(const Drive& drive, const std::vector<Drive>& all, Reasons& reasons) {
+    const Identity& own = drive.identity;
+    for (const Drive& other : all) {
+        if (other.number == drive.number) continue;
+        if (!own.wwn.empty() && other.identity.wwn == own.wwn) {
+            reasons.add(Kind::kIdentity,
+                        fmt::format("{} has the same WWN: two paths to one drive?", other.name),
+                        "Leave one path to it.");
+        } else if (!own.serial.empty() && other.identity.serial == own.serial) {
+            reasons.add(Kind::kIdentity, fmt::format("{} has the same serial number", other.name),
+                        "Take the other one out, or leave one namespace of an NVMe drive.");
+        }
+    }
+}
+
 void look_at_drive(const Roots& roots, const Drive& drive, Reasons& reasons) {
     if (drive.identity.serial.empty())
         reasons.add(Kind::kIdentity, "it tells no serial number", "Use another drive.");
@@ -54,14 +72,7 @@ void look_at_drive(const Roots& roots, const Drive& drive, Reasons& reasons) {
     }
     if (read_number(drive.directory + "/ro") != 0)
         reasons.add(Kind::kReadOnly, "it is read-only", "See blockdev --getro and dmesg for why.");
-    for (const Drive& other : list_drives(roots)) {
-        if (other.number == drive.number || drive.identity.wwn.empty() ||
-            other.identity.wwn != drive.identity.wwn)
-            continue;
-        reasons.add(Kind::kIdentity,
-                    fmt::format("{} has the same WWN: two paths to one drive?", other.name),
-                    "Leave one path to it.");
-    }
+    look_for_twins(drive, list_drives(roots), reasons);
 }
 
 bool has(const std::vector<DeviceNumber>& numbers, const Member& member) {
@@ -104,24 +115,37 @@ void look_at_openers(const Roots& roots, const std::vector<Member>& family, Reas
         reasons.add(Kind::kOpen, "it is open in " + opener, "End that first.");
 }
 
+/// What of it may not go.
+std::vector<std::string> kept_of(const std::vector<Signature>& signatures, bool has_data,
+                                 const Wish& wish) {
+    std::vector<std::string> kept;
+    if (wish.wipe) return kept;
+    for (const Signature& signature : not_ours(signatures, wish.table_of_ours.value_or("")))
+        kept.push_back(signature.text());
+    if (has_data && !wish.table_of_ours) kept.emplace_back(kUnknownData);
+    return kept;
+}
+
 /// What is on it, and whether that is a reason.
-std::vector<std::string> look_at_content(int file, uint64_t bytes, const Wish& wish,
+std::vector<std::string> look_at_content(int file, const Drive& drive, const Wish& wish,
                                          Reasons& reasons) {
+    const std::vector<Signature> signatures = signatures_in(file);
     std::vector<std::string> content;
-    for (const Signature& signature : signatures_in(file)) {
+    for (const Signature& signature : signatures) {
         content.push_back(signature.text());
         if (signature.is_of_shared_storage()) {
             reasons.add(Kind::kHeld, "it is a member of shared storage: " + signature.text(),
-                        "Take it out of that with its own tool (zpool labelclear, multipath).");
+                        "Take it out of that with its own tool (zpool labelclear).");
         }
     }
-    if (content.empty() && holds_data(file, bytes))
-        content.emplace_back("data that is not recognised, and may be encrypted");
-    for (const std::string& found : content) {
-        if (!wish.wipe) {
-            reasons.add(Kind::kContent, "it holds " + found,
-                        "If that may go for ever, say so with --wipe.");
-        }
+    const bool has_data = signatures.empty() && holds_data(file, drive.bytes);
+    if (has_data) content.emplace_back(kUnknownData);
+    const std::vector<std::string> kept = kept_of(signatures, has_data, wish);
+    if (!kept.empty()) {
+        reasons.add(Kind::kContent, fmt::format("it holds {}", fmt::join(kept, ", ")),
+                    fmt::format("If that may go for ever, say so with --wipe: ssd-op --host drives "
+                                "enroll {} --wipe",
+                                drive.identity.serial));
     }
     return content;
 }
@@ -155,8 +179,7 @@ Examination examine(const Roots& roots, const Drive& drive, const Wish& wish) {
     reasons.ask([&] { held = HeldDrive::take(roots, drive); });
     look_at_tables(roots, drive, reasons);
     if (held) {
-        reasons.ask(
-            [&] { content = look_at_content(held->file_.get(), drive.bytes, wish, reasons); });
+        reasons.ask([&] { content = look_at_content(held->file_.get(), drive, wish, reasons); });
     } else if (reasons.empty()) {
         reasons.add(
             Kind::kOpen, "the kernel has given it, or a part of it, to somebody else",

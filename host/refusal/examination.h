@@ -9,8 +9,12 @@
 
 namespace host {
 
+/// What may go of what is on a drive.
 struct Wish {
-    bool wipe = false;  ///< what is on the drive may go
+    bool wipe = false;  ///< all of it
+    /// Of a drive that an evaluation took, what it left there: data without a signature, and the
+    /// partition table with this GUID, which is empty when none was made.
+    std::optional<std::string> table_of_ours{};
 };
 
 struct Examination {

@@ -66,7 +66,8 @@ Descriptor HeldDrive::open_for_writing() const {
     check();
     const std::string held = fmt::format("/proc/self/fd/{}", file_.get());
     Descriptor file(::open(held.c_str(), O_RDWR | O_CLOEXEC));
-    if (!file || !is_device(file.get(), drive_.number)) {
+    if (file && !is_device(file.get(), drive_.number)) fail_changed(drive_);
+    if (!file) {
         throw Failure(fmt::format("The drive {} cannot be opened for writing: {}.",
                                   drive_.identity.serial, std::strerror(errno)),
                       "Nothing was written to it.");

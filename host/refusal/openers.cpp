@@ -10,6 +10,7 @@
 #include "core/failure.h"
 #include "core/read.h"
 #include "core/text.h"
+#include "refusal/loops.h"
 
 namespace host {
 
@@ -17,14 +18,35 @@ namespace {
 
 constexpr size_t kMostFiles = 1 << 22;  // that a process may have open
 
-bool is_one_of(const std::vector<Member>& family, const std::string& path) {
-    const auto number = block_device_at(path);
-    return number && std::any_of(family.begin(), family.end(),
-                                 [&](const Member& member) { return member.number == *number; });
+/// Those by which commands reach the drive past its block devices.
+std::vector<DeviceNumber> character_devices_of(const Member& drive) {
+    const std::string device = drive.directory + "/device/";
+    std::vector<std::string> directories;
+    if (drive.name.starts_with("nvme")) directories.push_back(device + "ng" + drive.name.substr(4));
+    for (const char* kind : {"scsi_generic/", "bsg/"}) {
+        const std::string list = device + kind;
+        if (::access(list.c_str(), F_OK) != 0) continue;
+        const auto names = names_in(list);
+        if (!names) throw Failure("The list " + list + " cannot be read.", "Try again.");
+        for (const std::string& name : *names) directories.push_back(list + name);
+    }
+    std::vector<DeviceNumber> numbers;
+    for (const std::string& directory : directories)
+        if (const auto number = device_number_in(directory)) numbers.push_back(*number);
+    return numbers;
+}
+
+std::vector<DeviceNode> nodes_of(const std::vector<Member>& family) {
+    std::vector<DeviceNode> nodes;
+    for (const Member& member : family) nodes.push_back({true, member.number});
+    if (family.empty()) return nodes;
+    for (const DeviceNumber number : character_devices_of(family.front()))
+        nodes.push_back({false, number});
+    return nodes;
 }
 
 /// Of the links in a process's fd directory, which lead to what is open whatever it is called now.
-bool has_open(const std::string& process, const std::vector<Member>& family) {
+bool has_open(const std::string& process, const std::vector<DeviceNode>& nodes) {
     const std::string directory = process + "/fd";
     const auto files = names_in(directory, kMostFiles);
     if (!files) {
@@ -32,7 +54,8 @@ bool has_open(const std::string& process, const std::vector<Member>& family) {
         throw Failure("What process " + process + " has open cannot be seen.", "Run it as root.");
     }
     return std::any_of(files->begin(), files->end(), [&](const std::string& file) {
-        return is_one_of(family, directory + "/" + file);
+        const auto node = device_at(directory + "/" + file);
+        return node && std::find(nodes.begin(), nodes.end(), *node) != nodes.end();
     });
 }
 
@@ -44,17 +67,14 @@ bool is_process(const std::string& name) {
 /// The kernel itself opens what a loop device shows.
 void add_loops(const Roots& roots, const std::vector<Member>& family,
                std::vector<std::string>& found) {
-    for (const std::string& name :
-         names_in(roots.sys + "/block").value_or(std::vector<std::string>())) {
+    const auto names = names_in(roots.sys + "/block");
+    if (!names) throw Failure("The loop devices cannot be listed.", "Is sysfs mounted?");
+    for (const std::string& name : *names) {
         if (!name.starts_with("loop")) continue;
-        const auto file = read_attribute(roots.sys + "/block/" + name + "/loop/backing_file");
-        if (!file) continue;
-        if (is_one_of(family, *file)) found.push_back("the loop device " + printable(name));
-        if (file->starts_with(roots.dev + "/") && ::access(file->c_str(), F_OK) != 0) {
-            throw Failure(fmt::format("The loop device {} shows {}, which is not there.",
-                                      printable(name), printable(*file)),
-                          "Detach it with losetup -d.");
-        }
+        const auto shown = behind_loop(roots, name);
+        if (shown && std::any_of(family.begin(), family.end(),
+                                 [&](const Member& member) { return member.number == *shown; }))
+            found.push_back("the loop device " + printable(name));
     }
 }
 
@@ -75,11 +95,12 @@ std::vector<std::string> openers_of(const Roots& roots, const std::vector<Member
                       "Run it on the host itself.");
     }
     if (!names) throw Failure("The processes cannot be listed.", "Is proc mounted?");
+    const std::vector<DeviceNode> nodes = nodes_of(family);
     std::vector<std::string> found;
     for (const std::string& name : *names) {
         if (!is_process(name) || name == std::to_string(::getpid())) continue;
         const std::string process = roots.proc + "/" + name;
-        if (!has_open(process, family)) continue;
+        if (!has_open(process, nodes)) continue;
         const std::string program = read_attribute(process + "/comm").value_or("a program");
         found.push_back(fmt::format("{} (process {})", printable(program), name));
     }

@@ -2,15 +2,15 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 
 #include <fmt/format.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/failure.h"
 #include "core/read.h"
 #include "core/text.h"
+#include "core/tool.h"
+#include "refusal/loops.h"
 #include "refusal/tables.h"
 
 namespace host {
@@ -18,6 +18,7 @@ namespace host {
 namespace {
 
 constexpr size_t kMostDevices = 4096;  // in one stack
+constexpr const char* kAutomount = "autofs";
 
 std::vector<std::string> must_list(const std::string& directory) {
     auto names = names_in(directory);
@@ -27,7 +28,7 @@ std::vector<std::string> must_list(const std::string& directory) {
 }
 
 DeviceNumber must_number(const std::string& directory) {
-    const auto number = parse_device_number(read_attribute(directory + "/dev").value_or(""));
+    const auto number = device_number_in(directory);
     if (!number)
         throw Failure("The kernel tells no device number in " + directory + ".", "Try again.");
     return *number;
@@ -56,16 +57,8 @@ std::string holder_text(const Roots& roots, const std::string& name) {
     return named("the device");
 }
 
-/// The device of the file that a loop device shows, or the block device that it shows itself.
-std::optional<DeviceNumber> behind_loop(const std::string& directory) {
-    const auto file = read_attribute(directory + "/loop/backing_file");
-    struct stat found {};
-    if (!file || ::stat(file->c_str(), &found) != 0) return std::nullopt;
-    return device_number_of(S_ISBLK(found.st_mode) ? found.st_rdev : found.st_dev);
-}
-
 /// The devices right below one, which is no partition.
-std::vector<DeviceNumber> below(const std::string& directory) {
+std::vector<DeviceNumber> below(const Roots& roots, const std::string& directory) {
     std::vector<DeviceNumber> found;
     const std::string slaves = directory + "/slaves/";
     for (const std::string& name : must_list(slaves)) {
@@ -73,7 +66,12 @@ std::vector<DeviceNumber> below(const std::string& directory) {
         if (!slave) throw Failure("A device below " + directory + " is gone.", "Try again.");
         found.push_back(must_number(*slave));
     }
-    if (const auto backing = behind_loop(directory)) found.push_back(*backing);
+    const std::string name = directory.substr(directory.rfind('/') + 1);
+    if (name.starts_with("loop")) {
+        const auto shown = behind_loop(roots, name);
+        if (!shown) throw Failure("The loop device " + name + " shows nothing.", "Try again.");
+        found.push_back(*shown);
+    }
     return found;
 }
 
@@ -87,9 +85,32 @@ bool is_of_system(const std::string& point) {
 /// Such a file system lies on no drive of its own. What is under the layers of an overlay is
 /// mounted itself somewhere, and the kernel lets nobody else have it.
 bool has_no_drive(const std::string& type) {
-    static constexpr std::array kTypes{"overlay", "tmpfs", "ramfs", "rootfs",   "9p",
-                                       "nfs",     "nfs4",  "cifs",  "virtiofs", "autofs"};
+    static constexpr std::array kTypes{"overlay", "tmpfs", "ramfs", "rootfs",  "9p",
+                                       "nfs",     "nfs4",  "cifs",  "virtiofs"};
     return std::find(kTypes.begin(), kTypes.end(), type) != kTypes.end();
+}
+
+/// An automount stands in for what nobody has asked for lately, and that may lie on any drive. An
+/// indirect one is the place of mounts below it, and no mount's own.
+bool is_waiting(const Mount& mount, const std::vector<Mount>& all) {
+    if (mount.type != kAutomount || mount.is_indirect || !is_of_system(mount.point)) return false;
+    return std::none_of(all.begin(), all.end(), [&](const Mount& other) {
+        return other.point == mount.point && other.type != kAutomount;
+    });
+}
+
+/// All mounts, once what waits to be asked for was: it goes again when nobody needs it, in the
+/// midst of an evaluation, too.
+std::vector<Mount> settled_mounts(const Roots& roots) {
+    std::vector<Mount> all = mounts(roots);
+    bool asked = false;
+    for (const Mount& mount : all) {
+        if (!is_waiting(mount, all)) continue;
+        // By a program, which can be ended should a server not answer.
+        run_tool({"ls", "-d", roots.proc + "/1/root" + mount.point + "/."});
+        asked = true;
+    }
+    return asked ? mounts(roots) : all;
 }
 
 }  // namespace
@@ -122,7 +143,7 @@ std::set<DeviceNumber> drives_below(const Roots& roots, DeviceNumber device) {
         auto directory = real_path(roots.sys + "/dev/block/" + current.text());
         if (!directory) continue;  // of a file system without a device
         if (is_partition(*directory)) directory = parent(*directory);
-        const auto next = below(*directory);
+        const auto next = below(roots, *directory);
         if (next.empty()) drives.insert(must_number(*directory));
         open.insert(open.end(), next.begin(), next.end());
     }
@@ -131,8 +152,14 @@ std::set<DeviceNumber> drives_below(const Roots& roots, DeviceNumber device) {
 
 std::set<DeviceNumber> system_drives(const Roots& roots) {
     std::set<DeviceNumber> all;
-    for (const Mount& mount : mounts(roots)) {
+    const std::vector<Mount> seen = settled_mounts(roots);
+    for (const Mount& mount : seen) {
         if (!is_of_system(mount.point)) continue;
+        if (is_waiting(mount, seen)) {
+            throw Failure("What is to be mounted at " + mount.point + " cannot be told.",
+                          "Run ls " + mount.point + "/ to see why it is not mounted.");
+        }
+        if (mount.type == kAutomount) continue;
         std::set<DeviceNumber> drives;
         for (const DeviceNumber device : mount.devices) drives.merge(drives_below(roots, device));
         if (drives.empty() && !has_no_drive(mount.type)) {

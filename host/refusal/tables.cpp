@@ -33,6 +33,10 @@ Mount parse_mount(std::string_view line, const std::string& path) {
     if (!number || fields.end() - dash < 3) fail_at(path, line);
 
     Mount mount{{*number}, unescaped(fields[kPoint]), std::string(dash[1])};
+    if (mount.type == "autofs" && fields.end() - dash > 3) {
+        const auto options = split(dash[3], ',');
+        mount.is_indirect = std::find(options.begin(), options.end(), "indirect") != options.end();
+    }
     const std::string source = unescaped(dash[2]);
     const auto device = source.starts_with('/') ? block_device_at(source) : std::nullopt;
     if (device && device != number) mount.devices.push_back(*device);

@@ -16,10 +16,12 @@ struct Mount {
     std::vector<DeviceNumber> devices;
     std::string point;
     std::string type;
+    bool is_indirect = false;  ///< an automount of whatever is named below it
 
     bool operator==(const Mount&) const = default;
     bool operator<(const Mount& other) const {
-        return std::tie(devices, point, type) < std::tie(other.devices, other.point, other.type);
+        return std::tie(devices, point, type, is_indirect) <
+               std::tie(other.devices, other.point, other.type, other.is_indirect);
     }
 };
 

@@ -1,19 +1,16 @@
 #include "storage/giving_back.h"
 
 #include <algorithm>
-#include <utility>
-#include <vector>
 
 #include <fmt/format.h>
 
 #include "core/failure.h"
 #include "core/text.h"
+#include "enrolment/enrolled.h"
 #include "enrolment/enrolment.h"
 #include "refusal/content.h"
-#include "refusal/examination.h"
 #include "shared/drive_id.h"
 #include "storage/discard_all.h"
-#include "storage/foreign_content.h"
 #include "storage/layout.h"
 #include "storage/record.h"
 #include "storage/zeroing.h"
@@ -32,9 +29,10 @@ HeldDrive take_back(const Roots& roots, const UndoList& undo, const Drive& drive
             fmt::format("The undo list does not say that {} was taken.", drive.identity.serial),
             "Nothing was written to it.");
     }
+    const Wish wish = wish_of(roots, undo, drive);
     Examination examination;
     const auto reasons = reasons_that_stay([&] {
-        examination = examine(roots, drive, {true});
+        examination = examine(roots, drive, wish);
         return examination.reasons;
     });
     if (!examination.passed()) {
@@ -77,24 +75,21 @@ void remove_layout(const Roots& roots, UndoList& undo, const std::string& serial
     refuse_in_array(undo, serial);
     const Drive drive = drive_there(roots, serial);
     const HeldDrive held = take_back(roots, undo, drive);
-    const auto file = held.open_for_writing();
-    const std::string guid = table_guid(roots, drive);
-    if (is_our_table(undo, drive, guid)) {
-        refuse_partitions_of_others(roots, drive, file.get());
-        const auto data = partition_of(drive, ssd_op::shared::kDataPartition);
-        if (data && data->start + data->bytes <= drive.bytes)
-            zero_edges(file.get(), data->start, data->bytes);
-        sync(file.get());
-        zero_table(file.get(), drive.bytes, drive.block_bytes);
-        held.read_partitions_again();
-    } else if (!guid.empty()) {
+    const std::string table = table_guid(roots, drive);
+    if (!table.empty() && table != recorded_table(undo, drive)) {
         throw Failure(
             fmt::format("The drive {} has a partition table that is not ours.", serial),
             "Nothing was written to it. If it may go: wipefs --all " + drive.device(roots));
-    } else if (has_rest_of_our_table(undo, drive, file.get())) {
-        zero_table(file.get(), drive.bytes, drive.block_bytes);
-        held.read_partitions_again();
     }
+    const auto data =
+        table.empty() ? std::nullopt : partition_of(drive, ssd_op::shared::kDataPartition);
+    const auto file = held.open_for_writing();
+    if (data && data->start + data->bytes <= drive.bytes)
+        zero_edges(file.get(), data->start, data->bytes);
+    sync(file.get());
+    // Also when a power cut has left no more than a part of the table, which sfdisk does not tell.
+    zero_table(file.get(), drive.bytes, drive.block_bytes);
+    held.read_partitions_again();
     undo.remove(Kind::kPartitions, serial);
 }
 
@@ -106,7 +101,6 @@ void give_drive_back(const Roots& roots, UndoList& undo, const std::string& seri
     const Drive drive = drive_there(roots, serial);
     const HeldDrive held = take_back(roots, undo, drive);
     const auto file = held.open_for_writing();
-    refuse_content_of_others(roots, drive, file.get());
     discard_all(file.get(), drive.bytes);
     zero_edges(file.get(), 0, drive.bytes);
     sync(file.get());
@@ -115,6 +109,7 @@ void give_drive_back(const Roots& roots, UndoList& undo, const std::string& seri
         throw Failure(fmt::format("The drive {} is not empty after all.", serial),
                       "Look for I/O errors with dmesg.");
     }
+    end_wipe(roots, serial);
     undo.remove(Kind::kDrive, serial);
 }
 

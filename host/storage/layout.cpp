@@ -4,16 +4,17 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <strings.h>
 
 #include "core/failure.h"
 #include "core/text.h"
 #include "core/tool.h"
+#include "enrolment/enrolled.h"
 #include "refusal/content.h"
 #include "shared/descriptor.h"
 #include "shared/drive_id.h"
 #include "storage/discard_all.h"
 #include "storage/unique.h"
+#include "taking/taking.h"
 #include "undo/owner.h"
 
 namespace host {
@@ -24,17 +25,6 @@ constexpr uint64_t kMib = 1 << 20;
 constexpr uint64_t kDataStartMib = 4;
 constexpr uint64_t kLeastDataMib = 64;  // 32 of it stay free
 constexpr auto kKind = UndoEntry::Kind::kPartitions;
-
-const std::string* recorded_guid(const UndoList& undo, const Drive& drive) {
-    const UndoEntry* const entry = undo.find(kKind, drive.identity.serial);
-    if (entry == nullptr) return nullptr;
-    const auto guid = entry->details.find("guid");
-    if (guid == entry->details.end() || !guid->is_string()) {
-        throw Failure("The undo list does not say which partition table is ours.",
-                      "Restore undo.json from a backup.");
-    }
-    return guid->get_ptr<const std::string*>();
-}
 
 }  // namespace
 
@@ -84,13 +74,8 @@ std::string layout_script(uint64_t drive_bytes, const std::string& guid) {
 }
 
 bool has_our_layout(const Roots& roots, const UndoList& undo, const Drive& drive) {
-    const std::string* const guid = recorded_guid(undo, drive);
-    return guid != nullptr && table_guid(roots, drive) == *guid;
-}
-
-bool is_our_table(const UndoList& undo, const Drive& drive, const std::string& guid) {
-    const std::string* const recorded = recorded_guid(undo, drive);
-    return recorded != nullptr && ::strcasecmp(recorded->c_str(), guid.c_str()) == 0;
+    const auto guid = recorded_table(undo, drive);
+    return guid && table_guid(roots, drive) == *guid;
 }
 
 std::optional<Partition> our_data_partition(const Roots& roots, const UndoList& undo,
@@ -101,10 +86,11 @@ std::optional<Partition> our_data_partition(const Roots& roots, const UndoList& 
 
 void lay_out(const Roots& roots, UndoList& undo, const HeldDrive& held) {
     const Drive& drive = held.drive();
-    if (our_data_partition(roots, undo, drive)) return;
+    // A crash may have come between the last step and this.
+    if (our_data_partition(roots, undo, drive)) return end_wipe(roots, drive.identity.serial);
     // An earlier table of ours stays known as that until this one has taken its place.
-    const std::string* const earlier = recorded_guid(undo, drive);
-    const std::string guid = earlier != nullptr ? *earlier : new_guid();
+    const auto earlier = recorded_table(undo, drive);
+    const std::string guid = earlier ? *earlier : new_guid();
     const std::string script = layout_script(drive.bytes, guid);
     undo.add({kKind, drive.identity.serial, {{"guid", guid}, {"owner", this_process(roots)}}});
     // What a measurement has written where no volume comes would be data to the drive for good, and
@@ -121,6 +107,7 @@ void lay_out(const Roots& roots, UndoList& undo, const HeldDrive& held) {
             fmt::format("The drive {} has no data partition after all.", drive.identity.serial),
             "See dmesg for what the kernel says of it.");
     }
+    end_wipe(roots, drive.identity.serial);
 }
 
 }  // namespace host

@@ -22,9 +22,6 @@ std::string layout_script(uint64_t drive_bytes, const std::string& guid);
 /// Whether the table on the drive is the one that the undo list says we made.
 bool has_our_layout(const Roots& roots, const UndoList& undo, const Drive& drive);
 
-/// Whether this is the GUID of the table that the undo list says we made, in whatever case.
-bool is_our_table(const UndoList& undo, const Drive& drive, const std::string& guid);
-
 /// The data partition of a drive that has our layout; none of another one.
 std::optional<Partition> our_data_partition(const Roots& roots, const UndoList& undo,
                                             const Drive& drive);

@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <vector>
+#include <string>
 
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include "core/failure.h"
+#include "core/whole.h"
 #include "refusal/content.h"
 
 namespace host {
@@ -16,18 +17,9 @@ namespace host {
 namespace {
 
 void zero(int file, uint64_t from, uint64_t bytes) {
-    const std::vector<char> zeros(bytes, '\0');
-    uint64_t done = 0;
-    while (done < bytes) {
-        const ssize_t wrote =
-            ::pwrite(file, zeros.data() + done, bytes - done, static_cast<off_t>(from + done));
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) {
-            throw Failure(fmt::format("The drive cannot be written: {}.", std::strerror(errno)),
-                          "Look for I/O errors with dmesg.");
-        }
-        done += static_cast<uint64_t>(wrote);
-    }
+    if (!write_whole_at(file, std::string(bytes, '\0'), from))
+        throw Failure(fmt::format("The drive cannot be written: {}.", std::strerror(errno)),
+                      "Look for I/O errors with dmesg.");
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include "core/failure.h"
 #include "core/text.h"
 #include "enrolment/enrolment.h"
-#include "refusal/examination.h"
 
 namespace host {
 
@@ -42,6 +41,25 @@ bool is_taken(const UndoList& undo, const Drive& drive) {
                               "size is another.",
                               drive.identity.serial),
                   "Put that one back and run ssd-op --host cleanup.");
+}
+
+std::optional<std::string> recorded_table(const UndoList& undo, const Drive& drive) {
+    const UndoEntry* const entry = undo.find(UndoEntry::Kind::kPartitions, drive.identity.serial);
+    if (entry == nullptr) return std::nullopt;
+    const auto guid = entry->details.find("guid");
+    if (guid == entry->details.end() || !guid->is_string()) {
+        throw Failure("The undo list does not say which partition table is ours.",
+                      "Restore undo.json from a backup.");
+    }
+    return guid->get<std::string>();
+}
+
+Wish wish_of(const Roots& roots, const UndoList& undo, const Drive& drive) {
+    const auto all = enrolled_drives(roots);
+    Wish wish{std::any_of(all.begin(), all.end(),
+                          [&](const Enrolled& one) { return one.is(drive) && one.wipe; })};
+    if (is_taken(undo, drive)) wish.table_of_ours = recorded_table(undo, drive).value_or("");
+    return wish;
 }
 
 Enrolled enrolment_of(const Roots& roots, const Drive& drive) {
@@ -78,11 +96,11 @@ std::vector<Reason> reasons_that_stay(const std::function<std::vector<Reason>()>
 }
 
 HeldDrive take(const Roots& roots, UndoList& undo, const Drive& drive) {
-    const Enrolled given = enrolment_of(roots, drive);
-    const bool ours = is_taken(undo, drive);
+    enrolment_of(roots, drive);
+    const Wish wish = wish_of(roots, undo, drive);
     Examination examination;
     const auto reasons = reasons_that_stay([&] {
-        examination = examine(roots, drive, {given.wipe || ours});
+        examination = examine(roots, drive, wish);
         return examination.reasons;
     });
     if (!examination.passed()) {
@@ -90,7 +108,7 @@ HeldDrive take(const Roots& roots, UndoList& undo, const Drive& drive) {
             fmt::format("The drive {} is refused:\n{}", drive.identity.serial, list_of(reasons)),
             "Nothing was written to it.");
     }
-    if (!ours) undo.add({kDrive, drive.identity.serial, details_of(drive)});
+    if (!wish.table_of_ours) undo.add({kDrive, drive.identity.serial, details_of(drive)});
     return std::move(*examination.held);
 }
 

@@ -108,6 +108,9 @@ TEST_F(Drives, AreEnrolledAsTheDriveThatTheyWere) {
     ASSERT_EQ(enrolled_drives(roots_).size(), 2u);
     const Enrolled stored = enrolled_drives(roots_).at(1);
     EXPECT_TRUE(stored.is(drive));
+    EXPECT_TRUE(stored.wipe);
+    end_wipe(roots_, "S1");
+    EXPECT_FALSE(enrolled_drives(roots_).at(1).wipe);
     put(place + "/wwid", "eui.another\n");
     EXPECT_FALSE(stored.is(drive_with_serial(roots_, "S1")));
 

@@ -62,6 +62,20 @@ TEST_F(Refusal, OfTheSystemsOwnDriveSeesThroughEverythingBuiltOnIt) {
         EXPECT_THAT(list_of(reasons), HasSubstr("this system lies on it"));
         EXPECT_THAT(list_of(reasons), HasSubstr("nvme0n1p2 belongs to the md array md0"));
     }
+    // What an automount stands for is not known until it is mounted.
+    const std::string root = "28 1 0:23 / / rw - overlay overlay rw\n";
+    for (const auto& [lines, settled] : std::initializer_list<std::pair<const char*, bool>>{
+             {"", false},
+             {"42 40 0:37 / /efi rw - autofs efi rw,fd=7,direct\n", false},
+             {"42 40 8:1 / /boot rw - vfat /dev/gone rw\n", true}}) {
+        put("proc/self/mountinfo", root +
+                                       "40 28 0:36 / /boot rw - autofs systemd-1 rw,fd=5,direct\n"
+                                       "41 28 0:36 / /home rw - autofs auto.home rw,indirect\n" +
+                                       lines);
+        EXPECT_EQ(
+            list_of(reasons_in_tables(roots_, drive)).find("to be mounted at") == std::string::npos,
+            settled);
+    }
     // The devices of such a system are not known to the kernel's tables.
     put("proc/self/mountinfo", "28 1 0:30 / / rw - zfs rpool/root rw\n");
     EXPECT_THAT(list_of(reasons_in_tables(roots_, drive)), HasSubstr("cannot be told"));
@@ -80,6 +94,16 @@ TEST_F(Refusal, OfDrivesInUseTellsByWhat) {
     }
 }
 
+TEST_F(Refusal, OfDrivesThatAreOpenCountsTheirGenericDevices) {
+    put("proc/4711/comm", "a guest\n");
+    std::filesystem::create_directories(base_ + "/proc/4711/fd");
+    std::filesystem::create_symlink("/dev/null", base_ + "/proc/4711/fd/3");  // 1:3
+    put(place_ + "/dev", "1:3\n");                                            // of a block device
+    EXPECT_TRUE(nothing());
+    put(place_ + "/device/scsi_generic/sg0/dev", "1:3\n");
+    EXPECT_EQ(only(Kind::kOpen), "it is open in a guest (process 4711)");
+}
+
 TEST_F(Refusal, OfDrivesThatCannotDoTheWork) {
     put(place_ + "/queue/discard_max_bytes", "0\n");
     EXPECT_EQ(only(Kind::kDiscard), "it takes no discards");
@@ -89,6 +113,12 @@ TEST_F(Refusal, OfDrivesThatCannotDoTheWork) {
     put(place_ + "/ro", "0\n");
     put(add_nvme(1, "S2") + "/wwid", "eui.S1\n");
     EXPECT_THAT(only(Kind::kIdentity), HasSubstr("nvme1n1 has the same WWN"));
+    put(add_nvme(2, "S2") + "/wwid", "eui.other\n");
+    for (const auto& [index, other] : {std::pair(1, "nvme2n1"), {2, "nvme1n1"}}) {
+        const Drive drive = list_drives(roots_).at(static_cast<size_t>(index));
+        EXPECT_THAT(list_of(reasons_in_tables(roots_, drive)),
+                    HasSubstr(std::string(other) + " has the same serial number"));
+    }
 }
 
 TEST_F(Refusal, IsTheAnswerToEveryDoubt) {
@@ -112,6 +142,11 @@ TEST_F(Refusal, IsTheAnswerToEveryDoubt) {
     std::filesystem::remove(base_ + "/proc/swaps");
     EXPECT_THAT(only(Kind::kDoubt), HasSubstr("cannot be read"));
     put("proc/swaps", "Filename Type\n");
+    add_device("sys/devices/virtual/block/loop7", "7:7");  // without a node
+    EXPECT_TRUE(nothing());
+    put("sys/devices/virtual/block/loop7/loop/backing_file", "/somewhere else\n");
+    EXPECT_THAT(only(Kind::kDoubt), HasSubstr("the loop device loop7 shows cannot be told"));
+    std::filesystem::remove(base_ + "/sys/block/loop7");
     put("proc/4711/comm", "hidden\n");  // without a list of what it has open
     EXPECT_THAT(only(Kind::kDoubt), HasSubstr("cannot be seen"));
     std::filesystem::remove_all(base_ + "/proc/4711");
@@ -181,6 +216,34 @@ TEST_F(Content, OfAnArrayIsFoundAtItsEndBesideOthers) {
     write(kPlace, std::string("\xfc\x4e\x2b\xa9\x01\0\0\0", 8));
     write(kPlace + 144, std::string("\xf0\x7f\0\0\0\0\0\0", 8));  // its own sector, 32752
     EXPECT_THAT(found(), ElementsAre("linux_raid_member", "ext4"));
+}
+
+TEST_F(Content, IsFoundInPartitionsThatTheKernelHasNotRead) {
+    constexpr const char* kGuid = "6F1E3B5A-0000-4000-8000-000000000001";
+    std::filesystem::resize_file(image_, 96 << 20);  // no smaller pool is believed
+    ASSERT_EQ(run_tool({"sfdisk", "-q", image_},
+                       {.input = fmt::format("label: gpt\nlabel-id: {}\nstart=1M, size=4M\n"
+                                             "start=8M, size=72M\n",
+                                             kGuid)})
+                  .status,
+              0);
+    EXPECT_THAT(found(), ElementsAre("gpt"));
+    ASSERT_EQ(
+        run_tool({"mkfs.ext4", "-q", "-L", "data", "-E", "offset=1048576", image_, "4M"}).status,
+        0);
+    for (uint64_t block = 0; block < 8; ++block)  // of a ZFS label, what tells that it is one
+        write((8 << 20) + (128 << 10) + (block << 10), std::string("\x0c\xb1\xba\0\0\0\0\0", 8));
+    EXPECT_THAT(found(),
+                ElementsAre("gpt", "partition 1: ext4 \"data\"", "partition 2: zfs_member"));
+    const auto signatures = signatures_in(open().get());
+    EXPECT_TRUE(signatures.at(2).is_of_shared_storage());
+
+    EXPECT_EQ(not_ours(signatures, kGuid).size(), 2u);
+    EXPECT_EQ(not_ours(signatures, "").size(), 3u);
+    std::vector<Signature> in_array{signatures[0], {.type = "LVM2_member", .partition = 3}};
+    EXPECT_THAT(not_ours(in_array, kGuid), IsEmpty());
+    in_array[0].table = "another";
+    EXPECT_EQ(not_ours(in_array, kGuid).size(), 2u);
 }
 
 }  // namespace
