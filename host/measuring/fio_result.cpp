@@ -77,6 +77,7 @@ FioResult fio_result(const std::string& text, bool read) {
 std::vector<uint64_t> fio_log(const std::string& text, uint64_t milliseconds) {
     const uint64_t seconds = std::min(nearest_second(milliseconds), kMostSeconds);
     std::vector<uint64_t> rates(std::max<uint64_t>(seconds, 1) - 1);
+    bool tells = false;
     for (const std::string_view line : split(text, '\n')) {
         const auto fields = split(line, ',');
         if (fields.size() < 2) continue;
@@ -85,8 +86,9 @@ std::vector<uint64_t> fio_log(const std::string& text, uint64_t milliseconds) {
         if (!rate || second == 0 || second > seconds) continue;
         if (second > rates.size()) rates.resize(second);
         rates[second - 1] = *rate;
+        tells = true;
     }
-    return rates;
+    return tells ? rates : std::vector<uint64_t>();
 }
 
 std::string details_of(const FioResult& result) {

@@ -22,7 +22,7 @@ FioResult fio_result(const std::string& text, bool read);
 
 /// The rate of each second of a run that took so long, from fio's log, which has no line for a
 /// second without any I/O; lines that are none are left out. Of a run's last second fio does not
-/// always tell, so where it does not, that one is missing and not 0.
+/// always tell, so where it does not, that one is missing and not 0. None of a log without a line.
 std::vector<uint64_t> fio_log(const std::string& text, uint64_t milliseconds);
 
 /// As lines KEY,VALUE: mean_latency_us, p99_latency_us, and iops once a second.

@@ -88,6 +88,7 @@ TEST(Fio, DoesNothingInSecondsThatItsLogLacks) {
     EXPECT_THAT(fio_log(log, 5003), ElementsAre(5, 0, 0, 7));  // the last one it may leave out
     EXPECT_THAT(fio_log(log, 7003), ElementsAre(5, 0, 0, 7, 0, 0));
     EXPECT_THAT(fio_log(log, 0), IsEmpty());
+    EXPECT_THAT(fio_log("", 5000), IsEmpty());
     EXPECT_LE(fio_log(log, UINT64_MAX).size(), 1'000'000U);
 }
 
