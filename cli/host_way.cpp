@@ -41,7 +41,7 @@ int become(std::vector<std::string> words) {
 bool is_for_drives_alone(const std::vector<std::string>& words) {
     constexpr std::array kOfDrives{"list", "enroll", "release"};
     if (words.empty()) return false;
-    if (words[0] == "cleanup") return true;
+    if (words[0] == "cleanup" || words[0] == "leftovers") return true;
     return words[0] == "drives" && words.size() > 1 &&
            std::find(kOfDrives.begin(), kOfDrives.end(), words[1]) != kOfDrives.end();
 }
@@ -65,12 +65,6 @@ bool nothing_is_left(const std::string& host_program) {
 }
 
 int go(const std::string& directory, std::vector<std::string> words) {
-    const std::string host_program = directory + "ssd-op-host";
-    if (is_for_drives_alone(words)) {
-        words.insert(words.begin(), host_program);
-        return become(std::move(words));
-    }
-    if (begins_evaluation(words) && !nothing_is_left(host_program)) return kFailed;
     const std::array<std::string, 2> way{directory + "../lib/ssd-op-host/host/enter", "ssd-op"};
     words.insert(words.begin(), way.begin(), way.end());
     return become(std::move(words));
@@ -91,6 +85,13 @@ int take_host_way(const std::string& directory, int& argc, char**& argv) {
         --argc;
     }
     const bool is_there = variable("SSD_OP_INSIDE") == "host";
-    if (is_there || (!asked && provider.empty())) return kGoOn;
-    return go(directory, std::vector<std::string>(argv + 1, argv + argc));
+    if (!is_there && !asked && provider.empty()) return kGoOn;
+    const std::string host_program = directory + "ssd-op-host";
+    std::vector<std::string> words(argv + 1, argv + argc);
+    if (is_for_drives_alone(words)) {
+        words.insert(words.begin(), host_program);
+        return become(std::move(words));
+    }
+    if (!is_there) return go(directory, std::move(words));
+    return begins_evaluation(words) && !nothing_is_left(host_program) ? kFailed : kGoOn;
 }

@@ -41,6 +41,7 @@ check "the host's libraries come first" \
 check "the shell knows what the appliance's does" test "$(inside sh -c 'echo lost &>/dev/null; echo $'\''a\tb'\')" = $'a\tb'
 # shellcheck disable=SC2016
 check "the caller's environment stays outside" test -z "$(SECRET=told inside bash -c 'echo "$SECRET"')"
+check "drives are listed from inside" inside sh -c 'ssd-op drives list >/dev/null'
 check "it can be entered from inside" inside sh -c 'ssd-op --host list >/dev/null'
 check "commands are named as they are called here" grep -q 'ssd-op --host start makes' <(inside ssd-op list 2>&1)
 check "drives that nobody gave are not there" grep -q 'drives enroll SERIAL' <("$build/bin/ssd-op" --host drives)
@@ -73,6 +74,8 @@ status=0
 check "no evaluation starts beside what another one has left" test "$status" -eq 1
 check "it says what that is" grep -q 'RAID group 800' "$work/said"
 check "it says the way out" grep -q 'ssd-op --host cleanup' "$work/said"
+# shellcheck disable=SC2016
+check "nor from inside" inside sh -c '! ssd-op start --raid 1 </dev/null >/tmp/said 2>&1 && grep -q "RAID group 800" /tmp/said'
 check "the list is as it was" test "$(<"$SSD_OP_HOST_STATE/undo.json")" = "$entry"
 rm -- "$SSD_OP_HOST_STATE/undo.json"
 
