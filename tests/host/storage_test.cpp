@@ -122,6 +122,10 @@ TEST_F(Undoing, OfAnArrayGoesOnBesideADriveThatCannotBeRead) {
     EXPECT_FALSE(cleans_up());  // somebody else's doing: it may be there the next time
     EXPECT_THAT(listed(), ElementsAre("S1", "S1", "800"));
     std::filesystem::create_directory(base_ + "/dev/nvme0n1");  // can be opened, and not read
+    add_above("md800", "9:800", place + "/nvme0n1p3");          // tells no UUID, and is not stopped
+    EXPECT_FALSE(cleans_up());
+    EXPECT_THAT(listed(), ElementsAre("S1", "S1", "800"));
+    std::filesystem::remove(base_ + "/sys/block/md800");
     EXPECT_FALSE(cleans_up());
     EXPECT_THAT(told_[0], "Undone: RAID group 800.");
     EXPECT_THAT(listed(), ElementsAre("S1", "S1"));
