@@ -27,9 +27,9 @@ void tell_kept(const std::string& serial, const Failure& why) {
     provider::tell_failure("giving back", serial, why);
     NASLOG_EVENT event{};
     event.type = NASLOG_WARNING;
-    const std::string text =
-        fmt::format("The drive {} stays taken: {} {} After that: ssd-op --host cleanup", serial,
-                    why.what(), why.next_step());
+    std::string text = fmt::format("The drive {} stays taken until ssd-op --host cleanup: {} {}",
+                                   serial, why.what(), why.next_step());
+    std::replace(text.begin(), text.end(), '\n', ' ');  // of a list of reasons
     text.copy(event.description, sizeof event.description - 1);
     naslog_event_add(&event);
 }
