@@ -136,12 +136,16 @@ TEST_F(TakingForReal, IsOfNoDriveThatALoopDeviceShowsWhateverItIsCalledThere) {
     const Descriptor loop = loop_over(device_, base_ + "/dev/loop9");
     if (!loop) GTEST_SKIP() << "no second loop device can be had";
     const std::string place = "sys/devices/virtual/block/loop9";
-    add_device(place, block_device_at(base_ + "/dev/loop9")->text());
+    const std::string number = block_device_at(base_ + "/dev/loop9")->text();
+    add_device(place, number);
     put(place + "/loop/backing_file", "/in another view/nvme0n1\n");
     const Examination examination = examine(roots_, drive(), {});
     EXPECT_FALSE(examination.passed());
     EXPECT_EQ(list_of(examination.reasons),
               "  - it is open in the loop device loop9. End that first.\n");
+    link("sys/dev/block/" + drive().number.text(), place_);
+    put("proc/self/mountinfo", "28 1 " + number + " / / rw - ext4 /dev/root rw\n");
+    EXPECT_THAT(list_of(reasons_in_tables(roots_, drive())), HasSubstr("this system lies on it"));
 }
 
 }  // namespace
