@@ -50,11 +50,14 @@ void write_details(const std::string& file, FioResult& result) {
         throw Failure("Cannot write " + printable(file) + ".", "Is there room for it?");
 }
 
-/// A rehearsal measures the drives, too, but not for long. Its figures are rougher than others and
-/// kept like them: until the drives are measured again, the next one's time is told after them.
+constexpr double kRehearsalSeconds = 2;
+
+/// A rehearsal has short rounds, and what is longer measures the drives before, which it does for
+/// a moment. Those figures are rougher than others and kept like them: until the drives are
+/// measured again, the next one's time is told after them.
 provider::fio::Job shortened_in_rehearsal(provider::fio::Job job) {
     if (std::getenv(ssd_op::shared::kRehearsalVariable) == nullptr) return job;
-    job.runtime = std::min<double>(job.runtime, ssd_op::shared::kRehearsalRoundSeconds);
+    if (job.runtime > ssd_op::shared::kRehearsalRoundSeconds) job.runtime = kRehearsalSeconds;
     job.ramp_time = std::min(job.ramp_time, 1.0);
     return job;
 }

@@ -26,9 +26,9 @@ std::optional<PoolRecord> pool_over(const UndoList& undo, int raid_id);
 bool raid_is_configured(const Roots& roots, int raid_id);
 void set_raid_removed(const Roots& roots, int raid_id, bool removed);
 
-/// Removes a group that is in no pool, whether it was made or not, and leaves its drives as empty as
-/// they were before they were taken. A drive that cannot be given back stays for cleanup: trace and
-/// events tell why.
+/// Removes a group that is in no pool, whether it was made or not, and leaves its drives as empty
+/// as they were before they were taken. A drive that cannot be given back stays for cleanup: trace
+/// and events tell why.
 void remove_group(const Roots& roots, UndoList& undo, int raid_id);
 
 }  // namespace host
