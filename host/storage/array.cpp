@@ -106,10 +106,11 @@ void freeze(const MdArray& array) {
 /// An array all of whose members cannot be read tells no UUID any more.
 std::optional<MdArray> find_mute_array(const Roots& roots, std::vector<OurMember> members) {
     std::erase_if(members, [](const OurMember& member) { return member.is_readable; });
-    for (MdArray& array : arrays_there(roots)) {
-        if (!array.members.empty() && has_only(array, members)) return std::move(array);
-    }
-    return std::nullopt;
+    const std::vector<MdArray> arrays = arrays_there(roots);
+    const auto found = std::find_if(arrays.begin(), arrays.end(), [&](const MdArray& array) {
+        return !array.members.empty() && has_only(array, members);
+    });
+    return found != arrays.end() ? std::optional(*found) : std::nullopt;
 }
 
 /// False when somebody has it in use by now. On a drive that cannot be read it stays, and the drive

@@ -1,6 +1,6 @@
 #include "storage/mdadm.h"
 
-#include <utility>
+#include <algorithm>
 
 #include "core/failure.h"
 #include "core/read.h"
@@ -70,10 +70,11 @@ std::vector<MdArray> arrays_there(const Roots& roots) {
 }
 
 std::optional<MdArray> find_array(const Roots& roots, const std::string& uuid) {
-    for (MdArray& array : arrays_there(roots)) {
-        if (uuid_of(roots, array) == uuid) return std::move(array);
-    }
-    return std::nullopt;
+    const std::vector<MdArray> arrays = arrays_there(roots);
+    const auto found = std::find_if(arrays.begin(), arrays.end(), [&](const MdArray& array) {
+        return uuid_of(roots, array) == uuid;
+    });
+    return found != arrays.end() ? std::optional(*found) : std::nullopt;
 }
 
 std::string superblock_uuid(const std::string& device) {
