@@ -198,7 +198,7 @@ evaluate() { # RAID "SERIAL..." [OPTION...]: as a new user does, from the plan t
     check "RAID $raid: its script begins" reach script || return
     check "RAID $raid: the other partitions are filled" fill_other_partitions "${serials[@]}"
     before=$(around "${serials[@]}")
-    if wait_for 400 last_ratio_runs; then
+    if wait_for 900 last_ratio_runs; then
         look_at_discards "${serials[@]}"
         # Where one ratio is all, what it cuts off was never written to.
         [[ $lowest -eq 40 ]] ||
