@@ -1,6 +1,5 @@
 #include "start/plan.h"
 
-#include <algorithm>
 #include <cstring>
 #include <set>
 
@@ -146,7 +145,9 @@ std::string title_of(const Request& request, const Plan& plan) {
 
 uint64_t test_size_of(const Request& request, const Plan& plan) {
     if (!request.quick || request.test_size_mib != 0) return request.test_size_mib;
-    return std::min<uint64_t>(ssd_op::shared::kRehearsalMib, usable_bytes(plan) / kMib);
+    // 0 is all of it: how much of a small volume the pool leaves is not known yet.
+    const bool is_large = usable_bytes(plan) / kMib > ssd_op::shared::kRehearsalMib;
+    return is_large ? ssd_op::shared::kRehearsalMib : 0;
 }
 
 ssd_op_test_param make_param(const Request& request, const Plan& plan) {
