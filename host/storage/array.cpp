@@ -113,8 +113,8 @@ std::optional<MdArray> find_mute_array(const Roots& roots, std::vector<OurMember
     return found != arrays.end() ? std::optional(*found) : std::nullopt;
 }
 
-/// False when somebody has it in use by now. On a drive that cannot be read it stays, and the drive
-/// in the list.
+/// False when somebody has it in use by now. On a drive that cannot be read or written to it stays,
+/// and the drive in the list.
 bool take_off(const Roots& roots, const OurMember& member, const std::string& uuid) {
     if (!member.is_readable) return true;
     const std::string device = member.partition.device(roots);
@@ -124,7 +124,11 @@ bool take_off(const Roots& roots, const OurMember& member, const std::string& uu
         throw Failure(fmt::format("The drive {} is a member of another array.", member.serial),
                       "Nothing was written to it; see mdadm --examine " + device);
     }
-    return run_tool({"mdadm", "--zero-superblock", "--quiet", device}).status == 0;
+    // Where the drive takes no writes, mdadm begins again for ever.
+    constexpr std::chrono::seconds kMostTime{10};
+    const ToolOutput output =
+        run_tool({"mdadm", "--zero-superblock", "--quiet", device}, {.most_time = kMostTime});
+    return !output.whole || output.status == 0;
 }
 
 }  // namespace
