@@ -50,6 +50,12 @@ std::optional<DeviceNode> device_at(const std::string& path) {
     return DeviceNode{S_ISBLK(found.stx_mode), {found.stx_rdev_major, found.stx_rdev_minor}};
 }
 
+bool is_device(int file, DeviceNumber number) {
+    struct stat found {};
+    return ::fstat(file, &found) == 0 && S_ISBLK(found.st_mode) &&
+           device_number_of(found.st_rdev) == number;
+}
+
 std::optional<DeviceNumber> block_device_at(const std::string& path) {
     const auto node = device_at(path);
     return node && node->is_block ? std::optional(node->number) : std::nullopt;

@@ -41,5 +41,7 @@ struct DeviceNode {
 /// None when that is no device or cannot be looked at.
 std::optional<DeviceNode> device_at(const std::string& path);
 std::optional<DeviceNumber> block_device_at(const std::string& path);
+/// Whether what is open is the block device with this number.
+bool is_device(int file, DeviceNumber number);
 
 }  // namespace host

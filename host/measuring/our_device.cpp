@@ -35,9 +35,7 @@ DeviceNumber number_at(const Roots& roots, const std::string& path) {
 }
 
 bool is_open_at(int file, DeviceNumber number, uint64_t& bytes) {
-    struct stat found {};
-    return ::fstat(file, &found) == 0 && S_ISBLK(found.st_mode) &&
-           device_number_of(found.st_rdev) == number && ::ioctl(file, BLKGETSIZE64, &bytes) == 0;
+    return is_device(file, number) && ::ioctl(file, BLKGETSIZE64, &bytes) == 0;
 }
 
 }  // namespace

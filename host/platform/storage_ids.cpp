@@ -18,10 +18,6 @@ namespace {
 
 constexpr const char* kRemoved = "removed_groups.json";
 
-bool holds(const std::vector<std::string>& serials, const std::string& serial) {
-    return std::find(serials.begin(), serials.end(), serial) != serials.end();
-}
-
 /// Nobody waits for it: whoever has stopped the evaluation reads the events.
 void tell_kept(const std::string& serial, const Failure& why) {
     provider::tell_failure("giving back", serial, why);
@@ -55,21 +51,6 @@ std::vector<uint32_t> dev_ids_of(const Roots& roots, const std::vector<std::stri
     return ids;
 }
 
-std::optional<ArrayRecord> array_with(const UndoList& undo, const std::string& serial) {
-    for (ArrayRecord& array : arrays_in(undo)) {
-        if (holds(array.members, serial) || holds(array.spares, serial)) return array;
-    }
-    return std::nullopt;
-}
-
-std::optional<PoolRecord> pool_over(const UndoList& undo, int raid_id) {
-    for (PoolRecord& pool : pools_in(undo)) {
-        if (std::find(pool.arrays.begin(), pool.arrays.end(), raid_id) != pool.arrays.end())
-            return pool;
-    }
-    return std::nullopt;
-}
-
 bool raid_is_configured(const Roots& roots, int raid_id) {
     const Json removed = Store(roots, kRemoved).read(Json::array());
     return std::find(removed.begin(), removed.end(), Json(raid_id)) == removed.end() &&
@@ -90,8 +71,7 @@ void remove_group(const Roots& roots, UndoList& undo, int raid_id) {
     std::vector<std::string> drives;
     if (const auto record = find_array_record(undo, raid_id)) {
         remove_array(roots, undo, raid_id);
-        drives = record->members;
-        drives.insert(drives.end(), record->spares.begin(), record->spares.end());
+        drives = serials_of(*record);
     }
     give_drives_back(roots, undo, drives, tell_kept);
     set_raid_removed(roots, raid_id, true);

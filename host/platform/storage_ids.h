@@ -17,10 +17,6 @@ std::string serial_in(const Roots& roots, uint32_t dev_id);
 /// The ids of those of the drives that are there, in the order of the serial numbers.
 std::vector<uint32_t> dev_ids_of(const Roots& roots, const std::vector<std::string>& serials);
 
-/// The group that has the drive as member or spare.
-std::optional<ArrayRecord> array_with(const UndoList& undo, const std::string& serial);
-std::optional<PoolRecord> pool_over(const UndoList& undo, int raid_id);
-
 /// A group is configured from the moment its id is taken, and no more after it or its configuration
 /// was removed, though the id stays taken.
 bool raid_is_configured(const Roots& roots, int raid_id);

@@ -10,7 +10,6 @@
 #include <fmt/format.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 
 #include "core/failure.h"
 
@@ -19,12 +18,6 @@ namespace host {
 namespace {
 
 using ssd_op::shared::Descriptor;
-
-bool is_device(int file, DeviceNumber number) {
-    struct stat found {};
-    return ::fstat(file, &found) == 0 && S_ISBLK(found.st_mode) &&
-           device_number_of(found.st_rdev) == number;
-}
 
 /// Of a drive that was pulled, 0, however long it stays open.
 uint64_t bytes_of(int file) {

@@ -5,7 +5,6 @@
 #include <fcntl.h>
 #include <linux/loop.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/failure.h"
@@ -14,23 +13,14 @@
 
 namespace host {
 
-namespace {
-
-bool is_device(int file, std::optional<DeviceNumber> number) {
-    struct stat found {};
-    return ::fstat(file, &found) == 0 && S_ISBLK(found.st_mode) &&
-           device_number_of(found.st_rdev) == number;
-}
-
-}  // namespace
-
 std::optional<DeviceNumber> behind_loop(const Roots& roots, const std::string& name) {
     const std::string directory = roots.sys + "/block/" + name;
     if (::access((directory + "/loop").c_str(), F_OK) != 0) return std::nullopt;
     const std::string device = roots.dev + "/" + name;
     const ssd_op::shared::Descriptor file(
         ::open(device.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
-    if (file && is_device(file.get(), device_number_in(directory))) {
+    const auto number = device_number_in(directory);
+    if (file && number && is_device(file.get(), *number)) {
         loop_info64 info{};
         if (::ioctl(file.get(), LOOP_GET_STATUS64, &info) == 0)
             return device_number_of(info.lo_rdevice != 0 ? info.lo_rdevice : info.lo_device);

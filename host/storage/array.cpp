@@ -177,11 +177,9 @@ void remove_array(const Roots& roots, UndoList& undo, int id) {
     constexpr std::chrono::milliseconds kPause{250};
     const auto record = find_array_record(undo, id);
     if (!record) return;
-    for (const PoolRecord& pool : pools_in(undo)) {
-        if (std::find(pool.arrays.begin(), pool.arrays.end(), id) != pool.arrays.end()) {
-            throw Failure(fmt::format("The RAID group {} is in the pool {}.", id, pool.id),
-                          "That has to go first.");
-        }
+    if (const auto pool = pool_over(undo, id)) {
+        throw Failure(fmt::format("The RAID group {} is in the pool {}.", id, pool->id),
+                      "That has to go first.");
     }
     const auto members = members_to_free(roots, undo, serials_of(*record));
     // Where udev runs, it puts an array together again as soon as it is stopped.

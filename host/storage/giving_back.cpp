@@ -58,14 +58,9 @@ Drive drive_there(const Roots& roots, const std::string& serial) {
 }
 
 void refuse_in_array(const UndoList& undo, const std::string& serial) {
-    for (const ArrayRecord& array : arrays_in(undo)) {
-        for (const auto* drives : {&array.members, &array.spares}) {
-            if (std::find(drives->begin(), drives->end(), serial) != drives->end()) {
-                throw Failure(
-                    fmt::format("The drive {} is in the RAID group {}.", serial, array.id),
-                    "That has to go first.");
-            }
-        }
+    if (const auto array = array_with(undo, serial)) {
+        throw Failure(fmt::format("The drive {} is in the RAID group {}.", serial, array->id),
+                      "That has to go first.");
     }
 }
 

@@ -1,7 +1,5 @@
 #include "storage/idle_drives.h"
 
-#include <algorithm>
-
 #include "storage/giving_back.h"
 #include "storage/record.h"
 #include "undo/evaluations.h"
@@ -11,10 +9,6 @@ namespace host {
 namespace {
 
 using Kind = UndoEntry::Kind;
-
-bool holds(const std::vector<std::string>& serials, const std::string& serial) {
-    return std::find(serials.begin(), serials.end(), serial) != serials.end();
-}
 
 /// In doubt it does.
 bool another_runs(const Roots& roots) {
@@ -28,14 +22,9 @@ bool another_runs(const Roots& roots) {
 }  // namespace
 
 std::vector<std::string> idle_drives(const UndoList& undo) {
-    const auto arrays = arrays_in(undo);
     std::vector<std::string> idle;
-    for (const UndoEntry& entry : undo.entries()) {
-        const bool is_busy = std::any_of(arrays.begin(), arrays.end(), [&](const auto& array) {
-            return holds(array.members, entry.name) || holds(array.spares, entry.name);
-        });
-        if (entry.kind == Kind::kDrive && !is_busy) idle.push_back(entry.name);
-    }
+    for (const UndoEntry& entry : undo.entries())
+        if (entry.kind == Kind::kDrive && !array_with(undo, entry.name)) idle.push_back(entry.name);
     return idle;
 }
 

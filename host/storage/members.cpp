@@ -43,12 +43,6 @@ std::optional<OurMember> broken_member_on(const UndoList& undo, const Drive& dri
 
 }  // namespace
 
-std::vector<std::string> serials_of(const ArrayRecord& record) {
-    std::vector<std::string> serials = record.members;
-    serials.insert(serials.end(), record.spares.begin(), record.spares.end());
-    return serials;
-}
-
 std::vector<OurMember> members_there(const Roots& roots, const UndoList& undo,
                                      const std::vector<std::string>& serials) {
     return find_members(roots, serials,

@@ -16,9 +16,6 @@ struct OurMember {
     bool is_readable = true;  ///< false: the drive is broken, and whose table it has is not known
 };
 
-/// The serial numbers of all, spares behind the others.
-std::vector<std::string> serials_of(const ArrayRecord& record);
-
 /// Of those of the drives that are there and that have our layout.
 std::vector<OurMember> members_there(const Roots& roots, const UndoList& undo,
                                      const std::vector<std::string>& serials);

@@ -1,5 +1,6 @@
 #include "storage/record.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include <fmt/format.h>
@@ -113,6 +114,12 @@ VolumeRecord volume_of(const UndoEntry& entry) {
     });
 }
 
+std::vector<std::string> serials_of(const ArrayRecord& record) {
+    std::vector<std::string> serials = record.members;
+    serials.insert(serials.end(), record.spares.begin(), record.spares.end());
+    return serials;
+}
+
 std::vector<ArrayRecord> arrays_in(const UndoList& undo) {
     return all(undo, Kind::kArray, array_of);
 }
@@ -124,8 +131,22 @@ std::vector<VolumeRecord> volumes_in(const UndoList& undo) {
 std::optional<ArrayRecord> find_array_record(const UndoList& undo, int id) {
     return one(undo, Kind::kArray, id, array_of);
 }
+std::optional<ArrayRecord> array_with(const UndoList& undo, const std::string& serial) {
+    for (ArrayRecord& array : arrays_in(undo)) {
+        const std::vector<std::string> serials = serials_of(array);
+        if (std::find(serials.begin(), serials.end(), serial) != serials.end()) return array;
+    }
+    return std::nullopt;
+}
 std::optional<PoolRecord> find_pool_record(const UndoList& undo, int id) {
     return one(undo, Kind::kPool, id, pool_of);
+}
+std::optional<PoolRecord> pool_over(const UndoList& undo, int raid_id) {
+    for (PoolRecord& pool : pools_in(undo)) {
+        if (std::find(pool.arrays.begin(), pool.arrays.end(), raid_id) != pool.arrays.end())
+            return pool;
+    }
+    return std::nullopt;
 }
 std::optional<VolumeRecord> find_volume_record(const UndoList& undo, int id) {
     return one(undo, Kind::kVolume, id, volume_of);

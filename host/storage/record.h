@@ -49,11 +49,17 @@ ArrayRecord array_of(const UndoEntry& entry);
 PoolRecord pool_of(const UndoEntry& entry);
 VolumeRecord volume_of(const UndoEntry& entry);
 
+/// The serial numbers of all its drives, spares behind the others.
+std::vector<std::string> serials_of(const ArrayRecord& record);
+
 std::vector<ArrayRecord> arrays_in(const UndoList& undo);
 std::vector<PoolRecord> pools_in(const UndoList& undo);
 std::vector<VolumeRecord> volumes_in(const UndoList& undo);
 std::optional<ArrayRecord> find_array_record(const UndoList& undo, int id);
+/// The array that has this drive, also as a spare.
+std::optional<ArrayRecord> array_with(const UndoList& undo, const std::string& serial);
 std::optional<PoolRecord> find_pool_record(const UndoList& undo, int id);
+std::optional<PoolRecord> pool_over(const UndoList& undo, int raid_id);
 std::optional<VolumeRecord> find_volume_record(const UndoList& undo, int id);
 
 }  // namespace host
